@@ -1,0 +1,237 @@
+#include "Controllers/launcher_controller.h"
+
+#include "Controllers/launcher_controller_p.h"
+#include "dashboard_logging.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+
+const QStringList LauncherController::DESIGNER_SUFFIXES = {
+    QStringLiteral("kxld"), QStringLiteral("kxlt"), QStringLiteral("kxcl"),
+    QStringLiteral("kxaf"), QStringLiteral("kxnf"),
+};
+
+const QStringList LauncherController::PIPE_SUFFIXES = {
+    QStringLiteral("kxaw"), QStringLiteral("kxam"), QStringLiteral("kxpm"),
+};
+
+LauncherController::LauncherController(QObject *parent) : QObject(parent)
+{
+    initApplicationTypes();
+}
+
+LauncherController::~LauncherController()
+{
+    for (QProcess *process : std::as_const(m_processList))
+        process->close();
+}
+
+void LauncherController::setTestModeEnabled(bool newTestModeEnabled)
+{
+    m_testModeEnabled = newTestModeEnabled;
+}
+
+void LauncherController::initApplicationTypes()
+{
+    m_applicationTypes.insert(DashboardGlobal::APP_LABELDESIGNER, QStringLiteral("QVLabelEditor.exe"));
+    m_applicationTypes.insert(DashboardGlobal::APP_PREMADESIGNS, QStringLiteral("QVCatalog.exe"));
+    m_applicationTypes.insert(DashboardGlobal::APP_ARCFLASH, QStringLiteral("ArcFlashMain.exe"));
+    m_applicationTypes.insert(DashboardGlobal::APP_CHEMICAL, QStringLiteral("QuenbyGHS.exe"));
+    m_applicationTypes.insert(DashboardGlobal::APP_NFPA, QStringLiteral("NFPAMain.exe"));
+    m_applicationTypes.insert(DashboardGlobal::APP_PIPEMARKING, QStringLiteral("PipeMarkingMain.exe"));
+    m_applicationTypes.insert(DashboardGlobal::APP_SYMBOLCREATOR,
+                              QStringLiteral("SymbolCreatorAppMain.exe"));
+    m_applicationTypes.insert(DashboardGlobal::APP_PRINTERMAINTENANCE,
+                              QStringLiteral("PrinterMaintenance.exe"));
+}
+
+void LauncherController::setDashboardWId(int dashboardWId)
+{
+    m_dashboardWId = dashboardWId;
+}
+
+void LauncherController::updateActiveDefaultPrinter(QString activeDefaultPrinter, bool isQV)
+{
+    // One argument, blank after "--p" included: the modules split it themselves.
+    m_printerArgument = QStringLiteral("--p ") + activeDefaultPrinter
+            + (isQV ? QStringLiteral(",1") : QStringLiteral(",0"));
+}
+
+QString LauncherController::getApplicationExec(DashboardGlobal::ApplicationType appType)
+{
+    return m_applicationTypes.value(appType);
+}
+
+DashboardGlobal::ApplicationType LauncherController::getApplicationType(QString appExec)
+{
+    for (auto it = m_applicationTypes.cbegin(); it != m_applicationTypes.cend(); ++it) {
+        if (it.value() == appExec)
+            return it.key();
+    }
+    return DashboardGlobal::APP_NULL;
+}
+
+DashboardGlobal::ApplicationType LauncherController::getFileArgumentApplicationType(QString filePath)
+{
+    const QFileInfo info(filePath);
+    if (filePath.isEmpty() || !info.isFile() || !info.isReadable())
+        return DashboardGlobal::APP_NULL;
+
+    const QString suffix = info.suffix().toLower();
+    if (DESIGNER_SUFFIXES.contains(suffix))
+        return DashboardGlobal::APP_LABELDESIGNER;
+    if (PIPE_SUFFIXES.contains(suffix))
+        return DashboardGlobal::APP_PIPEMARKING;
+    return DashboardGlobal::APP_NULL;
+}
+
+void LauncherController::launchLabelFile(QString filePath)
+{
+    switch (getFileArgumentApplicationType(filePath)) {
+    case DashboardGlobal::APP_LABELDESIGNER:
+        launchLabelEditor(filePath);
+        break;
+    case DashboardGlobal::APP_PIPEMARKING:
+        launchPipeMarker(filePath);
+        break;
+    default:
+        break;
+    }
+}
+
+void LauncherController::launchApplication(DashboardGlobal::ApplicationType appType, QString filePath)
+{
+    switch (appType) {
+    case DashboardGlobal::APP_LABELDESIGNER:
+        launchLabelEditor(filePath);
+        break;
+    case DashboardGlobal::APP_PREMADESIGNS:
+        launchPremadeSigns();
+        break;
+    case DashboardGlobal::APP_ARCFLASH:
+        launchArcFlash();
+        break;
+    case DashboardGlobal::APP_CHEMICAL:
+        launchChemicalLabeling();
+        break;
+    case DashboardGlobal::APP_NFPA:
+        launchNFPA();
+        break;
+    case DashboardGlobal::APP_PIPEMARKING:
+        launchPipeMarker(filePath);
+        break;
+    case DashboardGlobal::APP_SYMBOLCREATOR:
+        startApplicationProcess(DashboardGlobal::APP_SYMBOLCREATOR, QStringList());
+        break;
+    case DashboardGlobal::APP_PRINTERMAINTENANCE:
+        launchPrinterMaintenance();
+        break;
+    default:
+        break;
+    }
+}
+
+QStringList LauncherController::moduleArguments(bool withPrinter, bool withTestMode,
+                                                const QString &fileName) const
+{
+    QStringList arguments;
+    if (withPrinter)
+        arguments << m_printerArgument; // passed even when empty
+    if (withTestMode && m_testModeEnabled)
+        arguments << QStringLiteral("--qvtestmode");
+    if (!fileName.isEmpty())
+        arguments << fileName;
+    return arguments;
+}
+
+void LauncherController::launchLabelEditor(QString fileName)
+{
+    startApplicationProcess(DashboardGlobal::APP_LABELDESIGNER, moduleArguments(true, true, fileName));
+}
+
+void LauncherController::launchPipeMarker(QString fileName)
+{
+    startApplicationProcess(DashboardGlobal::APP_PIPEMARKING, moduleArguments(true, true, fileName));
+}
+
+void LauncherController::launchChemicalLabeling()
+{
+    startApplicationProcess(DashboardGlobal::APP_CHEMICAL, moduleArguments(true, true));
+}
+
+void LauncherController::launchNFPA()
+{
+    startApplicationProcess(DashboardGlobal::APP_NFPA, moduleArguments(true, true));
+}
+
+void LauncherController::launchArcFlash()
+{
+    startApplicationProcess(DashboardGlobal::APP_ARCFLASH, moduleArguments(true, true));
+}
+
+void LauncherController::launchSymbolCreator()
+{
+    // The symbol creator never runs in test mode.
+    startApplicationProcess(DashboardGlobal::APP_SYMBOLCREATOR, QStringList());
+}
+
+void LauncherController::launchPrinterMaintenance()
+{
+    startApplicationProcess(DashboardGlobal::APP_PRINTERMAINTENANCE, moduleArguments(false, true));
+}
+
+void LauncherController::launchPremadeSigns()
+{
+    startApplicationProcess(DashboardGlobal::APP_PREMADESIGNS, moduleArguments(false, true));
+}
+
+void LauncherController::startApplicationProcess(DashboardGlobal::ApplicationType appType,
+                                                 QStringList arguments)
+{
+    auto *process = new QProcess(this);
+    connect(process, &QProcess::stateChanged, this, &LauncherController::onProcessStateChanged);
+    connect(process, &QProcess::finished, process, &QObject::deleteLater);
+    // A process that never started never finishes; let it go instead of keeping it until
+    // the launcher dies.
+    connect(process, &QProcess::errorOccurred, process, [process](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart)
+            process->deleteLater();
+    });
+
+    arguments.prepend(QString::number(m_dashboardWId));
+    arguments.prepend(QStringLiteral("--dashboard"));
+
+    const QString workingDirectory = QCoreApplication::applicationDirPath() + QLatin1Char('/');
+    process->setWorkingDirectory(workingDirectory);
+
+    const QString executable = getApplicationExec(appType);
+    KX_DEBUG(lcLauncher, "Starting %s %s", qUtf8Printable(executable),
+             qUtf8Printable(arguments.join(QLatin1Char(' '))));
+    process->start(LauncherPrivate::moduleProgram(workingDirectory, executable), arguments,
+                   QIODevice::ReadWrite);
+}
+
+void LauncherController::onProcessStateChanged(QProcess::ProcessState newState)
+{
+    if (newState != QProcess::NotRunning)
+        return;
+    auto *process = qobject_cast<QProcess *>(sender());
+    if (!process)
+        return;
+    const qint64 pid = process->processId();
+    if (pid == 0)
+        return;
+    closeProcess(pid);
+    Q_EMIT applicationClosed(pid);
+}
+
+void LauncherController::closeProcess(qint64 processId)
+{
+    for (auto it = m_processList.begin(); it != m_processList.end(); ++it) {
+        if ((*it)->processId() == processId) {
+            (*it)->close();
+            m_processList.erase(it);
+            return;
+        }
+    }
+}

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "dashboard_global.h"
+#include "korvexdashboard_export.h"
+
+#include <QList>
+#include <QMap>
+#include <QObject>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+
+// Starts the suite's module programs with the command line that tells them they run inside
+// the dashboard, and maps label files to the module that opens them.
+class KORVEXDASHBOARD_EXPORT LauncherController : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit LauncherController(QObject *parent = nullptr);
+    ~LauncherController() override;
+
+    void setTestModeEnabled(bool newTestModeEnabled);
+
+    static const QStringList DESIGNER_SUFFIXES;
+    static const QStringList PIPE_SUFFIXES;
+
+Q_SIGNALS:
+    void fileNotSupportedSignal(QString path);
+    void applicationClosed(qint64 processId);
+
+public Q_SLOTS:
+    void launchLabelFile(QString filePath);
+    void launchApplication(DashboardGlobal::ApplicationType appType, QString filePath = QString());
+    void setDashboardWId(int dashboardWId);
+    void closeProcess(qint64 processId);
+    QString getApplicationExec(DashboardGlobal::ApplicationType appType);
+    DashboardGlobal::ApplicationType getApplicationType(QString appExec);
+    DashboardGlobal::ApplicationType getFileArgumentApplicationType(QString filePath);
+    void updateActiveDefaultPrinter(QString activeDefaultPrinter, bool isQV);
+
+private Q_SLOTS:
+    void launchLabelEditor(QString fileName = QString());
+    void launchPipeMarker(QString fileName = QString());
+    void launchChemicalLabeling();
+    void launchNFPA();
+    void launchArcFlash();
+    void launchSymbolCreator();
+    void launchPrinterMaintenance();
+    void launchPremadeSigns();
+    void startApplicationProcess(DashboardGlobal::ApplicationType appType,
+                                 QStringList arguments = QStringList());
+    void onProcessStateChanged(QProcess::ProcessState newState);
+    void initApplicationTypes();
+
+private:
+    QStringList moduleArguments(bool withPrinter, bool withTestMode,
+                                const QString &fileName = QString()) const;
+
+    QList<QProcess *> m_processList;
+    bool m_testModeEnabled = false;
+    int m_dashboardWId = 0;
+    QString m_printerArgument;
+    QMap<DashboardGlobal::ApplicationType, QString> m_applicationTypes;
+};
