@@ -7,13 +7,14 @@
 #include <QString>
 
 // The vocabulary shared by every part of the dashboard and by its QML front end. The
-// enumerators' names and values are part of the QML interface, gaps included.
+// enumerators' names and values are part of the QML interface, gaps included. Each enum has a
+// fixed int base because QML hands any number to slots that take them.
 class KORVEXDASHBOARD_EXPORT DashboardGlobal : public QObject
 {
     Q_OBJECT
 
 public:
-    enum NavigationType {
+    enum NavigationType : int {
         NAV_NULL = -1,
         NAV_HOME = 0,
         NAV_CLOUD = 1,
@@ -29,7 +30,7 @@ public:
     };
     Q_ENUM(NavigationType)
 
-    enum LabelLocation {
+    enum LabelLocation : int {
         LABEL_LOCAL = 1,
         LABEL_FAVORITE = 2,
         LABEL_DROPBOX = 3,
@@ -38,7 +39,7 @@ public:
     };
     Q_ENUM(LabelLocation)
 
-    enum ApplicationType {
+    enum ApplicationType : int {
         APP_NULL = -1,
         APP_LABELDESIGNER = 0,
         APP_PREMADESIGNS = 1,
@@ -69,7 +70,7 @@ public:
     };
     Q_ENUM(ApplicationType)
 
-    enum SortByType {
+    enum SortByType : int {
         LAST_VIEWED_ASCENDING = 0,
         LAST_VIEWED_DESCENDING = 1,
         A_TO_Z = 2,
@@ -79,7 +80,7 @@ public:
     };
     Q_ENUM(SortByType)
 
-    enum ErrorOnPage {
+    enum ErrorOnPage : int {
         CLOUD = 1,
         LOCAL = 2,
         FAVORITE = 3,
@@ -87,13 +88,13 @@ public:
     };
     Q_ENUM(ErrorOnPage)
 
-    enum FileType {
+    enum FileType : int {
         FILE = 0,
         FOLDER = 1,
     };
     Q_ENUM(FileType)
 
-    enum ZoomLevel {
+    enum ZoomLevel : int {
         SMALL = 1,
         NORMAL = 2,
         LARGE = 3,

@@ -189,6 +189,7 @@ void LauncherController::startApplicationProcess(DashboardGlobal::ApplicationTyp
                                                  QStringList arguments)
 {
     auto *process = new QProcess(this);
+    connect(process, &QProcess::started, this, [this, process] { m_startedProcesses.insert(process); });
     connect(process, &QProcess::stateChanged, this, &LauncherController::onProcessStateChanged);
     connect(process, &QProcess::finished, process, &QObject::deleteLater);
     // A process that never started never finishes; let it go instead of keeping it until
@@ -216,7 +217,7 @@ void LauncherController::onProcessStateChanged(QProcess::ProcessState newState)
     if (newState != QProcess::NotRunning)
         return;
     auto *process = qobject_cast<QProcess *>(sender());
-    if (!process)
+    if (!process || !m_startedProcesses.remove(process))
         return;
     const qint64 pid = process->processId();
     if (pid == 0)

@@ -7,6 +7,7 @@
 #include <QMap>
 #include <QObject>
 #include <QProcess>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -62,4 +63,7 @@ private:
     int m_dashboardWId = 0;
     QString m_printerArgument;
     QMap<DashboardGlobal::ApplicationType, QString> m_applicationTypes;
+    // Processes that reached Running. On Unix a child has an id before exec fails, so the id
+    // alone does not tell a module that ended from one that never started.
+    QSet<const QProcess *> m_startedProcesses;
 };

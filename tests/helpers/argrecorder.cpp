@@ -1,6 +1,7 @@
 // Writes "<KORVEX_ARGRECORDER_DIR>/<pid>.args": the working directory, then argv[0..n-1],
 // each terminated by a NUL byte, then exits with status 0. Exits with status 3 when the
-// directory is not given or the file cannot be written.
+// directory is not given or the file cannot be written. With KORVEX_ARGRECORDER_HOLD set it
+// stays running until its standard input is closed, so a test decides when the module ends.
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -25,5 +26,11 @@ int main(int argc, char **argv)
         std::fwrite(argv[i], 1, std::string(argv[i]).size() + 1, out);
     std::fclose(out);
     // Readers never see a half-written file.
-    return std::rename(partial.c_str(), path.c_str()) == 0 ? 0 : 3;
+    if (std::rename(partial.c_str(), path.c_str()) != 0)
+        return 3;
+    if (std::getenv("KORVEX_ARGRECORDER_HOLD")) {
+        while (std::fgetc(stdin) != EOF) {
+        }
+    }
+    return 0;
 }
