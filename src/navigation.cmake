@@ -23,11 +23,14 @@ korvex_dashboard_add_sources(
 # installs a QTranslator for ":/i18n/korvexdashboard_<lang>.qm". Refresh the sources with
 # `cmake --build <build> --target KorvexDashboard_lupdate`.
 set(KORVEX_TS_FILES "${PROJECT_SOURCE_DIR}/translations/korvexdashboard_de.ts")
-file(GLOB_RECURSE _korvex_suite_tr_sources CONFIGURE_DEPENDS
+file(GLOB _korvex_tr_sources CONFIGURE_DEPENDS
+     "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp"
+     "${CMAKE_CURRENT_SOURCE_DIR}/Controllers/*.cpp"
+     "${CMAKE_CURRENT_SOURCE_DIR}/models/*.cpp"
      "${PROJECT_SOURCE_DIR}/suite/locale/*.cpp")
 qt_add_lupdate(KorvexDashboard
     TS_FILES ${KORVEX_TS_FILES}
-    SOURCES ${_korvex_suite_tr_sources}
+    SOURCES ${_korvex_tr_sources}
     OPTIONS -no-obsolete -locations none)
 qt_add_lrelease(KorvexDashboard
     TS_FILES ${KORVEX_TS_FILES}

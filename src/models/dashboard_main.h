@@ -35,7 +35,8 @@ public:
     };
     Q_ENUM(DashboardNavEnum)
 
-    enum DashboardBannerType {
+    // Typed, so any number QML passes is a valid value (and selects the error banner).
+    enum DashboardBannerType : int {
         ERROR = 0,
         PREMADE_SIGNS = 1,
         RESOURCES = 2,

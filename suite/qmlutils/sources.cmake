@@ -27,7 +27,7 @@ endforeach()
 
 # Debian's python3-fonttools; the interpreter on PATH may be another one without it.
 set(KORVEX_FONT_PYTHON "")
-foreach(_python IN ITEMS /usr/bin/python3 python3)
+foreach(_python IN ITEMS /usr/bin/python3 python3 python)
     find_program(_korvex_python_candidate NAMES "${_python}" NO_CACHE)
     if(_korvex_python_candidate)
         execute_process(COMMAND "${_korvex_python_candidate}" -c "import fontTools"

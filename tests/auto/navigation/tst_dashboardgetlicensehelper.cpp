@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QLocale>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -21,6 +22,7 @@ private Q_SLOTS:
     void loadsLanguageFile();
     void missingFileGivesErrorWithoutFallback_data();
     void missingFileGivesErrorWithoutFallback();
+    void germanMissingDoesNotFallBackToEnglish();
     void unreadableFileGivesError();
     void hostileBytes();
 
@@ -132,6 +134,20 @@ void tst_DashboardGetLicenseHelper::missingFileGivesErrorWithoutFallback()
     QCOMPARE(spy.size(), 1);
     QCOMPARE(helper.licenseText(),
              QStringLiteral("Error: Unable to load license file ") + eulasDir() + fileName);
+}
+
+void tst_DashboardGetLicenseHelper::germanMissingDoesNotFallBackToEnglish()
+{
+    const QString german = eulasDir() + QStringLiteral("license-Korvex PRO_DE.txt");
+    const QString aside = german + QStringLiteral(".aside");
+    QVERIFY(QFile::rename(german, aside));
+    const auto restore = qScopeGuard([&] { QFile::rename(aside, german); });
+
+    QLocale::setDefault(QLocale(QStringLiteral("de_DE")));
+    DashboardGetLicenseHelper helper;
+    helper.loadLicense();
+    QCOMPARE(helper.licenseText(), QStringLiteral("Error: Unable to load license file ") + german);
+    QVERIFY(QFile::exists(eulasDir() + QStringLiteral("license-Korvex PRO_EN.txt")));
 }
 
 void tst_DashboardGetLicenseHelper::unreadableFileGivesError()
