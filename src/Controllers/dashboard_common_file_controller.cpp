@@ -1,0 +1,402 @@
+#include "Controllers/dashboard_common_file_controller.h"
+
+#include "dashboard_logging.h"
+#include "dashboard_settings.h"
+#include "Controllers/favorite_keys.h"
+#include "widgetutils/file_controller_tools.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+#include <limits>
+#include <vector>
+
+namespace {
+
+const QString FAVORITES_GROUP = QStringLiteral("favorites");
+const QString CLOUD_FAVORITES_GROUP = QStringLiteral("cloudFavorites");
+const QString FILE_HISTORY_GROUP = QStringLiteral("fileHistory");
+
+int twoDigits(const QChar *p)
+{
+    return (p[0].unicode() - '0') * 10 + (p[1].unicode() - '0');
+}
+
+// History dates are read by the thousand; the general format parser costs about 10 us a
+// date. Texts of the exact shape dddd:dd:dd:dd:dd:dd:ddd that name a real date and time are
+// built directly, which gives the same local date-time; anything else goes to the parser.
+QDateTime parseHistoryDate(const QString &text)
+{
+    if (text.size() == 23) {
+        const QChar *p = text.constData();
+        bool shaped = true;
+        for (int i = 0; i < 23 && shaped; ++i) {
+            const bool colon = i == 4 || i == 7 || i == 10 || i == 13 || i == 16 || i == 19;
+            shaped = colon ? p[i] == QLatin1Char(':') : (p[i] >= QLatin1Char('0') && p[i] <= QLatin1Char('9'));
+        }
+        if (shaped) {
+            const int year = twoDigits(p) * 100 + twoDigits(p + 2);
+            const QDate date(year, twoDigits(p + 5), twoDigits(p + 8));
+            const QTime time(twoDigits(p + 11), twoDigits(p + 14), twoDigits(p + 17),
+                             (p[20].unicode() - '0') * 100 + twoDigits(p + 21));
+            if (date.isValid() && time.isValid())
+                return QDateTime(date, time);
+        }
+    }
+    return QDateTime::fromString(text, DashboardCommonFileController::HISTORY_DATE_FORMAT);
+}
+
+// Sorting compares keys built once per record: lower-casing a name or converting a
+// date-time inside the comparator would repeat the work n log n times. The proxies see the
+// same comparisons in the same sequence as the records would, so std::sort leaves the
+// records in the order it would have left them.
+template <typename Key, typename KeyOf, typename Less>
+void sortRecords(QList<DashboardFileInfoStruct> &list, KeyOf keyOf, Less less)
+{
+    struct Proxy
+    {
+        Key key;
+        bool folder;
+        int index;
+    };
+    std::vector<Proxy> proxies;
+    proxies.reserve(size_t(list.size()));
+    for (int i = 0; i < list.size(); ++i)
+        proxies.push_back({ keyOf(list.at(i)), list.at(i).type, i });
+
+    // Folders are never ordered against anything.
+    std::sort(proxies.begin(), proxies.end(), [&less](const Proxy &a, const Proxy &b) {
+        return !a.folder && !b.folder && less(a.key, b.key);
+    });
+
+    QList<DashboardFileInfoStruct> sorted;
+    sorted.reserve(list.size());
+    DashboardFileInfoStruct *records = list.data();
+    for (const Proxy &p : proxies)
+        sorted.append(std::move(records[p.index]));
+    list = std::move(sorted);
+}
+
+// QSettings::remove() takes every key below the one named along with it, and an empty key
+// (which "/" becomes) means the whole group: a directory path would drop all favourites in
+// it. Only a key that exists as such is removed.
+void removeExactKey(QSettings *settings, const QString &key)
+{
+    if (settings->contains(key))
+        settings->remove(key);
+}
+
+qint64 dateKey(const QDateTime &date)
+{
+    // Invalid date-times order before every valid one, as QDateTime itself orders them.
+    return date.isValid() ? date.toMSecsSinceEpoch() : std::numeric_limits<qint64>::min();
+}
+
+} // namespace
+
+const QString DashboardCommonFileController::ORGANIZATION_NAME =
+        QString::fromLatin1(DashboardSettings::ORGANIZATION_NAME);
+const QString DashboardCommonFileController::HISTORY_DATE_FORMAT =
+        QStringLiteral("yyyy:MM:dd:hh:mm:ss:zzz");
+const QDateTime DashboardCommonFileController::DEFAULT_ACCESS_DATE =
+        QDateTime::fromString(QStringLiteral("1970:01:01:01:01:00:000"),
+                              QStringLiteral("yyyy:MM:dd:hh:mm:ss:zzz"));
+
+DashboardCommonFileController::DashboardCommonFileController(QObject *parent)
+    : QObject(parent), m_clock([] { return QDateTime::currentDateTime(); })
+{
+}
+
+DashboardCommonFileController::~DashboardCommonFileController() = default;
+
+void DashboardCommonFileController::setClock(Clock clock)
+{
+    m_clock = clock ? std::move(clock) : Clock([] { return QDateTime::currentDateTime(); });
+}
+
+QDateTime DashboardCommonFileController::currentDateTime() const
+{
+    return m_clock();
+}
+
+void DashboardCommonFileController::openSettingsFiles()
+{
+    m_dashboardSettings = DashboardSettings::openDashboardStore();
+    m_labelEditorSettings = DashboardSettings::openStore(QStringLiteral("QVLabelEditor"));
+    m_pipeMarkingSettings = DashboardSettings::openStore(QStringLiteral("PipeMarking"));
+    m_arcFlashSettings = DashboardSettings::openStore(QStringLiteral("ArcFlashMain"));
+    m_ghsSettings = DashboardSettings::openStore(QStringLiteral("GHS"));
+    m_nfpaSettings = DashboardSettings::openStore(QStringLiteral("NFPAMain"));
+}
+
+void DashboardCommonFileController::closeSettingsFiles()
+{
+    if (m_dashboardSettings)
+        checkWritten(m_dashboardSettings.get(), "favourites");
+    m_dashboardSettings.reset();
+    m_labelEditorSettings.reset();
+    m_pipeMarkingSettings.reset();
+    m_arcFlashSettings.reset();
+    m_ghsSettings.reset();
+    m_nfpaSettings.reset();
+}
+
+void DashboardCommonFileController::openFavoriteSettings()
+{
+    m_dashboardSettings = DashboardSettings::openDashboardStore();
+}
+
+void DashboardCommonFileController::closeFavoriteSettings()
+{
+    if (m_dashboardSettings)
+        checkWritten(m_dashboardSettings.get(), "favourites");
+    m_dashboardSettings.reset();
+}
+
+void DashboardCommonFileController::checkWritten(QSettings *settings, const char *what) const
+{
+    settings->sync();
+    if (settings->status() == QSettings::AccessError)
+        KX_DEBUG(lcFiles, "Could not save %s in %s", what, qPrintable(settings->fileName()));
+}
+
+QMap<QString, QDateTime> DashboardCommonFileController::getFileHistoryMap(
+        const QList<std::pair<QString, QString>> &history) const
+{
+    QMap<QString, QDateTime> map;
+    for (const auto &[path, text] : history) {
+        QDateTime date = DEFAULT_ACCESS_DATE;
+        if (!text.isEmpty())
+            date = parseHistoryDate(text);
+        auto it = map.find(path);
+        if (it == map.end())
+            map.insert(path, date);
+        else if (date > it.value())
+            it.value() = date;
+    }
+    return map;
+}
+
+QMap<QString, QDateTime> DashboardCommonFileController::loadFileHistoryMap() const
+{
+    using Tools = FileControllerTools;
+    const auto pipeMarking = Tools::loadFileHistory(m_pipeMarkingSettings.get(), FILE_HISTORY_GROUP);
+    const auto nfpa = Tools::loadFileHistory(m_nfpaSettings.get(), FILE_HISTORY_GROUP);
+    const auto ghs = Tools::loadFileHistory(m_ghsSettings.get(), FILE_HISTORY_GROUP);
+    const auto arcFlash = Tools::loadFileHistory(m_arcFlashSettings.get(), FILE_HISTORY_GROUP);
+    const auto labelEditor = Tools::loadFileHistory(m_labelEditorSettings.get(), FILE_HISTORY_GROUP);
+    const auto dashboard = Tools::loadFileHistory(m_dashboardSettings.get(), FILE_HISTORY_GROUP);
+
+    QList<std::pair<QString, QString>> all;
+    all.reserve(dashboard.size() + labelEditor.size() + arcFlash.size() + ghs.size()
+                + nfpa.size() + pipeMarking.size());
+    all << dashboard << labelEditor << arcFlash << ghs << nfpa << pipeMarking;
+    return getFileHistoryMap(all);
+}
+
+QStringList DashboardCommonFileController::readFavoriteKeys() const
+{
+    QStringList paths;
+    if (!m_dashboardSettings)
+        return paths;
+    m_dashboardSettings->beginGroup(FAVORITES_GROUP);
+    const QStringList keys = m_dashboardSettings->allKeys();
+    m_dashboardSettings->endGroup();
+    paths.reserve(keys.size());
+    for (const QString &key : keys)
+        paths.append(FavoriteKeys::pathFromKey(key));
+    return paths;
+}
+
+void DashboardCommonFileController::fillFileDates(DashboardFileInfoStruct &record,
+                                                  const QFileInfo &info,
+                                                  const QDateTime &viewedAt) const
+{
+    // Kept in UTC: the same instants, and sorting needs no time-zone look-up per record.
+    record.accessDate = (viewedAt == DEFAULT_ACCESS_DATE ? info.lastModified() : viewedAt).toUTC();
+    record.createdDate = info.birthTime().toUTC();
+    record.timeSinceCreated = calculateTimeSince(record.createdDate);
+    record.timeSinceModified = calculateTimeSince(record.accessDate);
+}
+
+QString DashboardCommonFileController::calculateTimeSince(const QDateTime &date) const
+{
+    const QDate then = date.toLocalTime().date();
+    const QDate now = currentDateTime().toLocalTime().date();
+    return adjustDaysSinceModified(int(then.daysTo(now)));
+}
+
+QString DashboardCommonFileController::adjustDaysSinceModified(int days) const
+{
+    if (days < 0)
+        return QString();
+    if (days == 0)
+        //: Under a label file tile: viewed or changed today
+        return tr("today");
+    if (days == 1)
+        //: Under a label file tile: viewed or changed yesterday
+        return tr("one day ago");
+    if (days < 7)
+        //: Under a label file tile; %1 is a number of days from 2 to 6
+        return tr("%1 days ago").arg(days);
+    if (days < 14)
+        //: Under a label file tile: viewed or changed a week ago
+        return tr("one week ago");
+    if (days < 30)
+        //: Under a label file tile; %1 is a number of weeks from 2 to 4
+        return tr("%1 weeks ago").arg(days / 7);
+    if (days < 60)
+        //: Under a label file tile: viewed or changed a month ago
+        return tr("one month ago");
+    if (days < 365)
+        //: Under a label file tile; %1 is a number of 30-day months from 2 to 12
+        return tr("%1 months ago").arg(days / 30);
+    if (days < 730)
+        //: Under a label file tile: viewed or changed a year ago
+        return tr("one year ago");
+    //: Under a label file tile; %1 is a number of years, 2 or more
+    return tr("%1 years ago").arg(days / 365);
+}
+
+QList<DashboardFileInfoStruct> DashboardCommonFileController::getSearchedLabelFilesList()
+{
+    return m_searchedLabelFilesList;
+}
+
+void DashboardCommonFileController::setSortType(DashboardGlobal::SortByType sortSettings)
+{
+    m_sortType = sortSettings;
+}
+
+DashboardGlobal::SortByType DashboardCommonFileController::getSortType()
+{
+    return m_sortType;
+}
+
+QString DashboardCommonFileController::getSearchString()
+{
+    return m_searchString;
+}
+
+void DashboardCommonFileController::setSearchString(QString searchString)
+{
+    m_searchString = searchString;
+}
+
+void DashboardCommonFileController::searchLabelFileList()
+{
+    m_searchedLabelFilesList.clear();
+    if (m_searchString.isEmpty()) {
+        m_searchedLabelFilesList = m_labelFilesList;
+    } else {
+        const QString term = m_searchString.toLower();
+        for (const DashboardFileInfoStruct &record : std::as_const(m_labelFilesList)) {
+            if (record.labelFileName.toLower().contains(term))
+                m_searchedLabelFilesList.append(record);
+        }
+    }
+    sortLabelFilesList();
+}
+
+void DashboardCommonFileController::sortLabelFilesList()
+{
+    QList<DashboardFileInfoStruct> &list = m_searchedLabelFilesList;
+    const auto lowerName = [](const DashboardFileInfoStruct &r) { return r.labelFileName.toLower(); };
+    const auto accessKey = [](const DashboardFileInfoStruct &r) { return dateKey(r.accessDate); };
+    const auto createdKey = [](const DashboardFileInfoStruct &r) { return dateKey(r.createdDate); };
+
+    switch (m_sortType) {
+    case DashboardGlobal::LAST_VIEWED_ASCENDING: // most recently viewed first, by design
+        sortRecords<qint64>(list, accessKey, std::greater<qint64>());
+        break;
+    case DashboardGlobal::LAST_VIEWED_DESCENDING:
+        sortRecords<qint64>(list, accessKey, std::less<qint64>());
+        break;
+    case DashboardGlobal::A_TO_Z:
+        sortRecords<QString>(list, lowerName, std::less<QString>());
+        break;
+    case DashboardGlobal::Z_TO_A:
+        sortRecords<QString>(list, lowerName, std::greater<QString>());
+        break;
+    case DashboardGlobal::NEWEST:
+        sortRecords<qint64>(list, createdKey, std::greater<qint64>());
+        break;
+    case DashboardGlobal::OLDEST:
+        sortRecords<qint64>(list, createdKey, std::less<qint64>());
+        break;
+    }
+    Q_EMIT listSorted();
+}
+
+void DashboardCommonFileController::openLabel(int labelIndex)
+{
+    const auto it = std::find_if(m_searchedLabelFilesList.cbegin(), m_searchedLabelFilesList.cend(),
+                                 [labelIndex](const DashboardFileInfoStruct &r) { return r.id == labelIndex; });
+    if (it == m_searchedLabelFilesList.cend()) {
+        KX_DEBUG(lcFiles, "Error invalid request");
+        return;
+    }
+
+    static const QStringList pipeSuffixes = { QStringLiteral("kxaw"), QStringLiteral("kxam"),
+                                              QStringLiteral("kxpm") };
+    static const QStringList designerSuffixes = { QStringLiteral("kxld"), QStringLiteral("kxlt"),
+                                                  QStringLiteral("kxcl"), QStringLiteral("kxaf"),
+                                                  QStringLiteral("kxnf") };
+    const QString path = it->fullPath();
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    if (pipeSuffixes.contains(suffix))
+        Q_EMIT launchLabelInModule(DashboardGlobal::APP_PIPEMARKING, path);
+    else if (designerSuffixes.contains(suffix))
+        Q_EMIT launchLabelInModule(DashboardGlobal::APP_LABELDESIGNER, path);
+}
+
+bool DashboardCommonFileController::setFavorite(bool currentValue, int id)
+{
+    const auto it = std::find_if(m_searchedLabelFilesList.begin(), m_searchedLabelFilesList.end(),
+                                 [id](const DashboardFileInfoStruct &r) { return r.id == id; });
+    if (it != m_searchedLabelFilesList.end()) {
+        openFavoriteSettings();
+        m_dashboardSettings->beginGroup(FAVORITES_GROUP);
+        const QString key = it->fullPath();
+        if (currentValue)
+            removeExactKey(m_dashboardSettings.get(), key);
+        else
+            m_dashboardSettings->setValue(key, true);
+        m_dashboardSettings->endGroup();
+        closeFavoriteSettings();
+
+        it->isFavorite = !currentValue;
+        const auto full = std::find_if(m_labelFilesList.begin(), m_labelFilesList.end(),
+                                       [&](const DashboardFileInfoStruct &r) {
+                                           return r.filePath == it->filePath
+                                                   && r.labelFileName == it->labelFileName;
+                                       });
+        if (full != m_labelFilesList.end())
+            full->isFavorite = !currentValue;
+        Q_EMIT favoriteChanged();
+    }
+    return !currentValue;
+}
+
+void DashboardCommonFileController::removeFavorite(bool current, QString filePath, int cloudService)
+{
+    if (!current)
+        return;
+    openSettingsFiles();
+    if (cloudService == DashboardGlobal::LABEL_LOCAL) {
+        m_dashboardSettings->beginGroup(FAVORITES_GROUP);
+        removeExactKey(m_dashboardSettings.get(), filePath);
+    } else {
+        m_dashboardSettings->beginGroup(CLOUD_FAVORITES_GROUP);
+        removeExactKey(m_dashboardSettings.get(),
+                       QString::number(cloudService) + QFileInfo(filePath).fileName());
+    }
+    m_dashboardSettings->endGroup();
+    closeSettingsFiles();
+    updateFileLists();
+}
+
+void DashboardCommonFileController::consoleLog(QString message)
+{
+    KX_DEBUG(lcFiles, "%s", qPrintable(message));
+}
