@@ -221,6 +221,10 @@ void DashboardCommonFileController::fillFileDates(DashboardFileInfoStruct &recor
 
 QString DashboardCommonFileController::calculateTimeSince(const QDateTime &date) const
 {
+    // No date (a file system without birth times, a history text that did not parse): no
+    // text, rather than a count from nothing.
+    if (!date.isValid())
+        return QString();
     const QDate then = date.toLocalTime().date();
     const QDate now = currentDateTime().toLocalTime().date();
     return adjustDaysSinceModified(int(then.daysTo(now)));

@@ -92,6 +92,7 @@ inline bool makeFile(const QString &path, const QByteArray &content = "label",
     if (!f.open(QIODevice::WriteOnly))
         return false;
     f.write(content);
+    f.flush();
     if (modified.isValid() && !f.setFileTime(modified, QFileDevice::FileModificationTime))
         return false;
     return true;
@@ -123,3 +124,14 @@ inline const DashboardFileInfoStruct *findByName(const QList<DashboardFileInfoSt
 }
 
 } // namespace FilesTest
+
+#include "Controllers/my_labels_controller.h"
+
+// My Labels with its platform root in a temporary folder.
+class TestableMyLabels : public MyLabelsController
+{
+public:
+    explicit TestableMyLabels(const QString &platformRoot) : MyLabelsController(platformRoot) {}
+    QList<DashboardFileInfoStruct> fullList() const { return m_labelFilesList; }
+    QString rootFolder() const { return m_rootFolder; }
+};

@@ -212,6 +212,7 @@ void tst_DashboardCommonFileController::calculateTimeSince_data()
                                    << QDateTime(day.addDays(1), QTime(0, 0)) << QString();
     QTest::newRow("seven midnights") << QDateTime(day, QTime(0, 0))
                                      << QDateTime(day.addDays(-7), QTime(23, 59)) << "one week ago";
+    QTest::newRow("invalid date") << QDateTime(day, QTime(12, 0)) << QDateTime() << QString();
     QTest::newRow("given in UTC") << QDateTime(day, QTime(10, 0))
                                   << QDateTime(day, QTime(10, 0)).toUTC().addDays(-2) << "2 days ago";
 }
