@@ -496,22 +496,26 @@ void tst_MyLabelsController::nonUtf8Names()
 {
     const QByteArray root = QFile::encodeName(m_root);
     QVERIFY(QDir().mkpath(m_root + "/sub"));
+    // Qt cannot name these, so QTemporaryDir could not remove them either.
+    auto removeNative = qScopeGuard([root] {
+        ::unlink((root + "/bad_label\xff\xfe.kxld").constData());
+        ::unlink((root + "/sub/\xc3\x28label.kxld").constData());
+        ::rmdir((root + "/dir\x80").constData());
+    });
     QVERIFY(makeNativeFile(root + "/bad_label\xff\xfe.kxld"));
     QVERIFY(makeNativeFile(root + "/sub/\xc3\x28label.kxld"));
-    QVERIFY(QDir().mkdir(QFile::decodeName(root + "/dir_")) || true);
     QVERIFY(::mkdir((root + "/dir\x80").constData(), 0755) == 0);
     QVERIFY(makeFile(m_root + "/good_label.kxld"));
     QVERIFY(makeFile(m_root + "/sub/good_label.kxam"));
     m_controller->updateFileLists();
-    QVERIFY(findByName(m_controller->getSearchedLabelFilesList(), "good_label.kxld"));
+    // Names that do not decode cannot be opened by name again, so they are left out.
+    QCOMPARE(names(m_controller->getSearchedLabelFilesList()), QStringList({ "good_label.kxld" }));
     m_controller->prependFolders();
+    QCOMPARE(names(m_controller->getSearchedLabelFilesList()), QStringList({ "sub", "good_label.kxld" }));
     m_controller->setSearchString("label");
     m_controller->searchLabelFileList();
     const auto found = m_controller->getSearchedLabelFilesList();
-    QVERIFY(!found.isEmpty());
-    QVERIFY(found.size() <= 2); // one per directory
-    for (const auto &r : found)
-        QVERIFY(r.labelFileName.contains("label"));
+    QCOMPARE(names(found), QStringList({ "good_label.kxam", "good_label.kxld" }));
     m_controller->setSortType(DashboardGlobal::NEWEST);
     m_controller->sortLabelFilesList();
     for (const auto &r : found)
