@@ -121,12 +121,24 @@ QDateTime DashboardCommonFileController::currentDateTime() const
 
 void DashboardCommonFileController::openSettingsFiles()
 {
-    m_dashboardSettings = DashboardSettings::openDashboardStore();
-    m_labelEditorSettings = DashboardSettings::openStore(QStringLiteral("QVLabelEditor"));
-    m_pipeMarkingSettings = DashboardSettings::openStore(QStringLiteral("PipeMarking"));
-    m_arcFlashSettings = DashboardSettings::openStore(QStringLiteral("ArcFlashMain"));
-    m_ghsSettings = DashboardSettings::openStore(QStringLiteral("GHS"));
-    m_nfpaSettings = DashboardSettings::openStore(QStringLiteral("NFPAMain"));
+    m_dashboardSettings = openCheckedStore(QString::fromLatin1(DashboardSettings::DASHBOARD_APPLICATION_NAME));
+    m_labelEditorSettings = openCheckedStore(QStringLiteral("QVLabelEditor"));
+    m_pipeMarkingSettings = openCheckedStore(QStringLiteral("PipeMarking"));
+    m_arcFlashSettings = openCheckedStore(QStringLiteral("ArcFlashMain"));
+    m_ghsSettings = openCheckedStore(QStringLiteral("GHS"));
+    m_nfpaSettings = openCheckedStore(QStringLiteral("NFPAMain"));
+}
+
+std::unique_ptr<QSettings> DashboardCommonFileController::openCheckedStore(const QString &applicationName) const
+{
+    // Constructing the store reads nothing yet; the check runs before any section is parsed.
+    auto store = DashboardSettings::openStore(applicationName);
+    if (!FileControllerTools::isStoreSafe(store->fileName())) {
+        KX_DEBUG(lcFiles, "Ignoring settings store %s: it holds a value too large to read safely",
+                 qPrintable(store->fileName()));
+        return nullptr;
+    }
+    return store;
 }
 
 void DashboardCommonFileController::closeSettingsFiles()
@@ -143,7 +155,7 @@ void DashboardCommonFileController::closeSettingsFiles()
 
 void DashboardCommonFileController::openFavoriteSettings()
 {
-    m_dashboardSettings = DashboardSettings::openDashboardStore();
+    m_dashboardSettings = openCheckedStore(QString::fromLatin1(DashboardSettings::DASHBOARD_APPLICATION_NAME));
 }
 
 void DashboardCommonFileController::closeFavoriteSettings()
@@ -360,13 +372,15 @@ bool DashboardCommonFileController::setFavorite(bool currentValue, int id)
                                  [id](const DashboardFileInfoStruct &r) { return r.id == id; });
     if (it != m_searchedLabelFilesList.end()) {
         openFavoriteSettings();
-        m_dashboardSettings->beginGroup(FAVORITES_GROUP);
-        const QString key = it->fullPath();
-        if (currentValue)
-            removeExactKey(m_dashboardSettings.get(), key);
-        else
-            m_dashboardSettings->setValue(key, true);
-        m_dashboardSettings->endGroup();
+        if (m_dashboardSettings) {
+            m_dashboardSettings->beginGroup(FAVORITES_GROUP);
+            const QString key = it->fullPath();
+            if (currentValue)
+                removeExactKey(m_dashboardSettings.get(), key);
+            else
+                m_dashboardSettings->setValue(key, true);
+            m_dashboardSettings->endGroup();
+        }
         closeFavoriteSettings();
 
         it->isFavorite = !currentValue;
@@ -387,15 +401,17 @@ void DashboardCommonFileController::removeFavorite(bool current, QString filePat
     if (!current)
         return;
     openSettingsFiles();
-    if (cloudService == DashboardGlobal::LABEL_LOCAL) {
-        m_dashboardSettings->beginGroup(FAVORITES_GROUP);
-        removeExactKey(m_dashboardSettings.get(), filePath);
-    } else {
-        m_dashboardSettings->beginGroup(CLOUD_FAVORITES_GROUP);
-        removeExactKey(m_dashboardSettings.get(),
-                       QString::number(cloudService) + QFileInfo(filePath).fileName());
+    if (m_dashboardSettings) {
+        if (cloudService == DashboardGlobal::LABEL_LOCAL) {
+            m_dashboardSettings->beginGroup(FAVORITES_GROUP);
+            removeExactKey(m_dashboardSettings.get(), filePath);
+        } else {
+            m_dashboardSettings->beginGroup(CLOUD_FAVORITES_GROUP);
+            removeExactKey(m_dashboardSettings.get(),
+                           QString::number(cloudService) + QFileInfo(filePath).fileName());
+        }
+        m_dashboardSettings->endGroup();
     }
-    m_dashboardSettings->endGroup();
     closeSettingsFiles();
     updateFileLists();
 }

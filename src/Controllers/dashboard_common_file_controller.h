@@ -41,7 +41,8 @@ public:
     QDateTime currentDateTime() const;
 
     // Each operation that touches a store opens it first and destroys it at its end, which
-    // writes it out; nothing stays open between operations.
+    // writes it out; nothing stays open between operations. A store whose file holds a
+    // value too large to decode safely is left closed (null) and logged.
     void openSettingsFiles();
     void closeSettingsFiles();
     void openFavoriteSettings();
@@ -81,6 +82,8 @@ protected:
     // from the history when a module recorded a view.
     void fillFileDates(DashboardFileInfoStruct &record, const QFileInfo &info,
                        const QDateTime &viewedAt) const;
+    // A store of the given program, or null when its file is not safe to parse.
+    std::unique_ptr<QSettings> openCheckedStore(const QString &applicationName) const;
     // Logs a store that could not be written.
     void checkWritten(QSettings *settings, const char *what) const;
 

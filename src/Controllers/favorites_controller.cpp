@@ -48,9 +48,12 @@ void FavoritesController::updateFileLists()
         m_labelFilesList.append(record);
     }
 
-    m_dashboardSettings->beginGroup(QStringLiteral("cloudFavorites"));
-    const QStringList cloudKeys = m_dashboardSettings->allKeys();
-    m_dashboardSettings->endGroup();
+    QStringList cloudKeys;
+    if (m_dashboardSettings) {
+        m_dashboardSettings->beginGroup(QStringLiteral("cloudFavorites"));
+        cloudKeys = m_dashboardSettings->allKeys();
+        m_dashboardSettings->endGroup();
+    }
     for (const QString &key : cloudKeys) {
         if (key.isEmpty())
             continue;

@@ -2,6 +2,7 @@
 
 #include "logging/cute_logger.h"
 
+#include <QFile>
 #include <QLoggingCategory>
 #include <QSettings>
 #include <QVariant>
@@ -81,4 +82,55 @@ void FileControllerTools::recordFileView(QSettings *settings, const QString &gro
     if (maxEntries > 0 && entries.size() > maxEntries)
         entries.resize(maxEntries);
     saveFileHistory(settings, group, entries);
+}
+
+bool FileControllerTools::isStoreSafe(const QString &fileName, qsizetype maxValueLength)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return true; // QSettings cannot read it either
+
+    // One pass over the raw bytes. A logical line ends at a line break that no backslash
+    // continues; its value is what follows the first "=".
+    bool inValue = false;
+    bool risky = false;
+    bool escaped = false;      // the previous byte was an unescaped backslash
+    bool continuedCr = false;  // a backslash-CR continuation, whose LF belongs to it
+    qsizetype valueLength = 0;
+    char buffer[64 * 1024];
+    qint64 got;
+    while ((got = file.read(buffer, sizeof buffer)) > 0) {
+        for (qint64 i = 0; i < got; ++i) {
+            const char c = buffer[i];
+            if (continuedCr && c == '\n') {
+                continuedCr = false;
+                continue;
+            }
+            continuedCr = false;
+            if (c == '\n' || c == '\r') {
+                if (escaped) {
+                    escaped = false;
+                    continuedCr = c == '\r';
+                    continue;
+                }
+                inValue = false;
+                risky = false;
+                valueLength = 0;
+                continue;
+            }
+            escaped = !escaped && c == '\\';
+            if (!inValue) {
+                inValue = c == '=';
+                continue;
+            }
+            ++valueLength;
+            risky = risky || c == '@' || c == '\\';
+            if (risky && valueLength > maxValueLength) {
+                KX_DEBUG(lcWidgetUtils, "Store %s holds a value too large to decode safely",
+                         qPrintable(fileName));
+                return false;
+            }
+        }
+    }
+    return true;
 }

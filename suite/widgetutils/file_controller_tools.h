@@ -44,4 +44,13 @@ public:
     // caps the history, dropping the oldest entries.
     static void recordFileView(QSettings *settings, const QString &group, const QString &filePath,
                                const QDateTime &viewedAt, int maxEntries = 0);
+
+    // Whether QSettings can open the INI file fileName without risk. QSettings decodes
+    // "@Variant(...)" values with QDataStream, which follows nested lists without limit: a
+    // few hundred kilobytes in any section of another program's store overflow the stack as
+    // soon as that section is parsed (and every section is parsed when the store is written).
+    // A value that could spell such a payload (it holds "@" or an escape) and is longer than
+    // maxValueLength characters makes the file unsafe; the default bounds the nesting to a
+    // few hundred levels. A missing file is safe.
+    static bool isStoreSafe(const QString &fileName, qsizetype maxValueLength = 4096);
 };

@@ -135,3 +135,18 @@ public:
     QList<DashboardFileInfoStruct> fullList() const { return m_labelFilesList; }
     QString rootFolder() const { return m_rootFolder; }
 };
+
+namespace FilesTest {
+
+// A value that QSettings decodes into lists nested `levels` deep: deep enough, it overflows
+// the stack of whoever parses its section.
+inline QByteArray nestedVariantValue(int levels)
+{
+    QByteArray value = "@Variant(";
+    for (int i = 0; i < levels; ++i)
+        value += "\\0\\0\\0\\t\\0\\0\\0\\x1"; // a QVariantList of one element
+    value += "\\0\\0\\0\\x2\\0\\0\\0\\x1)"; // the int 1
+    return value;
+}
+
+} // namespace FilesTest

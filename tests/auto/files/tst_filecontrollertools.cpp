@@ -26,6 +26,9 @@ private Q_SLOTS:
     void currentGroupIsKept();
     void hostileArrays_data();
     void hostileArrays();
+    void storeSafety_data();
+    void storeSafety();
+    void safeBoundStillDecodes();
 
 private:
     std::unique_ptr<QSettings> open() { return DashboardSettings::openStore("GHS"); }
@@ -156,6 +159,50 @@ void tst_FileControllerTools::hostileArrays()
     QVERIFY(makeFile(storeFile("GHS"), ini));
     auto store = open();
     QCOMPARE(FileControllerTools::loadFileHistory(store.get(), "fileHistory"), expected);
+}
+
+void tst_FileControllerTools::storeSafety_data()
+{
+    QTest::addColumn<QByteArray>("ini");
+    QTest::addColumn<bool>("safe");
+    const QByteArray longText(10000, 'x');
+    const QByteArray half(3000, 'y');
+    QTest::newRow("empty") << QByteArray() << true;
+    QTest::newRow("ordinary store") << QByteArray("[fileHistory]\nsize=1\n1\\path=/a\n1\\date=2024\n") << true;
+    QTest::newRow("long plain value") << "[a]\nk=" + longText + "\n" << true;
+    QTest::newRow("long key") << "[a]\n" + longText + "\\@=1\n" << true;
+    QTest::newRow("long value with @") << "[a]\nk=@" + longText + "\n" << false;
+    QTest::newRow("long value with escapes") << "[a]\nk=\\x40" + longText + "\n" << false;
+    QTest::newRow("nested variant") << "[other]\nk=" + nestedVariantValue(20000) + "\n" << false;
+    QTest::newRow("split by continuations") << "[a]\nk=@" + half + "\\\n" + half + "\\\n" + half + "\n" << false;
+    QTest::newRow("split by CRLF continuations") << "[a]\r\nk=@" + half + "\\\r\n" + half + "\\\r\n" + half + "\r\n" << false;
+    QTest::newRow("escaped backslash ends the line")
+            << "[a]\nk=@" + half + "\\\\\nj=@" + half + "\\\\\nl=@" + half + "\n" << true;
+    QTest::newRow("many short risky values") << QByteArray("[a]\n") + QByteArray("k=@Rect(1 2 3 4)\n").repeated(10000) << true;
+    QTest::newRow("binary garbage") << QByteArray(100000, '\xff') << true;
+}
+
+void tst_FileControllerTools::storeSafety()
+{
+    QFETCH(QByteArray, ini);
+    QFETCH(bool, safe);
+    const QString file = storeFile("GHS");
+    QVERIFY(makeFile(file, ini));
+    QCOMPARE(FileControllerTools::isStoreSafe(file), safe);
+    QVERIFY(FileControllerTools::isStoreSafe(file + ".missing"));
+}
+
+void tst_FileControllerTools::safeBoundStillDecodes()
+{
+    // The largest nesting that passes the check decodes without harm.
+    const QByteArray value = nestedVariantValue(4096 / 19 - 1);
+    QVERIFY(value.size() - 1 <= 4096);
+    QVERIFY(makeFile(storeFile("GHS"), "[fileHistory]\nsize=1\n1\\path=/a\n[other]\nk=" + value + "\n"));
+    QVERIFY(FileControllerTools::isStoreSafe(storeFile("GHS")));
+    auto store = open();
+    QCOMPARE(store->childGroups(), QStringList({ "fileHistory", "other" }));
+    QCOMPARE(store->value("other/k").toList().size(), 1);
+    QCOMPARE(FileControllerTools::loadFileHistory(store.get(), "fileHistory"), Entries({ { "/a", "" } }));
 }
 
 QTEST_GUILESS_MAIN(tst_FileControllerTools)
