@@ -61,20 +61,43 @@ void sortRecords(QList<DashboardFileInfoStruct> &list, KeyOf keyOf, Less less)
     };
     std::vector<Proxy> proxies;
     proxies.reserve(size_t(list.size()));
-    for (int i = 0; i < list.size(); ++i)
+    bool anyFolder = false;
+    for (int i = 0; i < list.size(); ++i) {
         proxies.push_back({ keyOf(list.at(i)), list.at(i).type, i });
+        anyFolder = anyFolder || list.at(i).type;
+    }
 
-    // Folders are never ordered against anything.
-    std::sort(proxies.begin(), proxies.end(), [&less](const Proxy &a, const Proxy &b) {
-        return !a.folder && !b.folder && less(a.key, b.key);
-    });
+    // Folders are never ordered against anything. Without folders the check is always
+    // false, and leaving it out changes no comparison.
+    if (anyFolder) {
+        std::sort(proxies.begin(), proxies.end(), [&less](const Proxy &a, const Proxy &b) {
+            return !a.folder && !b.folder && less(a.key, b.key);
+        });
+    } else {
+        std::sort(proxies.begin(), proxies.end(),
+                  [&less](const Proxy &a, const Proxy &b) { return less(a.key, b.key); });
+    }
 
-    QList<DashboardFileInfoStruct> sorted;
-    sorted.reserve(list.size());
+    // Apply the permutation in place, one move per record along each cycle: no second list
+    // to allocate and free.
     DashboardFileInfoStruct *records = list.data();
-    for (const Proxy &p : proxies)
-        sorted.append(std::move(records[p.index]));
-    list = std::move(sorted);
+    const int n = int(proxies.size());
+    for (int start = 0; start < n; ++start) {
+        if (proxies[size_t(start)].index == start)
+            continue;
+        DashboardFileInfoStruct held = std::move(records[start]);
+        int to = start;
+        for (;;) {
+            const int from = proxies[size_t(to)].index;
+            proxies[size_t(to)].index = to;
+            if (from == start) {
+                records[to] = std::move(held);
+                break;
+            }
+            records[to] = std::move(records[from]);
+            to = from;
+        }
+    }
 }
 
 // QSettings::remove() takes every key below the one named along with it, and an empty key

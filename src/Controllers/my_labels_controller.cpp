@@ -1,9 +1,9 @@
 #include "Controllers/my_labels_controller.h"
 
+#include "Controllers/label_tree_walker.h"
 #include "dashboard_logging.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFileInfo>
 
 MyLabelsController::MyLabelsController(QObject *parent)
@@ -172,23 +172,18 @@ void MyLabelsController::appendSearched(const DashboardFileInfoStruct &record)
 
 void MyLabelsController::walkForMatches(const QString &dir, const QString &lowerTerm)
 {
-    // Symbolic links to directories are listed but not followed, so a link loop ends the
-    // walk instead of repeating it; unreadable directories are passed over.
-    QDirIterator it(dir, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        it.next();
-        const QFileInfo info = it.fileInfo();
-        if (info.isDir() || !info.fileName().toLower().contains(lowerTerm))
-            continue;
+    LabelTreeWalker::walkFiles(dir, [this, &lowerTerm](const QString &directory, const QString &name) {
+        if (!name.toLower().contains(lowerTerm))
+            return;
         // One match per directory: the first the walk meets. The check is made before the
         // record is built, so the file system is asked only about files that are kept; the
         // id is used up either way.
-        if (m_searchedDirectories.contains(info.absolutePath())) {
+        if (m_searchedDirectories.contains(directory)) {
             ++m_idCounter;
-            continue;
+            return;
         }
-        appendSearched(buildRecord(info));
-    }
+        appendSearched(buildRecord(QFileInfo(directory + QLatin1Char('/') + name)));
+    });
 }
 
 void MyLabelsController::searchLabelFileList()

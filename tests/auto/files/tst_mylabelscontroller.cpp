@@ -1,6 +1,7 @@
 #include "Controllers/my_labels_controller.h"
 #include "files_test_util.h"
 
+#include <QDirIterator>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -60,6 +61,7 @@ private Q_SLOTS:
     void subFolderSearch();
     void emptySearchAfterSearchShowsFolderFiles();
     void isLabelInListComparesDirectories();
+    void rootSearchWalksLikeQDirIterator();
 
     void symlinkLoop();
     void unreadableSubFolders();
@@ -440,6 +442,48 @@ void tst_MyLabelsController::isLabelInListComparesDirectories()
     QVERIFY(!m_controller->IsLabelInList(m_root + "/a.kxld"));
     QVERIFY(!m_controller->IsLabelInList(m_root.toUpper()));
     QVERIFY(!m_controller->IsLabelInList(m_root + "/"));
+}
+
+void tst_MyLabelsController::rootSearchWalksLikeQDirIterator()
+{
+    // Many matches per directory, so the first one met decides; links, hidden entries and
+    // special files of every kind.
+    for (int d = 0; d < 6; ++d)
+        for (int f = 0; f < 12; ++f)
+            QVERIFY(makeFile(m_root + QString("/d%1/sub%2/match_%3.kxld").arg(d).arg(f % 3).arg(f)));
+    QVERIFY(makeFile(m_root + "/.hidden_dir/match_hidden.kxld"));
+    QVERIFY(makeFile(m_root + "/d0/.match_hidden.kxld"));
+    QVERIFY(makeFile(m_root + "/other/plain.kxld"));
+    QVERIFY(QFile::link(m_root + "/d1/sub0/match_0.kxld", m_root + "/other/match_link.kxld"));
+    QVERIFY(QFile::link(m_root + "/d2", m_root + "/other/match_dirlink"));
+    QVERIFY(QFile::link(m_root + "/nowhere", m_root + "/other/match_broken.kxld"));
+    QVERIFY(::mkfifo(QFile::encodeName(m_root + "/d3/match_fifo").constData(), 0644) == 0);
+    QVERIFY(QFile::link(m_root + "/d3/match_fifo", m_root + "/d4/match_fifolink"));
+    QVERIFY(QDir().mkpath(m_root + "/match_empty_dir"));
+
+    m_controller->updateFileLists();
+    m_controller->setSearchString("MATCH");
+    m_controller->searchLabelFileList();
+    QStringList found;
+    for (const auto &r : m_controller->getSearchedLabelFilesList())
+        found << r.fullPath();
+    found.sort();
+
+    QStringList expected;
+    QSet<QString> dirs;
+    QDirIterator it(m_root, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        it.next();
+        const QFileInfo info = it.fileInfo();
+        if (info.isDir() || !info.fileName().toLower().contains("match") || dirs.contains(info.absolutePath()))
+            continue;
+        dirs.insert(info.absolutePath());
+        expected << info.absoluteFilePath();
+    }
+    expected.sort();
+    QCOMPARE(found, expected);
+    // d*/sub*, the link to a file, and the link to the fifo (the fifo itself is left out).
+    QCOMPARE(found.size(), 6 * 3 + 2);
 }
 
 void tst_MyLabelsController::symlinkLoop()
