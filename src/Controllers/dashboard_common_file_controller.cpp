@@ -245,24 +245,37 @@ QStringList DashboardCommonFileController::readFavoriteKeys() const
 
 void DashboardCommonFileController::fillFileDates(DashboardFileInfoStruct &record,
                                                   const QFileInfo &info,
-                                                  const QDateTime &viewedAt) const
+                                                  const QDateTime &viewedAt,
+                                                  const QDate &today) const
 {
-    // Kept in UTC: the same instants, and sorting needs no time-zone look-up per record.
-    record.accessDate = (viewedAt == DEFAULT_ACCESS_DATE ? info.lastModified() : viewedAt).toUTC();
-    record.createdDate = info.birthTime().toUTC();
-    record.timeSinceCreated = calculateTimeSince(record.createdDate);
-    record.timeSinceModified = calculateTimeSince(record.accessDate);
+    const QDateTime access = viewedAt == DEFAULT_ACCESS_DATE ? info.lastModified() : viewedAt;
+    const QDateTime created = info.birthTime();
+    // The texts come from the local times the file system and the histories give, before
+    // the dates are stored in UTC: the same instants, and sorting then needs no time-zone
+    // look-up per record.
+    record.timeSinceCreated = timeSince(created, today);
+    record.timeSinceModified = timeSince(access, today);
+    record.accessDate = access.toUTC();
+    record.createdDate = created.toUTC();
 }
 
-QString DashboardCommonFileController::calculateTimeSince(const QDateTime &date) const
+QDate DashboardCommonFileController::today() const
+{
+    return currentDateTime().toLocalTime().date();
+}
+
+QString DashboardCommonFileController::timeSince(const QDateTime &date, const QDate &today) const
 {
     // No date (a file system without birth times, a history text that did not parse): no
     // text, rather than a count from nothing.
     if (!date.isValid())
         return QString();
-    const QDate then = date.toLocalTime().date();
-    const QDate now = currentDateTime().toLocalTime().date();
-    return adjustDaysSinceModified(int(then.daysTo(now)));
+    return adjustDaysSinceModified(int(date.toLocalTime().date().daysTo(today)));
+}
+
+QString DashboardCommonFileController::calculateTimeSince(const QDateTime &date) const
+{
+    return timeSince(date, today());
 }
 
 QString DashboardCommonFileController::adjustDaysSinceModified(int days) const

@@ -80,8 +80,11 @@ protected:
     QStringList readFavoriteKeys() const;
     // Dates and time-since texts of a record from the file system, with accessDate taken
     // from the history when a module recorded a view.
+    // today is the clock's local date, taken once per list.
     void fillFileDates(DashboardFileInfoStruct &record, const QFileInfo &info,
-                       const QDateTime &viewedAt) const;
+                       const QDateTime &viewedAt, const QDate &today) const;
+    QDate today() const;
+    QString timeSince(const QDateTime &date, const QDate &today) const;
     // A store of the given program, or null when its file is not safe to parse.
     std::unique_ptr<QSettings> openCheckedStore(const QString &applicationName) const;
     // Logs a store that could not be written.

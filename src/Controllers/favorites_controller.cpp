@@ -30,6 +30,7 @@ void FavoritesController::updateFileLists()
     m_labelFilesList.clear();
     openFavoriteSettings();
 
+    const QDate now = today();
     const QStringList localKeys = readFavoriteKeys();
     for (const QString &path : localKeys) {
         const QFileInfo info(path);
@@ -39,7 +40,7 @@ void FavoritesController::updateFileLists()
         DashboardFileInfoStruct record;
         record.labelFileName = info.fileName();
         record.filePath = info.absolutePath();
-        fillFileDates(record, info, DEFAULT_ACCESS_DATE);
+        fillFileDates(record, info, DEFAULT_ACCESS_DATE, now);
         record.isFavorite = true;
         record.cloudEnum = DashboardGlobal::LABEL_LOCAL;
         record.isWritable = true;
@@ -64,7 +65,7 @@ void FavoritesController::updateFileLists()
         const int cloudEnum = QString(location).toInt();
         record.filePath = cloudFolder(cloudEnum);
         // The dates shown are those of the cloud folder itself.
-        fillFileDates(record, QFileInfo(record.filePath), DEFAULT_ACCESS_DATE);
+        fillFileDates(record, QFileInfo(record.filePath), DEFAULT_ACCESS_DATE, now);
         record.isFavorite = true;
         record.cloudEnum = cloudEnum;
         record.id = int(m_labelFilesList.size());

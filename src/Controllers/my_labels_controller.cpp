@@ -65,7 +65,7 @@ DashboardFileInfoStruct MyLabelsController::buildRecord(const QFileInfo &info)
         return record;
 
     const QString key = record.fullPath();
-    fillFileDates(record, info, m_fileHistoryMap.value(key, DEFAULT_ACCESS_DATE));
+    fillFileDates(record, info, m_fileHistoryMap.value(key, DEFAULT_ACCESS_DATE), m_today);
     record.isFavorite = m_favoriteKeySet.contains(key);
     record.id = m_idCounter++;
     return record;
@@ -82,6 +82,7 @@ void MyLabelsController::parseDirectory(QString dir)
     m_folderList.clear();
     m_searchedLabelFilesList.clear();
     m_idCounter = 0;
+    m_today = today();
 
     for (const QFileInfo &info : entries) {
         const bool isDir = info.isDir();
@@ -197,6 +198,7 @@ void MyLabelsController::searchLabelFileList()
     }
 
     const QString lowerTerm = m_searchString.toLower();
+    m_today = today();
     if (m_currentFolder == m_rootFolder) {
         if (QDir(m_rootFolder).exists() && !m_rootFolder.isEmpty())
             walkForMatches(m_rootFolder, lowerTerm);

@@ -51,6 +51,7 @@ private:
     QList<DashboardFileInfoStruct> m_folderList;
 
     QString m_platformRootPath;
+    QDate m_today; // the clock's date while a list is built
     QSet<QString> m_favoriteKeySet;
     // Directories that already have a record in the searched list, during a search.
     QSet<QString> m_searchedDirectories;

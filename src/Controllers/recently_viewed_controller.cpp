@@ -22,6 +22,7 @@ void RecentlyViewedController::updateFileLists()
     closeSettingsFiles();
 
     const QSet<QString> favorites(favoriteKeys.cbegin(), favoriteKeys.cend());
+    const QDate now = today();
     m_labelFilesList.reserve(history.size());
     // The map iterates in ascending code-unit order of the full paths.
     for (auto it = history.cbegin(); it != history.cend(); ++it) {
@@ -34,7 +35,7 @@ void RecentlyViewedController::updateFileLists()
         record.isWritable = info.isWritable();
         record.type = false;
         record.cloudEnum = DashboardGlobal::LABEL_LOCAL;
-        fillFileDates(record, info, it.value());
+        fillFileDates(record, info, it.value(), now);
         record.isFavorite = favorites.contains(it.key());
         record.id = int(m_labelFilesList.size());
         m_labelFilesList.append(record);
