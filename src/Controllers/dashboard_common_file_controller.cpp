@@ -8,6 +8,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <vector>
 
@@ -78,27 +79,32 @@ void sortRecords(QList<DashboardFileInfoStruct> &list, KeyOf keyOf, Less less)
                   [&less](const Proxy &a, const Proxy &b) { return less(a.key, b.key); });
     }
 
-    // Apply the permutation in place, one move per record along each cycle: no second list
-    // to allocate and free.
-    DashboardFileInfoStruct *records = list.data();
+    // Apply the permutation in place along its cycles, relocating each record once as plain
+    // bytes (the record is a relocatable type, as QList itself treats it): no second list to
+    // allocate and free, and no member-wise moves.
+    static_assert(QTypeInfo<DashboardFileInfoStruct>::isRelocatable);
+    unsigned char *records = reinterpret_cast<unsigned char *>(list.data());
+    constexpr size_t size = sizeof(DashboardFileInfoStruct);
+    alignas(DashboardFileInfoStruct) unsigned char held[size];
     const int n = int(proxies.size());
     for (int start = 0; start < n; ++start) {
         if (proxies[size_t(start)].index == start)
             continue;
-        DashboardFileInfoStruct held = std::move(records[start]);
+        std::memcpy(held, records + size_t(start) * size, size);
         int to = start;
         for (;;) {
             const int from = proxies[size_t(to)].index;
             proxies[size_t(to)].index = to;
             if (from == start) {
-                records[to] = std::move(held);
+                std::memcpy(records + size_t(to) * size, held, size);
                 break;
             }
-            records[to] = std::move(records[from]);
+            std::memcpy(records + size_t(to) * size, records + size_t(from) * size, size);
             to = from;
         }
     }
 }
+
 
 // QSettings::remove() takes every key below the one named along with it, and an empty key
 // (which "/" becomes) means the whole group: a directory path would drop all favourites in

@@ -46,4 +46,6 @@ public:
     bool operator!=(const DashboardFileInfoStruct &other) const { return !(*this == other); }
 };
 
+// Its members are all relocatable, so lists move records as plain bytes.
+Q_DECLARE_TYPEINFO(DashboardFileInfoStruct, Q_RELOCATABLE_TYPE);
 Q_DECLARE_METATYPE(DashboardFileInfoStruct)
