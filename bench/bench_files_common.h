@@ -3,6 +3,7 @@
 // Fixtures and reporting shared by the label file list benchmarks.
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QMap>
 #include <QProcess>
 #include <QSettings>
@@ -14,7 +15,10 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace BenchFiles {
 

@@ -49,6 +49,7 @@ private Q_SLOTS:
     void listingOrderGivesIds();
     void historyAndFavoritesMarkRecords();
     void unparsableHistoryDateBecomesAccessDate();
+    void favoriteWithAbsolutePathRoundTrips_data();
     void favoriteWithAbsolutePathRoundTrips();
     void prependFoldersOrderAndIdempotence();
     void enterAndExitThreeLevels();
@@ -242,21 +243,40 @@ void tst_MyLabelsController::unparsableHistoryDateBecomesAccessDate()
     QCOMPARE(r.timeSinceModified, QString());
 }
 
+void tst_MyLabelsController::favoriteWithAbsolutePathRoundTrips_data()
+{
+    QTest::addColumn<QString>("folder");
+    QTest::addColumn<QString>("name");
+    QTest::newRow("plain") << QString() << "star.kxld";
+    QTest::newRow("sub-folders") << "a/b c/d" << "star.kxld";
+    QTest::newRow("unicode and punctuation") << "ü ñ" << "Plan ü, [1]=2;#%.kxld";
+    QTest::newRow("backslash in name") << QString() << "back\\slash.kxld";
+    QTest::newRow("leading at") << QString() << "@Variant(x).kxld";
+    QTest::newRow("percent and spaces") << "%41 x" << " lead %2F trail .kxld";
+}
+
 void tst_MyLabelsController::favoriteWithAbsolutePathRoundTrips()
 {
+    QFETCH(QString, folder);
+    QFETCH(QString, name);
+    const QString dir = folder.isEmpty() ? m_root : m_root + "/" + folder;
     QVERIFY(m_root.startsWith('/'));
-    QVERIFY(makeFile(m_root + "/star.kxld"));
+    QVERIFY(makeFile(dir + "/" + name));
+    QVERIFY(makeFile(dir + "/other.kxld"));
+    m_controller->setRootFolder(dir);
     m_controller->updateFileLists();
-    const int id = m_controller->getSearchedLabelFilesList().first().id;
+    const int id = findByName(m_controller->getSearchedLabelFilesList(), name)->id;
     QVERIFY(m_controller->setFavorite(false, id));
 
     TestableMyLabels fresh(m_platformRoot->path() + "/");
+    fresh.setRootFolder(dir);
     fresh.updateFileLists();
-    QVERIFY(fresh.getSearchedLabelFilesList().first().isFavorite);
+    QVERIFY(findByName(fresh.getSearchedLabelFilesList(), name)->isFavorite);
+    QVERIFY(!findByName(fresh.getSearchedLabelFilesList(), "other.kxld")->isFavorite);
 
-    m_controller->removeFavorite(true, m_root + "/star.kxld", DashboardGlobal::LABEL_LOCAL);
+    m_controller->removeFavorite(true, dir + "/" + name, DashboardGlobal::LABEL_LOCAL);
     QVERIFY(favoriteKeysOnDisk().isEmpty());
-    QVERIFY(!m_controller->getSearchedLabelFilesList().first().isFavorite);
+    QVERIFY(!findByName(m_controller->getSearchedLabelFilesList(), name)->isFavorite);
 }
 
 void tst_MyLabelsController::prependFoldersOrderAndIdempotence()
