@@ -64,7 +64,7 @@ void sortRecords(QList<DashboardFileInfoStruct> &list, KeyOf keyOf, Less less)
     proxies.reserve(size_t(list.size()));
     bool anyFolder = false;
     for (int i = 0; i < list.size(); ++i) {
-        proxies.push_back({ keyOf(list.at(i)), list.at(i).type, i });
+        proxies.push_back({ keyOf(i), list.at(i).type, i });
         anyFolder = anyFolder || list.at(i).type;
     }
 
@@ -114,6 +114,49 @@ void removeExactKey(QSettings *settings, const QString &key)
     if (settings->contains(key))
         settings->remove(key);
 }
+
+// The lower-cased names of a list in one buffer: one allocation for all of them rather than
+// one per name. Names of ASCII letters only, the usual case, are lower-cased here;
+// anything else goes through QString::toLower, so the result is the same.
+class LowerCasedNames
+{
+public:
+    explicit LowerCasedNames(const QList<DashboardFileInfoStruct> &list)
+    {
+        qsizetype total = 0;
+        for (const DashboardFileInfoStruct &r : list)
+            total += r.labelFileName.size();
+        m_buffer.reserve(total);
+        m_spans.reserve(size_t(list.size()));
+        for (const DashboardFileInfoStruct &r : list) {
+            const QString &name = r.labelFileName;
+            const qsizetype start = m_buffer.size();
+            const bool ascii = std::all_of(name.cbegin(), name.cend(),
+                                           [](QChar c) { return c.unicode() < 0x80; });
+            if (ascii && start + name.size() <= m_buffer.capacity()) {
+                m_buffer.resize(start + name.size());
+                QChar *out = m_buffer.data() + start;
+                for (QChar c : name) {
+                    const char16_t u = c.unicode();
+                    *out++ = QChar(char16_t(u >= u'A' && u <= u'Z' ? u + 32 : u));
+                }
+            } else {
+                m_buffer.append(name.toLower());
+            }
+            m_spans.emplace_back(start, m_buffer.size() - start);
+        }
+    }
+
+    QStringView at(int i) const
+    {
+        const auto &span = m_spans[size_t(i)];
+        return QStringView(m_buffer).mid(span.first, span.second);
+    }
+
+private:
+    QString m_buffer;
+    std::vector<std::pair<qsizetype, qsizetype>> m_spans;
+};
 
 qint64 dateKey(const QDateTime &date)
 {
@@ -359,9 +402,12 @@ void DashboardCommonFileController::searchLabelFileList()
 void DashboardCommonFileController::sortLabelFilesList()
 {
     QList<DashboardFileInfoStruct> &list = m_searchedLabelFilesList;
-    const auto lowerName = [](const DashboardFileInfoStruct &r) { return r.labelFileName.toLower(); };
-    const auto accessKey = [](const DashboardFileInfoStruct &r) { return dateKey(r.accessDate); };
-    const auto createdKey = [](const DashboardFileInfoStruct &r) { return dateKey(r.createdDate); };
+    const auto accessKey = [&list](int i) { return dateKey(list.at(i).accessDate); };
+    const auto createdKey = [&list](int i) { return dateKey(list.at(i).createdDate); };
+    const auto byName = [&list](auto less) {
+        const LowerCasedNames names(list);
+        sortRecords<QStringView>(list, [&names](int i) { return names.at(i); }, less);
+    };
 
     switch (m_sortType) {
     case DashboardGlobal::LAST_VIEWED_ASCENDING: // most recently viewed first, by design
@@ -371,10 +417,10 @@ void DashboardCommonFileController::sortLabelFilesList()
         sortRecords<qint64>(list, accessKey, std::less<qint64>());
         break;
     case DashboardGlobal::A_TO_Z:
-        sortRecords<QString>(list, lowerName, std::less<QString>());
+        byName(std::less<QStringView>());
         break;
     case DashboardGlobal::Z_TO_A:
-        sortRecords<QString>(list, lowerName, std::greater<QString>());
+        byName(std::greater<QStringView>());
         break;
     case DashboardGlobal::NEWEST:
         sortRecords<qint64>(list, createdKey, std::greater<qint64>());

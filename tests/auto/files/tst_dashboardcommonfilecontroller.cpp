@@ -415,6 +415,12 @@ void tst_DashboardCommonFileController::sortsWithFoldersMixed()
         QString name = QString(QChar('a' + rng.bounded(6))) + QString::number(rng.bounded(4));
         if (rng.bounded(2))
             name = name.toUpper();
+        // Some names need more than ASCII lower-casing (İ becomes two code units).
+        static const QStringList special = { QStringLiteral("\u00C4"), QStringLiteral("\u00E9"),
+                                             QStringLiteral("\u0130"), QStringLiteral("\u00DF"),
+                                             QStringLiteral("\u03A3"), QStringLiteral("Z") };
+        if (rng.bounded(4) == 0)
+            name.insert(rng.bounded(int(name.size()) + 1), special.at(rng.bounded(int(special.size()))));
         QDateTime access = rng.bounded(8) == 0 ? QDateTime() : base.addDays(rng.bounded(30));
         if (rng.bounded(2))
             access = access.toUTC();
