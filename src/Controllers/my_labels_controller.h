@@ -1,0 +1,58 @@
+#pragma once
+
+#include "Controllers/dashboard_common_file_controller.h"
+#include "korvexdashboard_export.h"
+
+#include <QSet>
+
+class QFileInfo;
+
+// Browses the shared label folder one directory at a time, and searches its tree.
+class KORVEXDASHBOARD_EXPORT MyLabelsController : public DashboardCommonFileController
+{
+    Q_OBJECT
+
+public:
+    explicit MyLabelsController(QObject *parent = nullptr);
+    ~MyLabelsController() override;
+
+    void ensureDefaultDirExists();
+    void parseDirectory(QString dir);
+    void readFileHistoryMap();
+    bool IsLabelInList(QString path);
+
+    // The shared label folder under the platform's root.
+    QString defaultRootFolder() const;
+
+public Q_SLOTS:
+    void updateFileLists() override;
+    void searchLabelFileList() override;
+    void enterFolder(QString folder);
+    QString exitFolder(QString path);
+    void prependFolders();
+    QString getCurrentFolder();
+    void setRootFolder(QString folder);
+
+protected:
+    // platformRootPath stands for the file system root ("C:/", "/"), with its final "/";
+    // tests give a temporary folder so the default folder's creation can be checked.
+    explicit MyLabelsController(const QString &platformRootPath, QObject *parent = nullptr);
+
+private:
+    DashboardFileInfoStruct buildRecord(const QFileInfo &info);
+    void walkForMatches(const QString &dir, const QString &lowerTerm);
+    void appendSearched(const DashboardFileInfoStruct &record);
+
+    QStringList m_suffixList;
+    QMap<QString, QDateTime> m_fileHistoryMap;
+    QStringList m_favoriteKeys;
+    int m_idCounter = 0;
+    QString m_currentFolder;
+    QList<DashboardFileInfoStruct> m_folderList;
+
+    QString m_platformRootPath;
+    QDate m_today; // the clock's date while a list is built
+    QSet<QString> m_favoriteKeySet;
+    // Directories that already have a record in the searched list, during a search.
+    QSet<QString> m_searchedDirectories;
+};
