@@ -252,10 +252,13 @@ bool MessageReader::readUserTypeName()
 
 MessageReader::Read MessageReader::readVariant(QVariant *value, int depth)
 {
-    quint32 typeId = 0;
-    qint8 isNull = 0;
-    if (!readScalar(&typeId, 4) || !readScalar(&isNull, 1))
+    // Type id and null flag in one read: this header dominates blocks of small values.
+    char head[MinVariantSize];
+    if (!take(MinVariantSize) || !readRaw(head, MinVariantSize))
         return Read::Nothing;
+    const quint32 typeId = m_in.byteOrder() == QDataStream::BigEndian
+            ? qFromBigEndian<quint32>(head)
+            : qFromLittleEndian<quint32>(head);
 
     // The null flag of a typed value is not kept: the value that follows is what counts.
     // Takes the value by address: it is read before it is wrapped.
