@@ -120,6 +120,8 @@ private Q_SLOTS:
     void truncatedSupplyFieldsKeepDefaults_data();
     void truncatedSupplyFieldsKeepDefaults();
     void streamOperatorResetsRecord();
+    void streamOperatorsFollowByteOrder();
+    void failedStreamReadsNothing();
     void floatWidenedOnWire();
     void floatFieldsAllWidened();
     void supplyCodeWithOtherDataConverts();
@@ -385,6 +387,37 @@ void tst_QVIPCMessage::streamOperatorResetsRecord()
     in >> m;
     QVERIFY(m == MessageStruct());
     QCOMPARE(in.status(), QDataStream::ReadPastEnd);
+}
+
+void tst_QVIPCMessage::streamOperatorsFollowByteOrder()
+{
+    const MessageStruct m = golden::supplyArgument();
+    QByteArray bytes;
+    {
+        QDataStream out(&bytes, QIODevice::WriteOnly);
+        out.setByteOrder(QDataStream::LittleEndian);
+        out << m << golden::ribbonBroadcast();
+    }
+    QVERIFY(bytes.startsWith(QByteArray::fromHex("0002000000" "2d00")));
+    QDataStream in(bytes);
+    in.setByteOrder(QDataStream::LittleEndian);
+    MessageStruct first, second;
+    in >> first >> second;
+    QCOMPARE(in.status(), QDataStream::Ok);
+    QVERIFY(in.atEnd());
+    QVERIFY(first == m);
+    QVERIFY(second == golden::ribbonBroadcast());
+}
+
+void tst_QVIPCMessage::failedStreamReadsNothing()
+{
+    const QByteArray bytes = golden::bytes(golden::statusBroadcastHex);
+    QDataStream in(bytes);
+    in.setStatus(QDataStream::ReadCorruptData);
+    MessageStruct m = golden::uintReply();
+    in >> m;
+    QVERIFY(m == MessageStruct());
+    QCOMPARE(in.status(), QDataStream::ReadCorruptData);
 }
 
 void tst_QVIPCMessage::floatWidenedOnWire()
