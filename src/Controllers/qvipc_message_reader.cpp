@@ -141,11 +141,10 @@ bool MessageReader::readWideFloat(float *value)
     return true;
 }
 
-bool MessageReader::readStreamFloat(float *value)
+qint64 MessageReader::floatingPointSize() const
 {
-    // A float variant follows the stream's precision setting, as QDataStream writes it.
-    const qint64 size = m_in.floatingPointPrecision() == QDataStream::DoublePrecision ? 8 : 4;
-    return readScalar(value, size);
+    // As QDataStream writes them: the precision setting decides, for both types.
+    return m_in.floatingPointPrecision() == QDataStream::DoublePrecision ? 8 : 4;
 }
 
 MessageReader::Read MessageReader::readStringList(QStringList *list)
@@ -293,11 +292,11 @@ MessageReader::Read MessageReader::readVariant(QVariant *value, int depth)
     }
     case QMetaType::Double: {
         double v = 0;
-        return scalar(readScalar(&v, 8), &v);
+        return scalar(readScalar(&v, floatingPointSize()), &v);
     }
     case QMetaType::Float: {
         float v = 0;
-        return scalar(readStreamFloat(&v), &v);
+        return scalar(readScalar(&v, floatingPointSize()), &v);
     }
     case QMetaType::QString: {
         QString v;

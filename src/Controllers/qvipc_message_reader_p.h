@@ -6,7 +6,8 @@
 #include <QVariantHash>
 #include <QVariantMap>
 
-// Reads the message format from bytes another process wrote. Every value is read by hand and
+// Reads the message format (Qt 6 stream forms, version 20 and later) from bytes another
+// process wrote. Every value is read by hand and
 // QDataStream only supplies the primitives: counts and lengths are checked against the bytes
 // that remain before anything is allocated (nothing is ever reserved from a count), only the
 // variant types the protocol carries are accepted, on their type id and before anything is
@@ -47,7 +48,7 @@ private:
     bool readRaw(char *data, qint64 size);
     bool readCount(quint32 *count, qint64 minimumElementSize);
     bool readWideFloat(float *value);
-    bool readStreamFloat(float *value);
+    qint64 floatingPointSize() const;
     template<typename T>
     bool readScalar(T *value, qint64 wireSize);
 

@@ -122,6 +122,8 @@ private Q_SLOTS:
     void streamOperatorResetsRecord();
     void streamOperatorsFollowByteOrder();
     void failedStreamReadsNothing();
+    void streamPrecisionSettings_data();
+    void streamPrecisionSettings();
     void floatWidenedOnWire();
     void floatFieldsAllWidened();
     void supplyCodeWithOtherDataConverts();
@@ -418,6 +420,41 @@ void tst_QVIPCMessage::failedStreamReadsNothing()
     in >> m;
     QVERIFY(m == MessageStruct());
     QCOMPARE(in.status(), QDataStream::ReadCorruptData);
+}
+
+void tst_QVIPCMessage::streamPrecisionSettings_data()
+{
+    QTest::addColumn<int>("version");
+    QTest::addColumn<bool>("single");
+    QTest::newRow("6.0 double") << int(QDataStream::Qt_6_0) << false;
+    QTest::newRow("6.0 single") << int(QDataStream::Qt_6_0) << true;
+    QTest::newRow("6.4 single") << int(QDataStream::Qt_6_4) << true;
+}
+
+void tst_QVIPCMessage::streamPrecisionSettings()
+{
+    QFETCH(int, version);
+    QFETCH(bool, single);
+    MessageStruct m = golden::broadcast({ 0.25, 1.5f, QVariant::fromValue(golden::sampleSupply()) });
+    m.data = 2.75;
+    QByteArray bytes;
+    {
+        QDataStream out(&bytes, QIODevice::WriteOnly);
+        out.setVersion(version);
+        if (single)
+            out.setFloatingPointPrecision(QDataStream::SinglePrecision);
+        out << m << golden::statusBroadcast();
+    }
+    QDataStream in(bytes);
+    in.setVersion(version);
+    if (single)
+        in.setFloatingPointPrecision(QDataStream::SinglePrecision);
+    MessageStruct first, second;
+    in >> first >> second;
+    QCOMPARE(in.status(), QDataStream::Ok);
+    QVERIFY(in.atEnd());
+    QVERIFY(first == m);
+    QVERIFY(second == golden::statusBroadcast());
 }
 
 void tst_QVIPCMessage::floatWidenedOnWire()
