@@ -6,6 +6,7 @@
 #include "golden_vectors.h"
 #include "message_decode_check.h"
 
+#include <QImage>
 #include <QtTest>
 
 namespace {
@@ -162,6 +163,9 @@ private Q_SLOTS:
 void tst_MessageReader::initTestCase()
 {
     QStandardPaths::setTestModeEnabled(true);
+    // Loads QtGui, as the dashboard's process has it: its types become constructible by id.
+    const QImage gui(1, 1, QImage::Format_RGB32);
+    QVERIFY(!gui.isNull());
     QVERIFY(QMetaType::fromName("SupplyInformation").isValid());
 }
 
@@ -351,10 +355,10 @@ void tst_MessageReader::typeWhitelist_data()
     const QByteArray png = QByteArray::fromHex("89504e470d0a1a0a");
     // Types Qt would construct from these bytes; QtGui is loaded in this process, and a
     // QBitmap built without a GUI application aborts it.
-    QTest::newRow("QBitmap") << variantHeader(0x1009) + u32(0) ;
-    QTest::newRow("QImage") << variantHeader(0x1006) + u32(8) + png;
-    QTest::newRow("QPixmap") << variantHeader(0x1001) + u32(8) + png;
-    QTest::newRow("QColor") << variantHeader(0x1003) + QByteArray(10, '\1');
+    QTest::newRow("QBitmap") << variantHeader(QMetaType::QBitmap) + u32(0) ;
+    QTest::newRow("QImage") << variantHeader(QMetaType::QImage) + u32(8) + png;
+    QTest::newRow("QPixmap") << variantHeader(QMetaType::QPixmap) + u32(8) + png;
+    QTest::newRow("QColor") << variantHeader(QMetaType::QColor) + QByteArray(10, '\1');
     QTest::newRow("QDateTime") << variantHeader(QMetaType::QDateTime) + QByteArray(13, '\3')
                                           + str("../../../etc/passwd");
     QTest::newRow("QUrl") << variantHeader(QMetaType::QUrl) + str("file:///");
@@ -381,6 +385,10 @@ void tst_MessageReader::typeWhitelist_data()
 void tst_MessageReader::typeWhitelist()
 {
     QFETCH(QByteArray, value);
+    // The danger is real here: QtGui's types are known to this process, and the test runs
+    // without a GUI application, where constructing a QBitmap aborts.
+    QVERIFY(QMetaType(QMetaType::QBitmap).isValid());
+    QVERIFY(QMetaType::fromName("QImage").isValid());
     const QByteArray dash = variantHeader(QMetaType::QString) + str("-");
     const QByteArray block = header(3) + dash + value + dash + dash;
     const Decoded d = decodeMeasured(block);
