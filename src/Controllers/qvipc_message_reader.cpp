@@ -147,6 +147,13 @@ qint64 MessageReader::floatingPointSize() const
     return m_in.floatingPointPrecision() == QDataStream::DoublePrecision ? 8 : 4;
 }
 
+bool MessageReader::depthAllowed(quint32 count, int elementDepth)
+{
+    // Only elements count: an empty container is read at any depth, so whatever this reader
+    // yields can be written and read back.
+    return count == 0 || elementDepth <= MaxDepth || fail(QDataStream::ReadCorruptData);
+}
+
 MessageReader::Read MessageReader::readStringList(QStringList *list)
 {
     quint32 count = 0;
@@ -163,12 +170,8 @@ MessageReader::Read MessageReader::readStringList(QStringList *list)
 
 MessageReader::Read MessageReader::readVariantList(QVariantList *list, int elementDepth)
 {
-    if (elementDepth > MaxDepth) {
-        fail(QDataStream::ReadCorruptData);
-        return Read::Nothing;
-    }
     quint32 count = 0;
-    if (!readCount(&count, MinVariantSize))
+    if (!readCount(&count, MinVariantSize) || !depthAllowed(count, elementDepth))
         return Read::Nothing;
     for (quint32 i = 0; i < count; ++i) {
         QVariant v;
@@ -184,12 +187,8 @@ MessageReader::Read MessageReader::readVariantList(QVariantList *list, int eleme
 
 MessageReader::Read MessageReader::readVariantMap(QVariantMap *map, int elementDepth)
 {
-    if (elementDepth > MaxDepth) {
-        fail(QDataStream::ReadCorruptData);
-        return Read::Nothing;
-    }
     quint32 count = 0;
-    if (!readCount(&count, MinMapEntrySize))
+    if (!readCount(&count, MinMapEntrySize) || !depthAllowed(count, elementDepth))
         return Read::Nothing;
     for (quint32 i = 0; i < count; ++i) {
         QString key;
@@ -208,12 +207,8 @@ MessageReader::Read MessageReader::readVariantMap(QVariantMap *map, int elementD
 
 MessageReader::Read MessageReader::readVariantHash(QVariantHash *hash, int elementDepth)
 {
-    if (elementDepth > MaxDepth) {
-        fail(QDataStream::ReadCorruptData);
-        return Read::Nothing;
-    }
     quint32 count = 0;
-    if (!readCount(&count, MinMapEntrySize))
+    if (!readCount(&count, MinMapEntrySize) || !depthAllowed(count, elementDepth))
         return Read::Nothing;
     for (quint32 i = 0; i < count; ++i) {
         QString key;

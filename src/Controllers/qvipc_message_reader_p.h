@@ -47,6 +47,7 @@ private:
     bool readByteArray(QByteArray *bytes);
     bool readRaw(char *data, qint64 size);
     bool readCount(quint32 *count, qint64 minimumElementSize);
+    bool depthAllowed(quint32 count, int elementDepth);
     bool readWideFloat(float *value);
     qint64 floatingPointSize() const;
     template<typename T>

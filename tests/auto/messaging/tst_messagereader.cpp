@@ -151,6 +151,7 @@ private Q_SLOTS:
     void depthIsBounded_data();
     void depthIsBounded();
     void deepNestingDoesNotExhaustTheStack();
+    void whatIsReadCanBeReadAgain();
     void typeWhitelist_data();
     void typeWhitelist();
     void everyPrefixOfEveryVector();
@@ -347,6 +348,20 @@ void tst_MessageReader::deepNestingDoesNotExhaustTheStack()
     QCOMPARE(s.message.arguments.size(), 1);
     QVERIFY(shapeOf(s.message).depth <= MessageReader::MaxDepth);
     QVERIFY(shapeOf(s.message).depth >= MessageReader::MaxDepth - 1);
+}
+
+void tst_MessageReader::whatIsReadCanBeReadAgain()
+{
+    // A supply record near the depth bound keeps its (empty) lists one level deeper than
+    // itself: the reader must take them back once written, whatever depth they sit at.
+    for (int levels = 25; levels <= 34; ++levels) {
+        SupplyInformation info;
+        info.warnings = { QStringLiteral("w") };
+        const QByteArray block = QVIPCMessage::encode(
+                golden::broadcast({ nested(levels, QVariant::fromValue(info)) }));
+        const char *broken = messagecheck::check(block.constData(), std::size_t(block.size()));
+        QVERIFY2(!broken, qPrintable(QStringLiteral("%1 levels: %2").arg(levels).arg(QLatin1String(broken))));
+    }
 }
 
 void tst_MessageReader::typeWhitelist_data()
