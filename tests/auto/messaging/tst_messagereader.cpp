@@ -240,28 +240,40 @@ void tst_MessageReader::largeBlocksStayProportional_data()
     QTest::addColumn<QByteArray>("block");
     QTest::addColumn<bool>("truthfulCount");
     const int mib = 1024 * 1024;
+    // Written straight through a stream: these blocks have hundreds of thousands of values.
+    const auto build = [](quint32 arguments, auto &&body) {
+        QByteArray block = header(arguments);
+        block.reserve(1024 * 1024 + 64);
+        QDataStream out(&block, QIODevice::WriteOnly | QIODevice::Append);
+        body(out);
+        return block;
+    };
 
     // Counts that fit exactly in the bytes that follow: the worst ratio of memory to bytes.
-    const int nulls = (mib - 17) / 5;
-    QByteArray nullVariants = header(quint32(nulls));
-    for (int i = 0; i < nulls; ++i)
-        nullVariants += QByteArray("\0\0\0\0\1", 5);
-    QTest::newRow("null variants") << nullVariants << true;
-    QByteArray lists = header(quint32((mib - 17) / 9));
-    for (int i = 0; i < (mib - 17) / 9; ++i)
-        lists += variantHeader(QMetaType::QVariantList) + u32(0);
-    QTest::newRow("empty lists") << lists << true;
-    QByteArray map = header(1) + variantHeader(QMetaType::QVariantMap);
-    const int entries = (mib - 26) / 13;
-    map += u32(quint32(entries));
-    for (int i = 0; i < entries; ++i)
-        map += str(QString(QChar(0x100 + (i >> 16))) + QChar(i & 0xffff)) + QByteArray("\0\0\0\0\1", 5);
-    QTest::newRow("map entries") << map << true;
-    QByteArray strings = header(1) + variantHeader(QMetaType::QStringList);
-    strings += u32(quint32((mib - 26) / 6));
-    for (int i = 0; i < (mib - 26) / 6; ++i)
-        strings += str("x");
-    QTest::newRow("one-letter strings") << strings << true;
+    const quint32 nulls = (mib - 17) / 5;
+    QTest::newRow("null variants") << build(nulls, [&](QDataStream &out) {
+        for (quint32 i = 0; i < nulls; ++i)
+            out << quint32(0) << qint8(1);
+    }) << true;
+    const quint32 lists = (mib - 17) / 9;
+    QTest::newRow("empty lists") << build(lists, [&](QDataStream &out) {
+        for (quint32 i = 0; i < lists; ++i)
+            out << quint32(QMetaType::QVariantList) << qint8(0) << quint32(0);
+    }) << true;
+    const quint32 entries = (mib - 26) / 13;
+    QTest::newRow("map entries") << build(1, [&](QDataStream &out) {
+        out << quint32(QMetaType::QVariantMap) << qint8(0) << entries;
+        for (quint32 i = 0; i < entries; ++i) {
+            const char16_t key[] = { char16_t(0x100 + (i >> 16)), char16_t(i & 0xffff) };
+            out << quint32(4) << quint16(key[0]) << quint16(key[1]) << quint32(0) << qint8(1);
+        }
+    }) << true;
+    const quint32 strings = (mib - 26) / 6;
+    QTest::newRow("one-letter strings") << build(1, [&](QDataStream &out) {
+        out << quint32(QMetaType::QStringList) << qint8(0) << strings;
+        for (quint32 i = 0; i < strings; ++i)
+            out << quint32(2) << quint16('x');
+    }) << true;
     // A count that lies, ahead of a megabyte of data.
     QTest::newRow("lying count over 1 MiB") << header(0xfffffffeu) + QByteArray(mib, '\0') << false;
 }
