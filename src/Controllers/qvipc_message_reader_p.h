@@ -58,5 +58,6 @@ private:
 
     QDataStream &m_in;
     qint64 m_remaining = 0;
+    qint64 m_hashAllowance = 0;     // heap that non-empty hashes may still commit
     QDataStream::Status m_failure = QDataStream::Ok;
 };

@@ -11,10 +11,11 @@
 
 namespace {
 
-// Heap use allowed for decoding a block: a small multiple of its size, plus the fixed cost
-// of the stream, its buffer and the block's copy.
+// Heap use allowed for decoding a block: a small multiple of its size, plus a fixed part:
+// the stream and its buffer, and the reader's allowance for non-empty hashes (64 KB, each
+// hash's first entry commits about 2.9 KB).
 constexpr long long AllocationFactor = 16;
-constexpr long long FixedAllowance = 16 * 1024;
+constexpr long long FixedAllowance = 16 * 1024 + 64 * 1024;
 
 // Big-endian writers for building blocks by hand.
 QByteArray u32(quint32 v)
@@ -148,6 +149,7 @@ private Q_SLOTS:
     void lyingCounts();
     void largeBlocksStayProportional_data();
     void largeBlocksStayProportional();
+    void tinyHashesArePaidFor();
     void depthIsBounded_data();
     void depthIsBounded();
     void deepNestingDoesNotExhaustTheStack();
@@ -268,6 +270,13 @@ void tst_MessageReader::largeBlocksStayProportional_data()
             out << quint32(4) << quint16(key[0]) << quint16(key[1]) << quint32(0) << qint8(1);
         }
     }) << true;
+    QTest::newRow("hash entries") << build(1, [&](QDataStream &out) {
+        out << quint32(QMetaType::QVariantHash) << qint8(0) << entries;
+        for (quint32 i = 0; i < entries; ++i) {
+            const char16_t key[] = { char16_t(0x100 + (i >> 16)), char16_t(i & 0xffff) };
+            out << quint32(4) << quint16(key[0]) << quint16(key[1]) << quint32(0) << qint8(1);
+        }
+    }) << true;
     const quint32 strings = (mib - 26) / 6;
     QTest::newRow("one-letter strings") << build(1, [&](QDataStream &out) {
         out << quint32(QMetaType::QStringList) << qint8(0) << strings;
@@ -300,6 +309,38 @@ void tst_MessageReader::largeBlocksStayProportional()
            double(d.usage.peakGrowth) / block.size(), d.usage.largest);
     QVERIFY(d.usage.peakGrowth <= bound);
     QVERIFY(qint64(d.usage.largest) <= bound);
+}
+
+void tst_MessageReader::tinyHashesArePaidFor()
+{
+    // One-entry hashes: 18 bytes on the wire, about 2.9 KB of heap each.
+    const QByteArray oneEntryHash = variantHeader(QMetaType::QVariantHash) + u32(1) + str("")
+            + variantHeader(QMetaType::UnknownType);
+    const auto block = [&](int hashes) {
+        QByteArray b = header(quint32(hashes));
+        for (int i = 0; i < hashes; ++i)
+            b += oneEntryHash;
+        return b;
+    };
+
+    // A few, as a reply could carry, are read in full.
+    const Decoded few = decodeMeasured(block(8));
+    QCOMPARE(few.status, QDataStream::ReadPastEnd);    // only the data field is missing
+    QCOMPARE(few.message.arguments.size(), 8);
+    QCOMPARE(few.message.arguments.at(7), QVariant(QVariantHash{ { QString(""), QVariant() } }));
+
+    // A megabyte of them ends where the allowance does.
+    const QByteArray many = block((1024 * 1024 - 17) / 18);
+    const Decoded d = decodeMeasured(many);
+    QCOMPARE(d.status, QDataStream::ReadCorruptData);
+    QVERIFY(d.message.arguments.size() > 8);
+    QVERIFY(d.message.arguments.size() < 1000);
+    if (!allocprobe::available())
+        QSKIP("Heap use is measured in the normal build only.");
+    qDebug("%lld hashes read from %lld bytes: peak heap growth %lld (%.1fx)",
+           (long long)d.message.arguments.size(), (long long)many.size(), d.usage.peakGrowth,
+           double(d.usage.peakGrowth) / many.size());
+    QVERIFY(d.usage.peakGrowth <= AllocationFactor * many.size() + FixedAllowance);
 }
 
 void tst_MessageReader::depthIsBounded_data()
@@ -516,7 +557,9 @@ void tst_MessageReader::replayCorpus()
     const char *broken = messagecheck::check(block.constData(), std::size_t(block.size()));
     QVERIFY2(!broken, broken);
     if (allocprobe::available())
-        QVERIFY(d.usage.peakGrowth <= AllocationFactor * block.size() + FixedAllowance);
+        QVERIFY2(d.usage.peakGrowth <= AllocationFactor * block.size() + FixedAllowance,
+                 qPrintable(QStringLiteral("%1 bytes: peak heap growth %2, largest %3")
+                                    .arg(block.size()).arg(d.usage.peakGrowth).arg(d.usage.largest)));
 }
 
 QTEST_GUILESS_MAIN(tst_MessageReader)
