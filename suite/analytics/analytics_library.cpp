@@ -1,5 +1,6 @@
 #include "analytics/analytics_library.h"
 
+#include "common/suite_store.h"
 #include "logging/cute_logger.h"
 
 #include <QDateTime>
@@ -12,18 +13,6 @@
 
 Q_LOGGING_CATEGORY(lcSuiteAnalytics, "korvex.suite.analytics")
 
-namespace {
-
-// The analytics library reads the user's consent from the dashboard's own store; it cannot
-// link the dashboard, so the store's names are repeated here.
-QSettings dashboardStore()
-{
-    return QSettings(QSettings::IniFormat, QSettings::UserScope,
-                     QStringLiteral("Quorvane Inc"), QStringLiteral("KorvexPro"));
-}
-
-} // namespace
-
 AnalyticsLibrary::AnalyticsLibrary(QObject *parent) : QObject(parent) { }
 
 AnalyticsLibrary *AnalyticsLibrary::instance()
@@ -34,7 +23,7 @@ AnalyticsLibrary *AnalyticsLibrary::instance()
 
 QString AnalyticsLibrary::hitFilePath()
 {
-    const QString configured = dashboardStore().value(QStringLiteral("analytics/hitFile")).toString();
+    const QString configured = SuiteStore::openDashboardStore()->value(QStringLiteral("analytics/hitFile")).toString();
     if (!configured.isEmpty())
         return configured;
     // Organisation and application folders are spelled out, so the file does not move with
@@ -58,7 +47,7 @@ QByteArray AnalyticsLibrary::formatHitLine(AnalyticHitType type, const QJsonObje
 
 bool AnalyticsLibrary::sendAnalyticHit(AnalyticHitType type, const QJsonObject &hit)
 {
-    if (!dashboardStore().value(QStringLiteral("sendAnalytics"), true).toBool())
+    if (!SuiteStore::openDashboardStore()->value(QStringLiteral("sendAnalytics"), true).toBool())
         return false;
 
     const QString timestamp = QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);

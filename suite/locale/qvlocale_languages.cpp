@@ -1,5 +1,7 @@
 #include "locale/qvlocale_languages.h"
 
+#include "common/suite_store.h"
+
 #include <QCoreApplication>
 #include <QSettings>
 
@@ -77,10 +79,8 @@ int QVLocaleLanguages::indexOfLanguageCode(const QString &code) const
 
 int QVLocaleLanguages::getCurrentLanguageId() const
 {
-    // Same store the dashboard's settings controller writes; the suite cannot link it.
-    const QSettings store(QSettings::IniFormat, QSettings::UserScope,
-                          QStringLiteral("Quorvane Inc"), QStringLiteral("KorvexPro"));
-    const QVariant stored = store.value(QStringLiteral("locale/language"));
+    // Same store the dashboard's settings controller writes.
+    const QVariant stored = SuiteStore::openDashboardStore()->value(QStringLiteral("locale/language"));
     const int index = indexOfLanguageCode(stored.toString());
     return index >= 0 ? index : indexOfLanguageCode(QLatin1String(DEFAULT_LANGUAGE_CODE));
 }

@@ -1,5 +1,6 @@
 #include "versions/kxpro_latest_versions.h"
 
+#include "common/suite_store.h"
 #include "logging/cute_logger.h"
 
 #include <QCoreApplication>
@@ -41,9 +42,8 @@ KXPROVersionInfoStruct KXPROLatestVersions::getVersionInfoStruct() const
 
 QString KXPROLatestVersions::manifestPath()
 {
-    const QSettings store(QSettings::IniFormat, QSettings::UserScope,
-                          QStringLiteral("Quorvane Inc"), QStringLiteral("KorvexPro"));
-    const QString configured = store.value(QStringLiteral("updates/manifest")).toString();
+    const QString configured =
+            SuiteStore::openDashboardStore()->value(QStringLiteral("updates/manifest")).toString();
     if (!configured.isEmpty())
         return configured;
     return QCoreApplication::applicationDirPath() + QStringLiteral("/versions/latest.json");
