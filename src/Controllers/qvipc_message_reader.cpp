@@ -199,19 +199,7 @@ MessageReader::Read MessageReader::readVariantMap(QVariantMap *map, int elementD
     quint32 count = 0;
     if (!readCount(&count, MinMapEntrySize) || !depthAllowed(count, elementDepth))
         return Read::Nothing;
-    for (quint32 i = 0; i < count; ++i) {
-        QString key;
-        if (!readString(&key))
-            return Read::Partial;
-        QVariant v;
-        const Read r = readVariant(&v, elementDepth);
-        if (r == Read::Nothing)
-            return Read::Partial;
-        map->insert(key, std::move(v));
-        if (r == Read::Partial)
-            return Read::Partial;
-    }
-    return Read::Complete;
+    return readStringKeyedEntries(map, count, elementDepth);
 }
 
 MessageReader::Read MessageReader::readVariantHash(QVariantHash *hash, int elementDepth)
@@ -226,6 +214,13 @@ MessageReader::Read MessageReader::readVariantHash(QVariantHash *hash, int eleme
         }
         m_hashAllowance -= HashFirstEntryCost;
     }
+    return readStringKeyedEntries(hash, count, elementDepth);
+}
+
+template<typename Container>
+MessageReader::Read MessageReader::readStringKeyedEntries(Container *container, quint32 count,
+                                                          int elementDepth)
+{
     for (quint32 i = 0; i < count; ++i) {
         QString key;
         if (!readString(&key))
@@ -234,7 +229,7 @@ MessageReader::Read MessageReader::readVariantHash(QVariantHash *hash, int eleme
         const Read r = readVariant(&v, elementDepth);
         if (r == Read::Nothing)
             return Read::Partial;
-        hash->insert(key, std::move(v));
+        container->insert(key, std::move(v));
         if (r == Read::Partial)
             return Read::Partial;
     }

@@ -41,6 +41,9 @@ private:
     Read readVariantList(QVariantList *list, int elementDepth);
     Read readVariantMap(QVariantMap *map, int elementDepth);
     Read readVariantHash(QVariantHash *hash, int elementDepth);
+    // The entries of a map or hash, after its count was read and checked.
+    template<typename Container>
+    Read readStringKeyedEntries(Container *container, quint32 count, int elementDepth);
     Read readStringList(QStringList *list);
     bool readUserTypeName();
     bool readString(QString *string);
