@@ -134,7 +134,7 @@ void QVIPCHelper_win32::checkQVIPCRegistered(HWND hwnd)
 
 void QVIPCHelper_win32::sendMessageToModule(HWND hwnd, MessageStruct message)
 {
-    QByteArray bytes = QVIPCMessage::encode(message);
+    QByteArray bytes = m_encoder(message);
     if (bytes.isEmpty()) {
         KX_DEBUG(lcMessaging,
                  "Dashboard Error: Failed to encode message - QByteArray failed to copy.\nmethodName: %s",
@@ -159,7 +159,7 @@ void QVIPCHelper_win32::sendMessageWithDataToAllModules(UINT messageId, QVariant
     message.dataType = QStringLiteral("-");
     message.arguments = data;
     message.data = QStringLiteral("-");
-    QByteArray bytes = QVIPCMessage::encode(message);
+    QByteArray bytes = m_encoder(message);
     if (bytes.isEmpty()) {
         // The text says methodType but carries the message id; modules' logs match on it.
         KX_DEBUG(lcMessaging,

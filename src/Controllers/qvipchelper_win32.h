@@ -42,6 +42,11 @@ public:
     // The registered module windows, in order of registration.
     QList<HWND> registeredModules() const { return m_modules; }
 
+    // Turns a record into the bytes of a WM_COPYDATA block; an empty result is a failure.
+    // QVIPCMessage::encode unless replaced, which lets a test make encoding fail.
+    using Encoder = QByteArray (*)(const MessageStruct &);
+    void setEncoder(Encoder encoder) { m_encoder = encoder ? encoder : &QVIPCMessage::encode; }
+
 Q_SIGNALS:
     void applicationReady(int windowId, int processId, QString applicationName);
     void applicationFocused(bool hasFocus, uint windowId);
@@ -66,4 +71,5 @@ private:
     QPointer<QObject> m_thirdTarget; // requests of methodType 2; nothing assigns it
     QPointer<QObject> m_supplyIdController;
     QList<HWND> m_modules;
+    Encoder m_encoder = &QVIPCMessage::encode;
 };

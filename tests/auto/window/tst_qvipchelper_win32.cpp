@@ -641,7 +641,37 @@ void tst_QVIPCHelper_win32::printerFileChangesAreBroadcast()
 
 void tst_QVIPCHelper_win32::encodingFailures()
 {
-    QSKIP("needs a record the encoding refuses");
+    registerModule(m_moduleA);
+    m_helper->setEncoder([](const MessageStruct &) { return QByteArray(); });
+    m_backend->clearCalls();
+    LogCapture log;
+
+    // A reply: the record's method name, in the local 8-bit encoding.
+    deliverRecord(record(1, QStringLiteral("getPrinterStatusé"), { "P1", "-" }, "i"), m_moduleA);
+    // A broadcast: the registered id, under the name "methodType".
+    m_helper->closeApplicationRequest();
+    const MessageId closeId = m_backend->registeredMessageId("CloseApplicationSignal");
+
+    QVERIFY(m_backend->callsTo(QStringLiteral("SendMessageW")).isEmpty());
+    QCOMPARE(log.messages(),
+             (QStringList{
+                     QStringLiteral("Dashboard Error: Failed to encode message - QByteArray failed "
+                                    "to copy.\nmethodName: getPrinterStatusé"),
+                     QStringLiteral("Dashboard Error: Failed to encode message - QByteArray failed "
+                                    "to copy.\nmethodType: %1")
+                             .arg(closeId) }));
+    for (const LogCapture::Line &line : log.lines()) {
+        QCOMPARE(line.type, QtDebugMsg);
+        QCOMPARE(line.category, QByteArray("korvex.dashboard.messaging"));
+        QVERIFY(line.file.endsWith("Controllers/qvipchelper_win32.cpp"));
+    }
+    QVERIFY(log.lines().at(0).function.contains("sendMessageToModule"));
+    QVERIFY(log.lines().at(1).function.contains("sendMessageWithDataToAllModules"));
+
+    // Back to the real encoding.
+    m_helper->setEncoder(nullptr);
+    m_helper->closeApplicationRequest();
+    QCOMPARE(m_backend->callsTo(QStringLiteral("SendMessageW")).size(), 1);
 }
 
 void tst_QVIPCHelper_win32::hostileMessages_data()
