@@ -12,7 +12,7 @@ namespace {
 
 // Caption, system menu, sizing frame, minimise and maximise boxes: a module's frame.
 constexpr LongPtr MODULE_FRAME_STYLES =
-        WS_CAPTION | WS_SYSMENU | WS_THICKFRAME | WS_MINIMIZEBOX | WS_MAXIMIZEBOX;
+        WsCaption | WsSysMenu | WsThickFrame | WsMinimizeBox | WsMaximizeBox;
 
 } // namespace
 
@@ -29,7 +29,7 @@ DashboardAppWindow::DashboardAppWindow(QQuickItem *parent)
 DashboardAppWindow::~DashboardAppWindow()
 {
     if (m_containerWindow && m_backend->isWindow(m_containerWindow) && m_moduleWindow)
-        m_backend->sendMessage(m_moduleWindow, WM_CLOSE, 0, 0);
+        m_backend->sendMessage(m_moduleWindow, WmClose, 0, 0);
     m_statusTimer->stop();
     delete m_statusTimer;
     m_statusTimer = nullptr;
@@ -74,7 +74,7 @@ WindowHandle DashboardAppWindow::createNativeWindow()
     }
     // Item units as they are, with no pixel-ratio scaling: the native windows keep the item's
     // numbers.
-    return m_backend->createWindowEx(0, u"STATIC", u"", WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN,
+    return m_backend->createWindowEx(0, u"STATIC", u"", WsChild | WsVisible | WsClipChildren,
                                      int(x()), int(y()), int(width()), int(height()),
                                      WindowHandle(qtWindow->winId()), 0, nullptr, nullptr);
 }
@@ -85,40 +85,40 @@ void DashboardAppWindow::attachWindow()
         return;
     m_moduleWindow = WindowHandle(m_windowId);
     m_backend->setParent(m_moduleWindow, m_containerWindow);
-    const LongPtr style = m_backend->getWindowLongPtr(m_moduleWindow, GWL_STYLE);
-    m_backend->setWindowLongPtr(m_moduleWindow, GWL_STYLE, style & ~MODULE_FRAME_STYLES);
+    const LongPtr style = m_backend->getWindowLongPtr(m_moduleWindow, GwlStyle);
+    m_backend->setWindowLongPtr(m_moduleWindow, GwlStyle, style & ~MODULE_FRAME_STYLES);
     m_backend->setWindowPos(m_moduleWindow, 0, 0, 0, int(width()), int(height()),
-                            SWP_SHOWWINDOW | SWP_NOACTIVATE);
-    const LongPtr exStyle = m_backend->getWindowLongPtr(m_containerWindow, GWL_EXSTYLE);
-    m_backend->setWindowLongPtr(m_containerWindow, GWL_EXSTYLE, exStyle | WS_EX_COMPOSITED);
+                            SwpShowWindow | SwpNoActivate);
+    const LongPtr exStyle = m_backend->getWindowLongPtr(m_containerWindow, GwlExStyle);
+    m_backend->setWindowLongPtr(m_containerWindow, GwlExStyle, exStyle | WsExComposited);
     m_statusTimer->start(STATUS_INTERVAL);
 }
 
 void DashboardAppWindow::resize()
 {
     m_backend->setWindowPos(m_containerWindow, 0, int(x()), int(y()), int(width()), int(height()),
-                            SWP_NOZORDER | SWP_NOACTIVATE);
+                            SwpNoZOrder | SwpNoActivate);
     m_backend->setWindowPos(m_moduleWindow, 0, 0, 0, int(width()), int(height()),
-                            SWP_NOZORDER | SWP_NOACTIVATE);
+                            SwpNoZOrder | SwpNoActivate);
 }
 
 void DashboardAppWindow::hideApplication()
 {
     if (m_containerWindow)
-        m_backend->showWindow(m_containerWindow, SW_HIDE);
+        m_backend->showWindow(m_containerWindow, SwHide);
 }
 
 void DashboardAppWindow::showApplication()
 {
     if (m_containerWindow)
-        m_backend->showWindow(m_containerWindow, SW_SHOWNORMAL);
+        m_backend->showWindow(m_containerWindow, SwShowNormal);
 }
 
 void DashboardAppWindow::closeApplication()
 {
     // The module decides whether to close; the item stays until the status check sees it gone.
     if (m_containerWindow && m_backend->isWindow(m_containerWindow) && m_moduleWindow)
-        m_backend->sendMessage(m_moduleWindow, WM_CLOSE, 0, 0);
+        m_backend->sendMessage(m_moduleWindow, WmClose, 0, 0);
 }
 
 void DashboardAppWindow::checkWindowStatus()
@@ -129,7 +129,7 @@ void DashboardAppWindow::checkWindowStatus()
     Q_EMIT windowDestroyed();
     if (!self)
         return; // a receiver already deleted the item
-    m_backend->sendMessage(m_containerWindow, WM_CLOSE, 0, 0);
+    m_backend->sendMessage(m_containerWindow, WmClose, 0, 0);
     m_containerWindow = 0;
     m_moduleWindow = 0;
     // The interface dropped its references at windowDestroyed(); nothing here runs after this.

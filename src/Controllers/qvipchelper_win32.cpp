@@ -69,7 +69,7 @@ void QVIPCHelper_win32::parseMessage(const QByteArray &eventType, void *message,
         m_modules.append(HWND(msg.wParam));
     } else if (msg.message == registeredId(UNREGISTER_QVIPC)) {
         m_modules.removeAll(HWND(msg.wParam));
-    } else if (msg.message == WM_COPYDATA) {
+    } else if (msg.message == WmCopyData) {
         handleDataMessage(msg);
     }
 }
@@ -145,7 +145,7 @@ void QVIPCHelper_win32::sendMessageToModule(HWND hwnd, MessageStruct message)
     copyData.dwData = 0;
     copyData.cbData = std::uint32_t(bytes.size());
     copyData.lpData = bytes.data();
-    m_backend->sendMessage(hwnd, WM_COPYDATA, 0, reinterpret_cast<LParam>(&copyData));
+    m_backend->sendMessage(hwnd, WmCopyData, 0, reinterpret_cast<LParam>(&copyData));
 }
 
 void QVIPCHelper_win32::sendMessageWithDataToAllModules(UINT messageId, QVariantList data)
@@ -175,7 +175,7 @@ void QVIPCHelper_win32::sendMessageWithDataToAllModules(UINT messageId, QVariant
     // the modules listed when it started.
     const QList<HWND> modules = m_modules;
     for (HWND module : modules)
-        m_backend->sendMessage(module, WM_COPYDATA, 0, reinterpret_cast<LParam>(&copyData));
+        m_backend->sendMessage(module, WmCopyData, 0, reinterpret_cast<LParam>(&copyData));
 }
 
 void QVIPCHelper_win32::postMessageToAllModules(UINT messageId)

@@ -44,29 +44,30 @@ struct Message
     std::uint32_t lPrivate;
 };
 
-// The Win32 constants the dashboard uses, with their Windows values.
-inline constexpr MessageId WM_CLOSE = 0x0010;
-inline constexpr MessageId WM_COPYDATA = 0x004A;
+// The Win32 constants the dashboard uses, with their Windows values. The names are the Win32
+// ones in camel case: <windows.h> defines the originals as macros.
+inline constexpr MessageId WmClose = 0x0010;
+inline constexpr MessageId WmCopyData = 0x004A;
 
-inline constexpr int GWL_STYLE = -16;
-inline constexpr int GWL_EXSTYLE = -20;
+inline constexpr int GwlStyle = -16;
+inline constexpr int GwlExStyle = -20;
 
-inline constexpr std::uint32_t WS_CHILD = 0x40000000;
-inline constexpr std::uint32_t WS_VISIBLE = 0x10000000;
-inline constexpr std::uint32_t WS_CLIPCHILDREN = 0x02000000;
-inline constexpr std::uint32_t WS_CAPTION = 0x00C00000;
-inline constexpr std::uint32_t WS_SYSMENU = 0x00080000;
-inline constexpr std::uint32_t WS_THICKFRAME = 0x00040000;
-inline constexpr std::uint32_t WS_MINIMIZEBOX = 0x00020000;
-inline constexpr std::uint32_t WS_MAXIMIZEBOX = 0x00010000;
-inline constexpr std::uint32_t WS_EX_COMPOSITED = 0x02000000;
+inline constexpr std::uint32_t WsChild = 0x40000000;
+inline constexpr std::uint32_t WsVisible = 0x10000000;
+inline constexpr std::uint32_t WsClipChildren = 0x02000000;
+inline constexpr std::uint32_t WsCaption = 0x00C00000;
+inline constexpr std::uint32_t WsSysMenu = 0x00080000;
+inline constexpr std::uint32_t WsThickFrame = 0x00040000;
+inline constexpr std::uint32_t WsMinimizeBox = 0x00020000;
+inline constexpr std::uint32_t WsMaximizeBox = 0x00010000;
+inline constexpr std::uint32_t WsExComposited = 0x02000000;
 
-inline constexpr std::uint32_t SWP_NOZORDER = 0x0004;
-inline constexpr std::uint32_t SWP_NOACTIVATE = 0x0010;
-inline constexpr std::uint32_t SWP_SHOWWINDOW = 0x0040;
+inline constexpr std::uint32_t SwpNoZOrder = 0x0004;
+inline constexpr std::uint32_t SwpNoActivate = 0x0010;
+inline constexpr std::uint32_t SwpShowWindow = 0x0040;
 
-inline constexpr int SW_HIDE = 0;
-inline constexpr int SW_SHOWNORMAL = 1;
+inline constexpr int SwHide = 0;
+inline constexpr int SwShowNormal = 1;
 
 // One backend per window system. Every call behaves like the Win32 call of the same name:
 // failures are reported the way Windows reports them (a null handle, 0, false) and never

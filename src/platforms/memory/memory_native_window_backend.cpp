@@ -29,9 +29,9 @@ QVariant handleValue(WindowHandle handle)
     return QVariant::fromValue<quint64>(handle);
 }
 
-constexpr std::uint32_t SWP_NOSIZE = 0x0001;
-constexpr std::uint32_t SWP_NOMOVE = 0x0002;
-constexpr std::uint32_t SWP_HIDEWINDOW = 0x0080;
+constexpr std::uint32_t SwpNoSize = 0x0001;
+constexpr std::uint32_t SwpNoMove = 0x0002;
+constexpr std::uint32_t SwpHideWindow = 0x0080;
 // The largest COPYDATASTRUCT payload the recording copies; a larger cbData is recorded as a
 // size only, so a hostile size cannot make the recorder read past the sender's buffer.
 constexpr quint32 MAX_RECORDED_COPY = 64 * 1024 * 1024;
@@ -78,7 +78,7 @@ WindowHandle MemoryNativeWindowBackend::addWindow(const QString &className, qint
     window.style = style;
     window.geometry = geometry;
     window.parent = parent;
-    window.visible = (style & WS_VISIBLE) != 0;
+    window.visible = (style & WsVisible) != 0;
     m_windows.insert(window.handle, window);
     return window.handle;
 }
@@ -173,7 +173,7 @@ bool MemoryNativeWindowBackend::deliverCopyData(QWindow *target, WindowHandle se
     copyData.dwData = std::uintptr_t(dwData);
     copyData.cbData = std::uint32_t(copy.size());
     copyData.lpData = copy.isEmpty() ? nullptr : copy.data();
-    return deliverMessage(target, WM_COPYDATA, sender, reinterpret_cast<LParam>(&copyData));
+    return deliverMessage(target, WmCopyData, sender, reinterpret_cast<LParam>(&copyData));
 }
 
 WindowHandle MemoryNativeWindowBackend::createWindowEx(std::uint32_t exStyle,
@@ -191,7 +191,7 @@ WindowHandle MemoryNativeWindowBackend::createWindowEx(std::uint32_t exStyle,
                           QVariant::fromValue<quint64>(quintptr(instance)),
                           QVariant::fromValue<quint64>(quintptr(param)) });
     // Like Windows: a child needs a live parent, and a class name is required.
-    const bool child = (style & WS_CHILD) != 0;
+    const bool child = (style & WsChild) != 0;
     if (!className || (parent && !windowExists(parent)) || (child && !parent)) {
         call.result = 0;
         return 0;
@@ -221,7 +221,7 @@ LongPtr MemoryNativeWindowBackend::getWindowLongPtr(WindowHandle window, int ind
     if (!windowExists(window))
         return 0;
     const Window &w = m_windows[window];
-    const LongPtr value = index == GWL_STYLE ? w.style : index == GWL_EXSTYLE ? w.exStyle : 0;
+    const LongPtr value = index == GwlStyle ? w.style : index == GwlExStyle ? w.exStyle : 0;
     call.result = value;
     return value;
 }
@@ -230,14 +230,14 @@ LongPtr MemoryNativeWindowBackend::setWindowLongPtr(WindowHandle window, int ind
 {
     Call &call = record(QStringLiteral("SetWindowLongPtrW"),
                         { handleValue(window), index, qint64(newLong) });
-    if (!windowExists(window) || (index != GWL_STYLE && index != GWL_EXSTYLE))
+    if (!windowExists(window) || (index != GwlStyle && index != GwlExStyle))
         return 0;
     Window &w = m_windows[window];
-    qint64 &slot = index == GWL_STYLE ? w.style : w.exStyle;
+    qint64 &slot = index == GwlStyle ? w.style : w.exStyle;
     const LongPtr previous = slot;
     slot = newLong;
-    if (index == GWL_STYLE)
-        w.visible = (newLong & WS_VISIBLE) != 0;
+    if (index == GwlStyle)
+        w.visible = (newLong & WsVisible) != 0;
     call.result = previous;
     return previous;
 }
@@ -251,16 +251,16 @@ bool MemoryNativeWindowBackend::setWindowPos(WindowHandle window, WindowHandle i
     if (!windowExists(window))
         return false;
     Window &w = m_windows[window];
-    if (!(flags & SWP_NOMOVE))
+    if (!(flags & SwpNoMove))
         w.geometry.moveTo(x, y);
-    if (!(flags & SWP_NOSIZE))
+    if (!(flags & SwpNoSize))
         w.geometry.setSize(QSize(qMax(0, cx), qMax(0, cy)));
-    if (flags & SWP_SHOWWINDOW) {
+    if (flags & SwpShowWindow) {
         w.visible = true;
-        w.style |= WS_VISIBLE;
-    } else if (flags & SWP_HIDEWINDOW) {
+        w.style |= WsVisible;
+    } else if (flags & SwpHideWindow) {
         w.visible = false;
-        w.style &= ~qint64(WS_VISIBLE);
+        w.style &= ~qint64(WsVisible);
     }
     call.result = 1;
     return true;
@@ -273,11 +273,11 @@ bool MemoryNativeWindowBackend::showWindow(WindowHandle window, int command)
         return false;
     Window &w = m_windows[window];
     const bool wasVisible = w.visible;
-    w.visible = command != SW_HIDE;
+    w.visible = command != SwHide;
     if (w.visible)
-        w.style |= WS_VISIBLE;
+        w.style |= WsVisible;
     else
-        w.style &= ~qint64(WS_VISIBLE);
+        w.style &= ~qint64(WsVisible);
     call.result = wasVisible ? 1 : 0;
     return wasVisible;
 }
@@ -297,7 +297,7 @@ LResult MemoryNativeWindowBackend::sendMessage(WindowHandle window, MessageId me
         Call &call = record(QStringLiteral("SendMessageW"),
                             { handleValue(window), QVariant::fromValue<quint32>(message),
                               QVariant::fromValue<quint64>(wParam), qint64(lParam) });
-        if (message == WM_COPYDATA && lParam) {
+        if (message == WmCopyData && lParam) {
             const auto *copyData = reinterpret_cast<const CopyDataStruct *>(lParam);
             call.hasCopyData = true;
             call.copyDataId = copyData->dwData;
@@ -359,7 +359,7 @@ LResult MemoryNativeWindowBackend::dispatch(WindowHandle window, MessageId messa
         const MessageHandler run = *handler;
         result = run(window, message, wParam, lParam);
     }
-    if (message == WM_CLOSE && windowExists(window) && m_windows[window].closesOnClose)
+    if (message == WmClose && windowExists(window) && m_windows[window].closesOnClose)
         destroyWindow(window);
     return result;
 }

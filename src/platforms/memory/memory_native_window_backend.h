@@ -33,7 +33,7 @@ public:
         QString function;        // the Win32 name: "SetWindowPos", "SendMessageW", ...
         QVariantList arguments;  // the call's parameters in Win32 order (handles as quint64)
         qint64 result = 0;       // what the call returned
-        // WM_COPYDATA only: the COPYDATASTRUCT as it was during the call (the bytes are copied).
+        // WmCopyData only: the COPYDATASTRUCT as it was during the call (the bytes are copied).
         bool hasCopyData = false;
         quint64 copyDataId = 0;
         quint32 copyDataSize = 0;
@@ -50,7 +50,7 @@ public:
         qint64 exStyle = 0;
         QRect geometry;
         bool visible = false;
-        // WM_CLOSE destroys the window (DefWindowProc's behaviour); a module may refuse.
+        // WmClose destroys the window (DefWindowProc's behaviour); a module may refuse.
         bool closesOnClose = true;
     };
 
@@ -98,7 +98,7 @@ public:
     static bool deliverMessage(QWindow *target, KorvexNative::MessageId message,
                                KorvexNative::WParam wParam, KorvexNative::LParam lParam,
                                qintptr *result = nullptr);
-    // WM_COPYDATA with a COPYDATASTRUCT holding bytes, from the window sender.
+    // WmCopyData with a COPYDATASTRUCT holding bytes, from the window sender.
     static bool deliverCopyData(QWindow *target, KorvexNative::WindowHandle sender,
                                 quint64 dwData, const QByteArray &bytes);
 

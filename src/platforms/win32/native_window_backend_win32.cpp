@@ -29,18 +29,18 @@ static_assert(offsetof(Message, pt) == offsetof(MSG, pt), "pt");
 static_assert(sizeof(WindowHandle) == sizeof(HWND), "HWND size");
 static_assert(sizeof(wchar_t) == sizeof(char16_t), "UTF-16 wchar_t");
 
-static_assert(WM_CLOSE == ::WM_CLOSE && WM_COPYDATA == ::WM_COPYDATA, "message ids");
-static_assert(GWL_STYLE == ::GWL_STYLE && GWL_EXSTYLE == ::GWL_EXSTYLE, "GWL indexes");
-static_assert(WS_CHILD == ::WS_CHILD && WS_VISIBLE == ::WS_VISIBLE
-                      && WS_CLIPCHILDREN == ::WS_CLIPCHILDREN && WS_CAPTION == ::WS_CAPTION
-                      && WS_SYSMENU == ::WS_SYSMENU && WS_THICKFRAME == ::WS_THICKFRAME
-                      && WS_MINIMIZEBOX == ::WS_MINIMIZEBOX && WS_MAXIMIZEBOX == ::WS_MAXIMIZEBOX
-                      && WS_EX_COMPOSITED == ::WS_EX_COMPOSITED,
+static_assert(WmClose == WM_CLOSE && WmCopyData == WM_COPYDATA, "message ids");
+static_assert(GwlStyle == GWL_STYLE && GwlExStyle == GWL_EXSTYLE, "GWL indexes");
+static_assert(WsChild == WS_CHILD && WsVisible == WS_VISIBLE
+                      && WsClipChildren == WS_CLIPCHILDREN && WsCaption == WS_CAPTION
+                      && WsSysMenu == WS_SYSMENU && WsThickFrame == WS_THICKFRAME
+                      && WsMinimizeBox == WS_MINIMIZEBOX && WsMaximizeBox == WS_MAXIMIZEBOX
+                      && WsExComposited == WS_EX_COMPOSITED,
               "window styles");
-static_assert(SWP_NOZORDER == ::SWP_NOZORDER && SWP_NOACTIVATE == ::SWP_NOACTIVATE
-                      && SWP_SHOWWINDOW == ::SWP_SHOWWINDOW,
+static_assert(SwpNoZOrder == SWP_NOZORDER && SwpNoActivate == SWP_NOACTIVATE
+                      && SwpShowWindow == SWP_SHOWWINDOW,
               "SetWindowPos flags");
-static_assert(SW_HIDE == ::SW_HIDE && SW_SHOWNORMAL == ::SW_SHOWNORMAL, "ShowWindow commands");
+static_assert(SwHide == SW_HIDE && SwShowNormal == SW_SHOWNORMAL, "ShowWindow commands");
 
 static HWND toHwnd(WindowHandle handle)
 {

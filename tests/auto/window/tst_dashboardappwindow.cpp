@@ -176,14 +176,14 @@ void tst_DashboardAppWindow::completeAttachesWithExactCalls()
                             QVariant::fromValue<quint64>(0), QVariant::fromValue<quint64>(0) }));
     QCOMPARE(calls[0].result, qint64(container));
     QCOMPARE(calls[1].arguments, QVariantList({ h(m_module), h(container) }));
-    QCOMPARE(calls[2].arguments, QVariantList({ h(m_module), GWL_STYLE }));
+    QCOMPARE(calls[2].arguments, QVariantList({ h(m_module), GwlStyle }));
     QCOMPARE(calls[2].result, MODULE_STYLE);
     QCOMPARE(calls[3].arguments,
-             QVariantList({ h(m_module), GWL_STYLE, qint64(MODULE_STYLE & ~0x00CF0000) }));
+             QVariantList({ h(m_module), GwlStyle, qint64(MODULE_STYLE & ~0x00CF0000) }));
     QCOMPARE(calls[4].arguments, QVariantList({ h(m_module), h(0), 0, 0, 300, 200, u32(0x50) }));
-    QCOMPARE(calls[5].arguments, QVariantList({ h(container), GWL_EXSTYLE }));
+    QCOMPARE(calls[5].arguments, QVariantList({ h(container), GwlExStyle }));
     QCOMPARE(calls[6].arguments,
-             QVariantList({ h(container), GWL_EXSTYLE, qint64(WS_EX_COMPOSITED) }));
+             QVariantList({ h(container), GwlExStyle, qint64(WsExComposited) }));
     QVERIFY(item->isWatching());
 
     // The simulated windows show the result.
@@ -191,7 +191,7 @@ void tst_DashboardAppWindow::completeAttachesWithExactCalls()
     QCOMPARE(containerState.className, QStringLiteral("STATIC"));
     QCOMPARE(containerState.parent, m_windowHandle);
     QCOMPARE(containerState.geometry, QRect(10, 20, 300, 200));
-    QCOMPARE(containerState.exStyle, qint64(WS_EX_COMPOSITED));
+    QCOMPARE(containerState.exStyle, qint64(WsExComposited));
     QVERIFY(containerState.visible);
     const auto moduleState = m_backend->window(m_module);
     QCOMPARE(moduleState.parent, container);
@@ -282,13 +282,13 @@ void tst_DashboardAppWindow::hideAndShowActOnTheContainer()
     item->hideApplication();
     QCOMPARE(m_backend->calls().size(), 1);
     QCOMPARE(m_backend->calls()[0].function, QStringLiteral("ShowWindow"));
-    QCOMPARE(m_backend->calls()[0].arguments, QVariantList({ h(container), SW_HIDE }));
+    QCOMPARE(m_backend->calls()[0].arguments, QVariantList({ h(container), SwHide }));
     QVERIFY(!m_backend->window(container).visible);
     QVERIFY(m_backend->window(m_module).visible); // the module window itself is left alone
 
     item->showApplication();
     QCOMPARE(m_backend->calls().size(), 2);
-    QCOMPARE(m_backend->calls()[1].arguments, QVariantList({ h(container), SW_SHOWNORMAL }));
+    QCOMPARE(m_backend->calls()[1].arguments, QVariantList({ h(container), SwShowNormal }));
     QVERIFY(m_backend->window(container).visible);
 }
 
@@ -307,7 +307,7 @@ void tst_DashboardAppWindow::closeAsksTheModule()
     QCOMPARE(m_backend->functionNames(), QStringList({ "IsWindow", "SendMessageW" }));
     QCOMPARE(calls[0].arguments, QVariantList({ h(container) }));
     QCOMPARE(calls[1].arguments,
-             QVariantList({ h(m_module), u32(WM_CLOSE), QVariant::fromValue<quint64>(0),
+             QVariantList({ h(m_module), u32(WmClose), QVariant::fromValue<quint64>(0),
                             qint64(0) }));
     QVERIFY(m_backend->windowExists(m_module));
     // The module stays, and so does the item, through several status checks.
@@ -368,9 +368,9 @@ void tst_DashboardAppWindow::moduleWindowDisappearing()
     const QList<Call> sends = m_backend->callsTo(QStringLiteral("SendMessageW"));
     QCOMPARE(sends.size(), 1);
     QCOMPARE(sends[0].arguments,
-             QVariantList({ h(container), u32(WM_CLOSE), QVariant::fromValue<quint64>(0),
+             QVariantList({ h(container), u32(WmClose), QVariant::fromValue<quint64>(0),
                             qint64(0) }));
-    QVERIFY(!m_backend->windowExists(container)); // WM_CLOSE destroyed the "STATIC" window
+    QVERIFY(!m_backend->windowExists(container)); // WmClose destroyed the "STATIC" window
     QVERIFY(m_window->contentItem()->childItems().isEmpty());
 
     QCoreApplication::processEvents();
@@ -419,7 +419,7 @@ void tst_DashboardAppWindow::destroyingAnAttachedItemAsksTheModuleToClose()
     QCOMPARE(m_backend->functionNames(), QStringList({ "IsWindow", "SendMessageW" }));
     QCOMPARE(calls[0].arguments, QVariantList({ h(container) }));
     QCOMPARE(calls[1].arguments,
-             QVariantList({ h(m_module), u32(WM_CLOSE), QVariant::fromValue<quint64>(0),
+             QVariantList({ h(m_module), u32(WmClose), QVariant::fromValue<quint64>(0),
                             qint64(0) }));
 }
 

@@ -125,7 +125,7 @@ void tst_MemoryNativeWindowBackend::windowsAreSimulated()
 {
     MemoryNativeWindowBackend backend;
     backend.adoptWindow(0x42);
-    const WindowHandle child = backend.createWindowEx(0, u"STATIC", u"", WS_CHILD | WS_VISIBLE,
+    const WindowHandle child = backend.createWindowEx(0, u"STATIC", u"", WsChild | WsVisible,
                                                       1, 2, 30, 40, 0x42, 0, nullptr, nullptr);
     QVERIFY(child);
     auto state = backend.window(child);
@@ -134,14 +134,14 @@ void tst_MemoryNativeWindowBackend::windowsAreSimulated()
     QVERIFY(state.visible);
     QCOMPARE(state.className, QStringLiteral("STATIC"));
 
-    QCOMPARE(backend.setWindowLongPtr(child, GWL_STYLE, WS_CHILD), LongPtr(WS_CHILD | WS_VISIBLE));
+    QCOMPARE(backend.setWindowLongPtr(child, GwlStyle, WsChild), LongPtr(WsChild | WsVisible));
     QVERIFY(!backend.window(child).visible);
-    QCOMPARE(backend.getWindowLongPtr(child, GWL_STYLE), LongPtr(WS_CHILD));
-    QVERIFY(backend.setWindowPos(child, 0, 5, 6, 70, 80, SWP_NOZORDER | SWP_SHOWWINDOW));
+    QCOMPARE(backend.getWindowLongPtr(child, GwlStyle), LongPtr(WsChild));
+    QVERIFY(backend.setWindowPos(child, 0, 5, 6, 70, 80, SwpNoZOrder | SwpShowWindow));
     QCOMPARE(backend.window(child).geometry, QRect(5, 6, 70, 80));
     QVERIFY(backend.window(child).visible);
-    QVERIFY(backend.showWindow(child, SW_HIDE)); // was visible
-    QVERIFY(!backend.showWindow(child, SW_SHOWNORMAL));
+    QVERIFY(backend.showWindow(child, SwHide)); // was visible
+    QVERIFY(!backend.showWindow(child, SwShowNormal));
     QVERIFY(backend.window(child).visible);
     QCOMPARE(backend.setParent(child, 0), WindowHandle(0x42));
     QCOMPARE(backend.window(child).parent, WindowHandle(0));
@@ -155,19 +155,19 @@ void tst_MemoryNativeWindowBackend::callsOnMissingWindowsFail()
 {
     MemoryNativeWindowBackend backend;
     const WindowHandle ghost = 0xBAD0;
-    QCOMPARE(backend.createWindowEx(0, u"STATIC", u"", WS_CHILD, 0, 0, 1, 1, ghost, 0, nullptr,
+    QCOMPARE(backend.createWindowEx(0, u"STATIC", u"", WsChild, 0, 0, 1, 1, ghost, 0, nullptr,
                                     nullptr),
              WindowHandle(0));
-    QCOMPARE(backend.createWindowEx(0, u"STATIC", u"", WS_CHILD, 0, 0, 1, 1, 0, 0, nullptr, nullptr),
+    QCOMPARE(backend.createWindowEx(0, u"STATIC", u"", WsChild, 0, 0, 1, 1, 0, 0, nullptr, nullptr),
              WindowHandle(0)); // a child needs a parent
     QCOMPARE(backend.setParent(ghost, 0), WindowHandle(0));
-    QCOMPARE(backend.getWindowLongPtr(ghost, GWL_STYLE), LongPtr(0));
-    QCOMPARE(backend.setWindowLongPtr(ghost, GWL_STYLE, 1), LongPtr(0));
+    QCOMPARE(backend.getWindowLongPtr(ghost, GwlStyle), LongPtr(0));
+    QCOMPARE(backend.setWindowLongPtr(ghost, GwlStyle, 1), LongPtr(0));
     QVERIFY(!backend.setWindowPos(ghost, 0, 0, 0, 1, 1, 0));
-    QVERIFY(!backend.showWindow(ghost, SW_SHOWNORMAL));
+    QVERIFY(!backend.showWindow(ghost, SwShowNormal));
     QVERIFY(!backend.isWindow(ghost));
     QVERIFY(!backend.isWindow(0));
-    QCOMPARE(backend.sendMessage(ghost, WM_CLOSE, 0, 0), LResult(0));
+    QCOMPARE(backend.sendMessage(ghost, WmClose, 0, 0), LResult(0));
     QVERIFY(!backend.postMessage(ghost, 0xC000, 0, 0));
     QCOMPARE(backend.calls().size(), 11); // every call is recorded, failed or not
     QVERIFY(backend.windows().isEmpty());
@@ -177,13 +177,13 @@ void tst_MemoryNativeWindowBackend::closeDestroysClosableWindowsAndChildren()
 {
     MemoryNativeWindowBackend backend;
     const WindowHandle top = backend.addWindow();
-    const WindowHandle child = backend.createWindowEx(0, u"STATIC", u"", WS_CHILD, 0, 0, 1, 1, top,
+    const WindowHandle child = backend.createWindowEx(0, u"STATIC", u"", WsChild, 0, 0, 1, 1, top,
                                                       0, nullptr, nullptr);
     const WindowHandle grandChild = backend.addWindow("ModuleWindow", 0, QRect(), child);
     backend.setClosesOnClose(top, false);
-    backend.sendMessage(top, WM_CLOSE, 0, 0);
+    backend.sendMessage(top, WmClose, 0, 0);
     QVERIFY(backend.windowExists(top)); // refused
-    backend.sendMessage(child, WM_CLOSE, 0, 0);
+    backend.sendMessage(child, WmClose, 0, 0);
     QVERIFY(!backend.windowExists(child));
     QVERIFY(!backend.windowExists(grandChild));
     QVERIFY(backend.windowExists(top));
@@ -195,7 +195,7 @@ void tst_MemoryNativeWindowBackend::copyDataIsCopiedAtCallTime()
     const WindowHandle module = backend.addWindow();
     QByteArray bytes("abcdef");
     CopyDataStruct copyData{ 0xC005, std::uint32_t(bytes.size()), bytes.data() };
-    QCOMPARE(backend.sendMessage(module, WM_COPYDATA, 7, reinterpret_cast<LParam>(&copyData)),
+    QCOMPARE(backend.sendMessage(module, WmCopyData, 7, reinterpret_cast<LParam>(&copyData)),
              LResult(0));
     bytes.fill('x');
     const auto call = backend.calls().constFirst();
@@ -206,10 +206,10 @@ void tst_MemoryNativeWindowBackend::copyDataIsCopiedAtCallTime()
     QCOMPARE(call.arguments[2].value<quint64>(), quint64(7));
 
     // A null COPYDATASTRUCT is recorded as no data; a null lpData as a size only.
-    backend.sendMessage(module, WM_COPYDATA, 0, 0);
+    backend.sendMessage(module, WmCopyData, 0, 0);
     QVERIFY(!backend.calls().last().hasCopyData);
     CopyDataStruct empty{ 1, 99, nullptr };
-    backend.sendMessage(module, WM_COPYDATA, 0, reinterpret_cast<LParam>(&empty));
+    backend.sendMessage(module, WmCopyData, 0, reinterpret_cast<LParam>(&empty));
     QCOMPARE(backend.calls().last().copyDataSize, 99u);
     QVERIFY(backend.calls().last().copyDataBytes.isEmpty());
 }
@@ -246,7 +246,7 @@ void tst_MemoryNativeWindowBackend::deliveredMessagesReachNativeEvent()
     QCOMPARE(window.messages[0].hwnd, WindowHandle(window.winId()));
     QCOMPARE(window.messages[0].message, MessageId(0xC010));
     QCOMPARE(window.messages[0].wParam, WParam(0x99));
-    QCOMPARE(window.messages[1].message, WM_COPYDATA);
+    QCOMPARE(window.messages[1].message, WmCopyData);
     QCOMPARE(window.messages[1].wParam, WParam(0x98));
 
     // Another backend's event type is not translated.

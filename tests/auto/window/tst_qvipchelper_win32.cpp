@@ -140,7 +140,7 @@ void tst_QVIPCHelper_win32::deliverRecord(const MessageStruct &message, WParam s
     QByteArray bytes = QVIPCMessage::encode(message);
     QVERIFY(!bytes.isEmpty());
     CopyDataStruct copyData{ 0, std::uint32_t(bytes.size()), bytes.data() };
-    deliver(WM_COPYDATA, sender, reinterpret_cast<LParam>(&copyData));
+    deliver(WmCopyData, sender, reinterpret_cast<LParam>(&copyData));
 }
 
 void tst_QVIPCHelper_win32::registerModule(WindowHandle module)
@@ -426,7 +426,7 @@ void tst_QVIPCHelper_win32::requestsAreAnsweredToTheSender()
     QCOMPARE(sent.size(), 1);
     const Call &call = sent[0].first;
     QCOMPARE(call.arguments[0].value<quint64>(), quint64(m_moduleB)); // the sender only
-    QCOMPARE(call.arguments[1].value<quint32>(), quint32(WM_COPYDATA));
+    QCOMPARE(call.arguments[1].value<quint32>(), quint32(WmCopyData));
     QCOMPARE(call.arguments[2].value<quint64>(), quint64(0));
     QCOMPARE(call.copyDataId, quint64(0));
     const MessageStruct &answer = sent[0].second;
@@ -513,7 +513,7 @@ void tst_QVIPCHelper_win32::broadcasts()
     QCOMPARE(sent[0].first.arguments[0].value<quint64>(), quint64(m_moduleA));
     QCOMPARE(sent[1].first.arguments[0].value<quint64>(), quint64(m_moduleB));
     for (const auto &entry : sent) {
-        QCOMPARE(entry.first.arguments[1].value<quint32>(), quint32(WM_COPYDATA));
+        QCOMPARE(entry.first.arguments[1].value<quint32>(), quint32(WmCopyData));
         QCOMPARE(entry.first.arguments[2].value<quint64>(), quint64(0));
         QCOMPARE(entry.first.copyDataId, quint64(id));
         QCOMPARE(entry.second.methodType, qint8(0));
@@ -678,7 +678,7 @@ void tst_QVIPCHelper_win32::hostileMessages_data()
 {
     QTest::addColumn<int>("kind");
     QTest::newRow("null message") << 0;
-    QTest::newRow("WM_COPYDATA without COPYDATASTRUCT") << 1;
+    QTest::newRow("WmCopyData without COPYDATASTRUCT") << 1;
     QTest::newRow("null lpData with a size") << 2;
     QTest::newRow("empty block") << 3;
     QTest::newRow("truncated block") << 4;
@@ -701,16 +701,16 @@ void tst_QVIPCHelper_win32::hostileMessages()
         break;
     }
     case 1:
-        deliver(WM_COPYDATA, m_moduleA, 0);
+        deliver(WmCopyData, m_moduleA, 0);
         break;
     case 2: {
         CopyDataStruct copyData{ 0, 64, nullptr };
-        deliver(WM_COPYDATA, m_moduleA, reinterpret_cast<LParam>(&copyData));
+        deliver(WmCopyData, m_moduleA, reinterpret_cast<LParam>(&copyData));
         break;
     }
     case 3: {
         CopyDataStruct copyData{ 0, 0, nullptr };
-        deliver(WM_COPYDATA, m_moduleA, reinterpret_cast<LParam>(&copyData));
+        deliver(WmCopyData, m_moduleA, reinterpret_cast<LParam>(&copyData));
         break;
     }
     case 4: {
@@ -720,7 +720,7 @@ void tst_QVIPCHelper_win32::hostileMessages()
         for (int size = 0; size < good.size(); ++size) {
             QByteArray cut = good.left(size);
             CopyDataStruct copyData{ 0, std::uint32_t(cut.size()), cut.data() };
-            deliver(WM_COPYDATA, m_moduleA, reinterpret_cast<LParam>(&copyData));
+            deliver(WmCopyData, m_moduleA, reinterpret_cast<LParam>(&copyData));
             if (size < nameEnd)
                 QCOMPARE(open.count(), 0);
         }
@@ -733,7 +733,7 @@ void tst_QVIPCHelper_win32::hostileMessages()
     case 5: {
         // cbData says less than the bytes hold: only cbData bytes are read.
         CopyDataStruct copyData{ 0, 3, good.data() };
-        deliver(WM_COPYDATA, m_moduleA, reinterpret_cast<LParam>(&copyData));
+        deliver(WmCopyData, m_moduleA, reinterpret_cast<LParam>(&copyData));
         break;
     }
     }
@@ -758,7 +758,7 @@ void tst_QVIPCHelper_win32::garbageBlocks()
         if (i % 3 == 0)
             bytes[0] = char(random.bounded(3)); // a valid methodType, so the name is looked at
         CopyDataStruct copyData{ 0, std::uint32_t(bytes.size()), bytes.data() };
-        deliver(WM_COPYDATA, m_moduleA, reinterpret_cast<LParam>(&copyData));
+        deliver(WmCopyData, m_moduleA, reinterpret_cast<LParam>(&copyData));
         if (i % 500 == 0)
             m_backend->clearCalls();
     }
