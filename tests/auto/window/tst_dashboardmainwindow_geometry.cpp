@@ -27,6 +27,8 @@ const QList<Layout> LAYOUTS = {
     { "Screen-1366x768", QRect(0, 0, 1366, 768), QRect(171, 92, 1024, 600) },
     { "Screen-1280x800", QRect(0, 0, 1280, 800), QRect(128, 108, 1024, 600) },
     { "Left-1920x1080", QRect(0, 0, 3200, 1080), QRect(160, 68, 1600, 960) },
+    // Narrower than the smallest default: (1023 - 1024) / 2 rounds toward zero, to 0.
+    { "Screen-1023x600", QRect(0, 0, 1023, 600), QRect(0, 8, 1024, 600) },
 };
 
 } // namespace
@@ -236,7 +238,7 @@ void tst_DashboardMainWindowGeometry::repeatedSaves()
 
 void tst_DashboardMainWindowGeometry::saveThenRestore()
 {
-    const QRect placed(20, 40, 900, 600);
+    const QRect placed(20, 40, 600, 400);
     {
         auto window = makeWindow();
         window->setGeometry(placed);
