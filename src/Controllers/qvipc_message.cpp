@@ -282,7 +282,7 @@ QVariant invokeRequest(QObject *target, const MessageStruct &request)
     if (index >= 0) {
         const QMetaMethod method = meta->method(index);
         if (slot.isVoid || returnTypeMatches(method, slot.name)) {
-            void *argv[4] = { slot.isVoid ? nullptr : result.data(), nullptr, nullptr, nullptr };
+            void *argv[1 + 4] = { slot.isVoid ? nullptr : result.data() };
             for (qsizetype i = 0; i < arguments.size(); ++i)
                 argv[i + 1] = arguments[i].value.data();
             QMetaObject::metacall(target, QMetaObject::InvokeMetaMethod, index, argv);

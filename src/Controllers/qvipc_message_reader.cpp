@@ -19,6 +19,14 @@ constexpr quint32 MaxTypeNameLength = 64;
 
 constexpr quint32 NullLength = 0xFFFFFFFFu;
 
+// A hash commits far more heap than its bytes on the wire: its first entry brings one span
+// of 128 buckets with room for 48 entries (about 2.9 KB for 18 bytes). Non-empty hashes are
+// paid from an allowance that grows with the block, so a block of tiny hashes cannot
+// multiply its size by a hundred.
+constexpr qint64 HashFirstEntryCost = 128 + 48 * qint64(sizeof(QString) + sizeof(QVariant)) + 64;
+constexpr qint64 HashAllowanceBase = 64 * 1024;
+constexpr qint64 HashAllowancePerByte = 2;
+
 } // namespace
 
 MessageReader::MessageReader(QDataStream &in) : m_in(in)
@@ -30,6 +38,7 @@ MessageReader::MessageReader(QDataStream &in) : m_in(in)
         m_remaining = device->bytesAvailable();     // only what has already arrived
     else
         m_remaining = qMax<qint64>(0, device->size() - device->pos());
+    m_hashAllowance = HashAllowanceBase + HashAllowancePerByte * m_remaining;
 }
 
 bool MessageReader::fail(QDataStream::Status status)
@@ -147,6 +156,13 @@ qint64 MessageReader::floatingPointSize() const
     return m_in.floatingPointPrecision() == QDataStream::DoublePrecision ? 8 : 4;
 }
 
+bool MessageReader::depthAllowed(quint32 count, int elementDepth)
+{
+    // Only elements count: an empty container is read at any depth, so whatever this reader
+    // yields can be written and read back.
+    return count == 0 || elementDepth <= MaxDepth || fail(QDataStream::ReadCorruptData);
+}
+
 MessageReader::Read MessageReader::readStringList(QStringList *list)
 {
     quint32 count = 0;
@@ -163,12 +179,8 @@ MessageReader::Read MessageReader::readStringList(QStringList *list)
 
 MessageReader::Read MessageReader::readVariantList(QVariantList *list, int elementDepth)
 {
-    if (elementDepth > MaxDepth) {
-        fail(QDataStream::ReadCorruptData);
-        return Read::Nothing;
-    }
     quint32 count = 0;
-    if (!readCount(&count, MinVariantSize))
+    if (!readCount(&count, MinVariantSize) || !depthAllowed(count, elementDepth))
         return Read::Nothing;
     for (quint32 i = 0; i < count; ++i) {
         QVariant v;
@@ -184,12 +196,8 @@ MessageReader::Read MessageReader::readVariantList(QVariantList *list, int eleme
 
 MessageReader::Read MessageReader::readVariantMap(QVariantMap *map, int elementDepth)
 {
-    if (elementDepth > MaxDepth) {
-        fail(QDataStream::ReadCorruptData);
-        return Read::Nothing;
-    }
     quint32 count = 0;
-    if (!readCount(&count, MinMapEntrySize))
+    if (!readCount(&count, MinMapEntrySize) || !depthAllowed(count, elementDepth))
         return Read::Nothing;
     for (quint32 i = 0; i < count; ++i) {
         QString key;
@@ -208,13 +216,16 @@ MessageReader::Read MessageReader::readVariantMap(QVariantMap *map, int elementD
 
 MessageReader::Read MessageReader::readVariantHash(QVariantHash *hash, int elementDepth)
 {
-    if (elementDepth > MaxDepth) {
-        fail(QDataStream::ReadCorruptData);
-        return Read::Nothing;
-    }
     quint32 count = 0;
-    if (!readCount(&count, MinMapEntrySize))
+    if (!readCount(&count, MinMapEntrySize) || !depthAllowed(count, elementDepth))
         return Read::Nothing;
+    if (count > 0) {
+        if (m_hashAllowance < HashFirstEntryCost) {
+            fail(QDataStream::ReadCorruptData);
+            return Read::Nothing;
+        }
+        m_hashAllowance -= HashFirstEntryCost;
+    }
     for (quint32 i = 0; i < count; ++i) {
         QString key;
         if (!readString(&key))

@@ -47,6 +47,7 @@ private:
     bool readByteArray(QByteArray *bytes);
     bool readRaw(char *data, qint64 size);
     bool readCount(quint32 *count, qint64 minimumElementSize);
+    bool depthAllowed(quint32 count, int elementDepth);
     bool readWideFloat(float *value);
     qint64 floatingPointSize() const;
     template<typename T>
@@ -57,5 +58,6 @@ private:
 
     QDataStream &m_in;
     qint64 m_remaining = 0;
+    qint64 m_hashAllowance = 0;     // heap that non-empty hashes may still commit
     QDataStream::Status m_failure = QDataStream::Ok;
 };

@@ -11,10 +11,11 @@
 
 namespace {
 
-// Heap use allowed for decoding a block: a small multiple of its size, plus the fixed cost
-// of the stream, its buffer and the block's copy.
+// Heap use allowed for decoding a block: a small multiple of its size, plus a fixed part:
+// the stream and its buffer, and the reader's allowance for non-empty hashes (64 KB, each
+// hash's first entry commits about 2.9 KB).
 constexpr long long AllocationFactor = 16;
-constexpr long long FixedAllowance = 16 * 1024;
+constexpr long long FixedAllowance = 16 * 1024 + 64 * 1024;
 
 // Big-endian writers for building blocks by hand.
 QByteArray u32(quint32 v)
@@ -148,9 +149,11 @@ private Q_SLOTS:
     void lyingCounts();
     void largeBlocksStayProportional_data();
     void largeBlocksStayProportional();
+    void tinyHashesArePaidFor();
     void depthIsBounded_data();
     void depthIsBounded();
     void deepNestingDoesNotExhaustTheStack();
+    void whatIsReadCanBeReadAgain();
     void typeWhitelist_data();
     void typeWhitelist();
     void everyPrefixOfEveryVector();
@@ -239,28 +242,47 @@ void tst_MessageReader::largeBlocksStayProportional_data()
     QTest::addColumn<QByteArray>("block");
     QTest::addColumn<bool>("truthfulCount");
     const int mib = 1024 * 1024;
+    // Written straight through a stream: these blocks have hundreds of thousands of values.
+    const auto build = [](quint32 arguments, auto &&body) {
+        QByteArray block = header(arguments);
+        block.reserve(1024 * 1024 + 64);
+        QDataStream out(&block, QIODevice::WriteOnly | QIODevice::Append);
+        body(out);
+        return block;
+    };
 
     // Counts that fit exactly in the bytes that follow: the worst ratio of memory to bytes.
-    const int nulls = (mib - 17) / 5;
-    QByteArray nullVariants = header(quint32(nulls));
-    for (int i = 0; i < nulls; ++i)
-        nullVariants += QByteArray("\0\0\0\0\1", 5);
-    QTest::newRow("null variants") << nullVariants << true;
-    QByteArray lists = header(quint32((mib - 17) / 9));
-    for (int i = 0; i < (mib - 17) / 9; ++i)
-        lists += variantHeader(QMetaType::QVariantList) + u32(0);
-    QTest::newRow("empty lists") << lists << true;
-    QByteArray map = header(1) + variantHeader(QMetaType::QVariantMap);
-    const int entries = (mib - 26) / 13;
-    map += u32(quint32(entries));
-    for (int i = 0; i < entries; ++i)
-        map += str(QString(QChar(0x100 + (i >> 16))) + QChar(i & 0xffff)) + QByteArray("\0\0\0\0\1", 5);
-    QTest::newRow("map entries") << map << true;
-    QByteArray strings = header(1) + variantHeader(QMetaType::QStringList);
-    strings += u32(quint32((mib - 26) / 6));
-    for (int i = 0; i < (mib - 26) / 6; ++i)
-        strings += str("x");
-    QTest::newRow("one-letter strings") << strings << true;
+    const quint32 nulls = (mib - 17) / 5;
+    QTest::newRow("null variants") << build(nulls, [&](QDataStream &out) {
+        for (quint32 i = 0; i < nulls; ++i)
+            out << quint32(0) << qint8(1);
+    }) << true;
+    const quint32 lists = (mib - 17) / 9;
+    QTest::newRow("empty lists") << build(lists, [&](QDataStream &out) {
+        for (quint32 i = 0; i < lists; ++i)
+            out << quint32(QMetaType::QVariantList) << qint8(0) << quint32(0);
+    }) << true;
+    const quint32 entries = (mib - 26) / 13;
+    QTest::newRow("map entries") << build(1, [&](QDataStream &out) {
+        out << quint32(QMetaType::QVariantMap) << qint8(0) << entries;
+        for (quint32 i = 0; i < entries; ++i) {
+            const char16_t key[] = { char16_t(0x100 + (i >> 16)), char16_t(i & 0xffff) };
+            out << quint32(4) << quint16(key[0]) << quint16(key[1]) << quint32(0) << qint8(1);
+        }
+    }) << true;
+    QTest::newRow("hash entries") << build(1, [&](QDataStream &out) {
+        out << quint32(QMetaType::QVariantHash) << qint8(0) << entries;
+        for (quint32 i = 0; i < entries; ++i) {
+            const char16_t key[] = { char16_t(0x100 + (i >> 16)), char16_t(i & 0xffff) };
+            out << quint32(4) << quint16(key[0]) << quint16(key[1]) << quint32(0) << qint8(1);
+        }
+    }) << true;
+    const quint32 strings = (mib - 26) / 6;
+    QTest::newRow("one-letter strings") << build(1, [&](QDataStream &out) {
+        out << quint32(QMetaType::QStringList) << qint8(0) << strings;
+        for (quint32 i = 0; i < strings; ++i)
+            out << quint32(2) << quint16('x');
+    }) << true;
     // A count that lies, ahead of a megabyte of data.
     QTest::newRow("lying count over 1 MiB") << header(0xfffffffeu) + QByteArray(mib, '\0') << false;
 }
@@ -287,6 +309,38 @@ void tst_MessageReader::largeBlocksStayProportional()
            double(d.usage.peakGrowth) / block.size(), d.usage.largest);
     QVERIFY(d.usage.peakGrowth <= bound);
     QVERIFY(qint64(d.usage.largest) <= bound);
+}
+
+void tst_MessageReader::tinyHashesArePaidFor()
+{
+    // One-entry hashes: 18 bytes on the wire, about 2.9 KB of heap each.
+    const QByteArray oneEntryHash = variantHeader(QMetaType::QVariantHash) + u32(1) + str("")
+            + variantHeader(QMetaType::UnknownType);
+    const auto block = [&](int hashes) {
+        QByteArray b = header(quint32(hashes));
+        for (int i = 0; i < hashes; ++i)
+            b += oneEntryHash;
+        return b;
+    };
+
+    // A few, as a reply could carry, are read in full.
+    const Decoded few = decodeMeasured(block(8));
+    QCOMPARE(few.status, QDataStream::ReadPastEnd);    // only the data field is missing
+    QCOMPARE(few.message.arguments.size(), 8);
+    QCOMPARE(few.message.arguments.at(7), QVariant(QVariantHash{ { QString(""), QVariant() } }));
+
+    // A megabyte of them ends where the allowance does.
+    const QByteArray many = block((1024 * 1024 - 17) / 18);
+    const Decoded d = decodeMeasured(many);
+    QCOMPARE(d.status, QDataStream::ReadCorruptData);
+    QVERIFY(d.message.arguments.size() > 8);
+    QVERIFY(d.message.arguments.size() < 1000);
+    if (!allocprobe::available())
+        QSKIP("Heap use is measured in the normal build only.");
+    qDebug("%lld hashes read from %lld bytes: peak heap growth %lld (%.1fx)",
+           (long long)d.message.arguments.size(), (long long)many.size(), d.usage.peakGrowth,
+           double(d.usage.peakGrowth) / many.size());
+    QVERIFY(d.usage.peakGrowth <= AllocationFactor * many.size() + FixedAllowance);
 }
 
 void tst_MessageReader::depthIsBounded_data()
@@ -347,6 +401,20 @@ void tst_MessageReader::deepNestingDoesNotExhaustTheStack()
     QCOMPARE(s.message.arguments.size(), 1);
     QVERIFY(shapeOf(s.message).depth <= MessageReader::MaxDepth);
     QVERIFY(shapeOf(s.message).depth >= MessageReader::MaxDepth - 1);
+}
+
+void tst_MessageReader::whatIsReadCanBeReadAgain()
+{
+    // A supply record near the depth bound keeps its (empty) lists one level deeper than
+    // itself: the reader must take them back once written, whatever depth they sit at.
+    for (int levels = 25; levels <= 34; ++levels) {
+        SupplyInformation info;
+        info.warnings = { QStringLiteral("w") };
+        const QByteArray block = QVIPCMessage::encode(
+                golden::broadcast({ nested(levels, QVariant::fromValue(info)) }));
+        const char *broken = messagecheck::check(block.constData(), std::size_t(block.size()));
+        QVERIFY2(!broken, qPrintable(QStringLiteral("%1 levels: %2").arg(levels).arg(QLatin1String(broken))));
+    }
 }
 
 void tst_MessageReader::typeWhitelist_data()
@@ -489,7 +557,9 @@ void tst_MessageReader::replayCorpus()
     const char *broken = messagecheck::check(block.constData(), std::size_t(block.size()));
     QVERIFY2(!broken, broken);
     if (allocprobe::available())
-        QVERIFY(d.usage.peakGrowth <= AllocationFactor * block.size() + FixedAllowance);
+        QVERIFY2(d.usage.peakGrowth <= AllocationFactor * block.size() + FixedAllowance,
+                 qPrintable(QStringLiteral("%1 bytes: peak heap growth %2, largest %3")
+                                    .arg(block.size()).arg(d.usage.peakGrowth).arg(d.usage.largest)));
 }
 
 QTEST_GUILESS_MAIN(tst_MessageReader)
