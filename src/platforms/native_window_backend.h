@@ -1,0 +1,110 @@
+#pragma once
+
+// The narrow interface through which the dashboard talks to the native window system. It is
+// shaped after the Win32 user-interface calls the dashboard makes, with their handles, ids,
+// flags and message parameters, so the portable code reads like the Windows code it mirrors.
+// This header includes no Qt header: the Windows backend is compiled without Qt.
+
+#include <cstddef>
+#include <cstdint>
+
+namespace KorvexNative {
+
+// HWND, UINT, WPARAM, LPARAM, LRESULT, LONG_PTR, ULONG_PTR and DWORD as numbers.
+using WindowHandle = std::uintptr_t;
+using MessageId = std::uint32_t;
+using WParam = std::uintptr_t;
+using LParam = std::intptr_t;
+using LResult = std::intptr_t;
+using LongPtr = std::intptr_t;
+
+// Same layout as COPYDATASTRUCT (ULONG_PTR, DWORD, PVOID).
+struct CopyDataStruct
+{
+    std::uintptr_t dwData;
+    std::uint32_t cbData;
+    void *lpData;
+};
+
+struct Point
+{
+    std::int32_t x;
+    std::int32_t y;
+};
+
+// Same layout as MSG, so that on Windows the platform's MSG is handed on as it is.
+struct Message
+{
+    WindowHandle hwnd;
+    MessageId message;
+    WParam wParam;
+    LParam lParam;
+    std::uint32_t time;
+    Point pt;
+    std::uint32_t lPrivate;
+};
+
+// The Win32 constants the dashboard uses, with their Windows values. The names are the Win32
+// ones in camel case: <windows.h> defines the originals as macros.
+inline constexpr MessageId WmClose = 0x0010;
+inline constexpr MessageId WmCopyData = 0x004A;
+
+inline constexpr int GwlStyle = -16;
+inline constexpr int GwlExStyle = -20;
+
+inline constexpr std::uint32_t WsChild = 0x40000000;
+inline constexpr std::uint32_t WsVisible = 0x10000000;
+inline constexpr std::uint32_t WsClipChildren = 0x02000000;
+inline constexpr std::uint32_t WsCaption = 0x00C00000;
+inline constexpr std::uint32_t WsSysMenu = 0x00080000;
+inline constexpr std::uint32_t WsThickFrame = 0x00040000;
+inline constexpr std::uint32_t WsMinimizeBox = 0x00020000;
+inline constexpr std::uint32_t WsMaximizeBox = 0x00010000;
+inline constexpr std::uint32_t WsExComposited = 0x02000000;
+
+inline constexpr std::uint32_t SwpNoZOrder = 0x0004;
+inline constexpr std::uint32_t SwpNoActivate = 0x0010;
+inline constexpr std::uint32_t SwpShowWindow = 0x0040;
+
+inline constexpr int SwHide = 0;
+inline constexpr int SwShowNormal = 1;
+
+// One backend per window system. Every call behaves like the Win32 call of the same name:
+// failures are reported the way Windows reports them (a null handle, 0, false) and never
+// throw or crash, whatever handle a caller passes.
+class NativeWindowBackend
+{
+public:
+    virtual ~NativeWindowBackend() = default;
+
+    // Name of the backend ("win32", "memory", ...), for logs and tests.
+    virtual const char *name() const = 0;
+
+    virtual WindowHandle createWindowEx(std::uint32_t exStyle, const char16_t *className,
+                                        const char16_t *windowName, std::uint32_t style, int x,
+                                        int y, int width, int height, WindowHandle parent,
+                                        WindowHandle menu, void *instance, void *param) = 0;
+    virtual WindowHandle setParent(WindowHandle child, WindowHandle newParent) = 0;
+    virtual LongPtr getWindowLongPtr(WindowHandle window, int index) = 0;
+    virtual LongPtr setWindowLongPtr(WindowHandle window, int index, LongPtr newLong) = 0;
+    virtual bool setWindowPos(WindowHandle window, WindowHandle insertAfter, int x, int y, int cx,
+                              int cy, std::uint32_t flags) = 0;
+    virtual bool showWindow(WindowHandle window, int command) = 0;
+    virtual bool isWindow(WindowHandle window) = 0;
+
+    virtual LResult sendMessage(WindowHandle window, MessageId message, WParam wParam,
+                                LParam lParam) = 0;
+    virtual bool postMessage(WindowHandle window, MessageId message, WParam wParam,
+                             LParam lParam) = 0;
+    // name is a NUL-terminated UTF-16 string. Returns 0 on failure.
+    virtual MessageId registerWindowMessage(const char16_t *name) = 0;
+
+    // Turns a native event as the window system delivered it (the eventType and message of
+    // QWindow::nativeEvent) into the Windows-shaped message, or returns null when the event is
+    // not a window message of this backend. storage may receive a converted copy; the result
+    // points into it or into message and lives as long as both.
+    virtual const Message *translateNativeEvent(const char *eventType, std::size_t eventTypeSize,
+                                                void *message, Message *storage) = 0;
+};
+
+} // namespace KorvexNative
