@@ -1,4 +1,5 @@
 #include <korvexdashboard.h>
+#include <platforms/memory/memory_native_window_backend.h>
 
 #include <QCoreApplication>
 #include <QMetaType>
@@ -13,6 +14,10 @@ int main(int argc, char **argv)
         return 1;
     if (!QMetaType::fromName("DashboardGlobal::ApplicationType").isValid())
         return 2;
+    // The recording backend of the testing library hands out stable message ids.
+    MemoryNativeWindowBackend backend;
+    if (backend.registerWindowMessage(u"registerQVIPC") != backend.registerWindowMessage(u"registerQVIPC"))
+        return 3;
     std::puts("consumer ok");
     return 0;
 }
