@@ -1,5 +1,6 @@
 #include "dashboard_app_window.h"
 
+#include "dashboard_logging.h"
 #include "native_window_system.h"
 
 #include <QPointer>
@@ -69,7 +70,7 @@ WindowHandle DashboardAppWindow::createNativeWindow()
 {
     QQuickWindow *qtWindow = window();
     if (!qtWindow) {
-        qWarning("DashboardAppWindow must be attached to a window.");
+        qCWarning(lcAppWindow, "DashboardAppWindow must be attached to a window.");
         return 0;
     }
     // Item units as they are, with no pixel-ratio scaling: the native windows keep the item's

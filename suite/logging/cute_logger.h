@@ -51,7 +51,6 @@ private:
 #define KX_LOG(level, category) \
     CuteMessageLogger(loggerInstance(), Logger::level, __FILE__, __LINE__, Q_FUNC_INFO, category())
 #define LOG_DEBUG CuteMessageLogger(loggerInstance(), Logger::Debug, __FILE__, __LINE__, Q_FUNC_INFO).write
-#define LOG_WARNING CuteMessageLogger(loggerInstance(), Logger::Warning, __FILE__, __LINE__, Q_FUNC_INFO).write
 // Debug line under an area's category: KX_DEBUG(lcFiles, "text %d", 3)
 #define KX_DEBUG(category, ...) KX_LOG(Debug, category).write(__VA_ARGS__)
 #define KX_WARNING(category, ...) KX_LOG(Warning, category).write(__VA_ARGS__)

@@ -1,4 +1,5 @@
 #include "dashboard_app_window.h"
+#include "log_capture.h"
 #include "native_window_system.h"
 #include "platforms/memory/memory_native_window_backend.h"
 
@@ -224,8 +225,16 @@ void tst_DashboardAppWindow::itemWithoutWindowWarns()
     QTest::ignoreMessage(QtWarningMsg, "DashboardAppWindow must be attached to a window.");
     complete(item);
     QCOMPARE(item->containerWindow(), WindowHandle(0));
-    QTest::ignoreMessage(QtWarningMsg, "DashboardAppWindow must be attached to a window.");
-    QCOMPARE(item->createNativeWindow(), WindowHandle(0));
+    {
+        // Qt's warning channel, under the embedded window's own category.
+        LogCapture capture;
+        QCOMPARE(item->createNativeWindow(), WindowHandle(0));
+        const QList<LogCapture::Line> lines =
+                capture.linesWithMessage(QStringLiteral("DashboardAppWindow must be attached to a window."));
+        QCOMPARE(lines.size(), 1);
+        QCOMPARE(lines[0].type, QtWarningMsg);
+        QCOMPARE(lines[0].category, QByteArray("korvex.dashboard.appwindow"));
+    }
 
     // The module window is still re-parented, under no parent: it is a top-level window again.
     const QList<Call> setParent = m_backend->callsTo(QStringLiteral("SetParent"));
