@@ -24,3 +24,29 @@ endif()
 
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+
+# Log lines name their source relative to the library that holds it (root: the library's
+# source folder), the same in every build wherever the tree was checked out. Each source gets
+# its path as a definition: __FILE__ depends on how the build and a compiler cache spell it.
+# Call after all of the target's sources are added; generated sources outside root keep
+# __FILE__.
+function(korvex_log_source_paths target root)
+    get_target_property(sources ${target} SOURCES)
+    foreach(source IN LISTS sources)
+        if(source MATCHES "^\\$<")
+            continue()
+        endif()
+        if(IS_ABSOLUTE "${source}")
+            set(absolute "${source}")
+        else()
+            set(absolute "${CMAKE_CURRENT_SOURCE_DIR}/${source}")
+        endif()
+        file(RELATIVE_PATH relative "${root}" "${absolute}")
+        if(relative MATCHES "^\\.\\./" OR IS_ABSOLUTE "${relative}"
+           OR NOT source MATCHES "\\.(cpp|cc|cxx|c)$")
+            continue()
+        endif()
+        set_property(SOURCE "${source}" APPEND PROPERTY COMPILE_DEFINITIONS
+                     "KORVEX_LOG_SOURCE_FILE=\"${relative}\"")
+    endforeach()
+endfunction()

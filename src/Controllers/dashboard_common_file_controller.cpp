@@ -207,7 +207,7 @@ std::unique_ptr<QSettings> DashboardCommonFileController::openCheckedStore(const
     auto store = DashboardSettings::openStore(applicationName);
     if (!FileControllerTools::isStoreSafe(store->fileName())) {
         KX_DEBUG(lcFiles, "Ignoring settings store %s: it holds a value too large to read safely",
-                 qPrintable(store->fileName()));
+                 qUtf8Printable(store->fileName()));
         return nullptr;
     }
     return store;
@@ -241,7 +241,7 @@ void DashboardCommonFileController::checkWritten(QSettings *settings, const char
 {
     settings->sync();
     if (settings->status() == QSettings::AccessError)
-        KX_DEBUG(lcFiles, "Could not save %s in %s", what, qPrintable(settings->fileName()));
+        KX_DEBUG(lcFiles, "Could not save %s in %s", what, qUtf8Printable(settings->fileName()));
 }
 
 QMap<QString, QDateTime> DashboardCommonFileController::getFileHistoryMap(
@@ -506,5 +506,5 @@ void DashboardCommonFileController::removeFavorite(bool current, QString filePat
 
 void DashboardCommonFileController::consoleLog(QString message)
 {
-    KX_DEBUG(lcFiles, "%s", qPrintable(message));
+    KX_LOG(Debug, lcFiles).write(message);
 }

@@ -138,7 +138,7 @@ void QVIPCHelper_win32::sendMessageToModule(HWND hwnd, MessageStruct message)
     if (bytes.isEmpty()) {
         KX_DEBUG(lcMessaging,
                  "Dashboard Error: Failed to encode message - QByteArray failed to copy.\nmethodName: %s",
-                 message.methodName.toLocal8Bit().constData());
+                 qUtf8Printable(message.methodName));
         return;
     }
     CopyDataStruct copyData{};

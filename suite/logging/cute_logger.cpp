@@ -1,6 +1,7 @@
 #include "logging/cute_logger.h"
 
 #include <QByteArray>
+#include <QDir>
 
 #include <cstdarg>
 
@@ -14,7 +15,8 @@ const QLoggingCategory &lcSuiteDefault()
 void Logger::write(LogLevel level, const char *file, int line, const char *function,
                    const QLoggingCategory &category, const QString &message)
 {
-    const QMessageLogger logger(file, line, function);
+    const QByteArray path = sourcePath(file);
+    const QMessageLogger logger(file ? path.constData() : nullptr, line, function);
     const QByteArray text = message.toUtf8();
     switch (level) {
     case Trace:
@@ -33,6 +35,19 @@ void Logger::write(LogLevel level, const char *file, int line, const char *funct
         logger.critical(category, "%s", text.constData());
         break;
     }
+}
+
+QByteArray Logger::sourcePath(const char *file)
+{
+    if (!file)
+        return QByteArray();
+    QString path = QString::fromUtf8(file);
+    path.replace(QLatin1Char('\\'), QLatin1Char('/'));
+    const qsizetype nameStart = path.lastIndexOf(QLatin1Char('/')) + 1;
+    const qsizetype dot = path.lastIndexOf(QLatin1Char('.'));
+    if (dot > nameStart)
+        path.truncate(dot);
+    return QDir::toNativeSeparators(path).toUtf8();
 }
 
 Logger *loggerInstance()

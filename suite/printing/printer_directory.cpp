@@ -119,7 +119,7 @@ QList<PrinterDirectory::Printer> PrinterDirectory::readSimulatedFile(bool *ok) c
     }
     if (file.size() > MAX_FILE_SIZE) {
         KX_DEBUG(lcSuitePrinting, "Simulated printers file %s is larger than %lld bytes; ignored.",
-                 qPrintable(m_file), MAX_FILE_SIZE);
+                 qUtf8Printable(m_file), MAX_FILE_SIZE);
         *ok = false;
         return printers;
     }
@@ -127,8 +127,8 @@ QList<PrinterDirectory::Printer> PrinterDirectory::readSimulatedFile(bool *ok) c
     const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
     if (error.error != QJsonParseError::NoError || !document.isObject()) {
         // Often a file caught half-written; the next change notification reads it again.
-        KX_DEBUG(lcSuitePrinting, "Simulated printers file %s is not valid: %s", qPrintable(m_file),
-                 qPrintable(error.errorString()));
+        KX_DEBUG(lcSuitePrinting, "Simulated printers file %s is not valid: %s", qUtf8Printable(m_file),
+                 qUtf8Printable(error.errorString()));
         *ok = false;
         return printers;
     }

@@ -44,13 +44,13 @@ void PrinterLatestVersions::finishCheck()
     if (!path.isEmpty() && file.open(QIODevice::ReadOnly)) {
         if (file.size() > MAX_FILE_SIZE) {
             KX_DEBUG(lcSuitePrinting, "Firmware manifest %s is too large; ignored.",
-                     qPrintable(path));
+                     qUtf8Printable(path));
         } else {
             QJsonParseError error{};
             const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
             if (error.error != QJsonParseError::NoError)
                 KX_DEBUG(lcSuitePrinting, "Firmware manifest %s is not valid: %s",
-                         qPrintable(path), qPrintable(error.errorString()));
+                         qUtf8Printable(path), qUtf8Printable(error.errorString()));
             const QJsonArray types = document.object().value(u"printerTypes").toArray();
             for (const QJsonValue &value : types) {
                 const QJsonObject entry = value.toObject();

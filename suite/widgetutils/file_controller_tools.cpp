@@ -50,7 +50,7 @@ QList<FileControllerTools::HistoryEntry> FileControllerTools::loadFileHistory(QS
 
     if (settings->status() == QSettings::FormatError)
         KX_DEBUG(lcWidgetUtils, "Malformed history store %s",
-                 qPrintable(settings->fileName()));
+                 qUtf8Printable(settings->fileName()));
     return entries;
 }
 
@@ -127,7 +127,7 @@ bool FileControllerTools::isStoreSafe(const QString &fileName, qsizetype maxValu
             risky = risky || c == '@' || c == '\\';
             if (risky && valueLength > maxValueLength) {
                 KX_DEBUG(lcWidgetUtils, "Store %s holds a value too large to decode safely",
-                         qPrintable(fileName));
+                         qUtf8Printable(fileName));
                 return false;
             }
         }
