@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDir>
 #include <QList>
 #include <QString>
 #include <QtGlobal>
@@ -50,6 +51,14 @@ public:
         return found;
     }
     void clear() { m_lines.clear(); }
+
+    // The file a library's line carries: its path inside the library, without suffix, with the
+    // platform's separators ("Controllers/qvipchelper_win32" gives Controllers\qvipchelper_win32
+    // on Windows).
+    static QByteArray sourcePath(const char *pathInLibrary)
+    {
+        return QDir::toNativeSeparators(QString::fromUtf8(pathInLibrary)).toUtf8();
+    }
 
 private:
     static void handler(QtMsgType type, const QMessageLogContext &context, const QString &message)
