@@ -20,6 +20,8 @@ class QScreen;
 class KORVEXDASHBOARD_EXPORT DashboardMainWindow : public QQuickWindow
 {
     Q_OBJECT
+    // getPrinterStatusController hands QML a controller: the meta-object needs its full type.
+    Q_MOC_INCLUDE("printing/printer_status_controller.h")
     Q_PROPERTY(uint windowId READ windowId NOTIFY windowIdChanged)
     Q_PROPERTY(double dpiScale READ dpiScale NOTIFY dpiScaleChanged)
     Q_PROPERTY(int windowState READ windowStateValue NOTIFY windowStateChanged)

@@ -7,6 +7,7 @@
 #include "analytics/analytics_library.h"
 #include "qmlutils/qvdashboard_icons.h"
 
+#include <QCoreApplication>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFontDatabase>
@@ -63,7 +64,16 @@ ResourceItem resourceRow(const QString &image, const QString &name, const QStrin
     return item;
 }
 
+// The banner type is a parameter of an invokable method: QML and queued calls look it up by
+// its qualified name, which needs it known before the first call.
+void registerDashboardMainTypes()
+{
+    qRegisterMetaType<DashboardMain::DashboardBannerType>("DashboardMain::DashboardBannerType");
+}
+
 } // namespace
+
+Q_COREAPP_STARTUP_FUNCTION(registerDashboardMainTypes)
 
 DashboardMain::DashboardMain(QObject *parent) : QObject(parent)
 {
