@@ -31,7 +31,7 @@ QVDashboardIcons::QVDashboardIcons(QObject *parent)
       m_favorite(QStringLiteral("\uf005")),
       m_favoriteOutline(QStringLiteral("\uf006")),
       m_folder(QStringLiteral("\uf07b")),
-      m_folderOpen(QStringLiteral("\uf07c")),
+      m_folderOpen(QStringLiteral("\uf115")),
       m_file(QStringLiteral("\uf016")),
       m_back(QStringLiteral("\uf060")),
       m_close(QStringLiteral("\uf00d")),

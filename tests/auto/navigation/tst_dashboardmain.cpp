@@ -59,6 +59,20 @@ private:
     std::unique_ptr<DashboardMain> m_main;
 };
 
+// The icon names of QVDashboardIcons whose glyph is this one.
+static QStringList iconNamesOf(const QString &glyph)
+{
+    const QVDashboardIcons icons;
+    const QMetaObject *meta = icons.metaObject();
+    QStringList names;
+    for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
+        const QMetaProperty property = meta->property(i);
+        if (property.read(&icons).toString() == glyph)
+            names << QString::fromLatin1(property.name());
+    }
+    return names;
+}
+
 void tst_DashboardMain::initTestCase()
 {
     QStandardPaths::setTestModeEnabled(true);
@@ -120,6 +134,8 @@ void tst_DashboardMain::navigationRows()
     const QString glyph = icons.property(iconProperty.toLatin1().constData()).toString();
     QCOMPARE(glyph.size(), 1);
     QCOMPARE(item.navIcon, glyph);
+    // The glyph names this icon and no other, so a row built from another name shows here.
+    QCOMPARE(iconNamesOf(item.navIcon), QStringList { iconProperty });
     QCOMPARE(item.navName, name);
     QCOMPARE(item.navType, navType);
     QCOMPARE(item.navAppType, appType);
@@ -303,12 +319,21 @@ void tst_DashboardMain::bannerEnum()
 
 void tst_DashboardMain::fontsAddedToDatabase()
 {
-    QVERIFY(QFontDatabase::families().contains(QStringLiteral("qvdashboardicons")));
     QFile general(QStringLiteral(":/Fonts/QVGeneralFontGlyphs.ttf"));
     QVERIFY(general.open(QIODevice::ReadOnly));
     const QRawFont generalFont(general.readAll(), 12);
     QVERIFY(generalFont.isValid());
-    QVERIFY(QFontDatabase::families().contains(generalFont.familyName()));
+
+    // Application fonts are numbered in the order they are added. The general font's family
+    // may be installed on the system too, so only the numbers tell that it was added, and first.
+    int next = 0;
+    while (!QFontDatabase::applicationFontFamilies(next).isEmpty())
+        ++next;
+    m_main = std::make_unique<DashboardMain>();
+    QCOMPARE(QFontDatabase::applicationFontFamilies(next), QStringList { generalFont.familyName() });
+    QCOMPARE(QFontDatabase::applicationFontFamilies(next + 1), QStringList { QStringLiteral("qvdashboardicons") });
+    QVERIFY(QFontDatabase::applicationFontFamilies(next + 2).isEmpty());
+    QVERIFY(QFontDatabase::families().contains(QStringLiteral("qvdashboardicons")));
     // Both fonts ship with their licence.
     QVERIFY(QFile::exists(QStringLiteral(":/Fonts/QVDashboardIcons-LICENSE.txt")));
     QVERIFY(QFile::exists(QStringLiteral(":/Fonts/QVGeneralFontGlyphs-LICENSE.txt")));

@@ -200,9 +200,18 @@ void tst_DashboardUpgraderHelper::launchStartsUpgraderDetached()
     qputenv("KORVEX_ARGRECORDER_DIR", records.path().toLocal8Bit());
     QVERIFY(QFile::copy(QStringLiteral(KORVEX_ARGRECORDER), DashboardUpgraderHelper::upgraderProgram()));
 
+    // No working directory is given, so the upgrader starts in the dashboard's own: make that
+    // a folder of its own, unlike the program's folder.
+    QTemporaryDir workingDirectory;
+    QVERIFY(workingDirectory.isValid());
+    const QString previousDirectory = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(workingDirectory.path()));
+    const QString expectedDirectory = QDir::currentPath();
+
     DashboardUpgraderHelper helper;
     QVERIFY(runEventLoopUntilQuit([&helper] { helper.launchKxproUpgrader(); }));
     qunsetenv("KORVEX_ARGRECORDER_DIR");
+    QVERIFY(QDir::setCurrent(previousDirectory));
 
     QTRY_COMPARE(QDir(records.path()).entryList({ QStringLiteral("*.args") }, QDir::Files).size(), 1);
     const QString record = QDir(records.path()).entryList({ QStringLiteral("*.args") }, QDir::Files).first();
@@ -211,6 +220,8 @@ void tst_DashboardUpgraderHelper::launchStartsUpgraderDetached()
     const QList<QByteArray> fields = file.readAll().split('\0');
     // Working directory, program, then nothing: no arguments were given.
     QCOMPARE(fields.size(), 3);
+    QCOMPARE(QFileInfo(QString::fromLocal8Bit(fields.at(0))).canonicalFilePath(),
+             QFileInfo(expectedDirectory).canonicalFilePath());
     QCOMPARE(QString::fromLocal8Bit(fields.at(1)), DashboardUpgraderHelper::upgraderProgram());
     QVERIFY(fields.at(2).isEmpty());
 }

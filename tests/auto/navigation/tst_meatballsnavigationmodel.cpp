@@ -83,9 +83,17 @@ void tst_MeatballsNavigationModel::meatballsRepopulate()
     const QVariantList before = model.getMeatballsNavItemsList();
     QVERIFY(QMetaObject::invokeMethod(&model, "populateMeatballsNavItemsList"));
     QCOMPARE(spy.size(), 1);
-    QCOMPARE(model.getMeatballsNavItemsList().size(), 3);
-    QCOMPARE(model.getMeatballsNavItemsList().last().value<MeatballsNavigationItem>().navName,
-             before.last().value<MeatballsNavigationItem>().navName);
+    // Rebuilt from scratch: the same rows, not the rows twice or in another order.
+    const QVariantList after = model.getMeatballsNavItemsList();
+    QCOMPARE(after.size(), 3);
+    QCOMPARE(before.size(), 3);
+    for (int row = 0; row < after.size(); ++row) {
+        const auto was = before.at(row).value<MeatballsNavigationItem>();
+        const auto is = after.at(row).value<MeatballsNavigationItem>();
+        QCOMPARE(is.navIcon, was.navIcon);
+        QCOMPARE(is.navName, was.navName);
+        QCOMPARE(is.navType, was.navType);
+    }
 }
 
 void tst_MeatballsNavigationModel::glyphsExistInIconFont()
