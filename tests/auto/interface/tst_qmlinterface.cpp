@@ -35,7 +35,6 @@
 #include <QtTest>
 
 using namespace Interface;
-using M = MetaMember;
 
 namespace {
 
