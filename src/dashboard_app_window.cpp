@@ -70,7 +70,9 @@ WindowHandle DashboardAppWindow::createNativeWindow()
 {
     QQuickWindow *qtWindow = window();
     if (!qtWindow) {
-        qCWarning(lcAppWindow, "DashboardAppWindow must be attached to a window.");
+        // Qt's warning channel, through the suite's logger so the line names its source as
+        // every other does.
+        KX_WARNING(lcAppWindow, "DashboardAppWindow must be attached to a window.");
         return 0;
     }
     // Item units as they are, with no pixel-ratio scaling: the native windows keep the item's

@@ -234,6 +234,8 @@ void tst_DashboardAppWindow::itemWithoutWindowWarns()
         QCOMPARE(lines.size(), 1);
         QCOMPARE(lines[0].type, QtWarningMsg);
         QCOMPARE(lines[0].category, QByteArray("korvex.dashboard.appwindow"));
+        QCOMPARE(lines[0].file, LogCapture::sourcePath("dashboard_app_window"));
+        QVERIFY2(lines[0].function.contains("createNativeWindow"), lines[0].function.constData());
     }
 
     // The module window is still re-parented, under no parent: it is a top-level window again.
