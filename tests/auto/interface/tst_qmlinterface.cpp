@@ -786,6 +786,23 @@ void tst_QmlInterface::enumResultsReachQmlAsSignedNumbers()
     QCOMPARE(script.run(QStringLiteral("target.getApplicationType('none.exe') === -1")).toBool(), true);
     QCOMPARE(script.run(QStringLiteral("target.getApplicationType('ArcFlashMain.exe')")).toInt(), 2);
     QCOMPARE(script.run(QStringLiteral("target.getFileArgumentApplicationType('') < 0")).toBool(), true);
+
+    // A signal's enumeration argument reaches a QML handler as its number too.
+    QTemporaryDir root;
+    QVERIFY(root.isValid());
+    QFile label(root.filePath(QStringLiteral("line.kxpm")));
+    QVERIFY(label.open(QIODevice::WriteOnly));
+    label.close();
+    MyLabelsController controller;
+    controller.setRootFolder(root.path());
+    controller.updateFileLists();
+    QCOMPARE(controller.getSearchedLabelFilesList().size(), 1);
+    Script labels(&controller);
+    labels.run(QStringLiteral("var opened = []; target.launchLabelInModule.connect(function(type, path) { opened.push(type, path); })"));
+    controller.openLabel(controller.getSearchedLabelFilesList().first().id);
+    QCOMPARE(labels.run(QStringLiteral("opened.length")).toInt(), 2);
+    QCOMPARE(labels.run(QStringLiteral("opened[0] === 5")).toBool(), true);
+    QCOMPARE(labels.run(QStringLiteral("opened[1]")).toString(), root.filePath(QStringLiteral("line.kxpm")));
 }
 
 QTEST_MAIN(tst_QmlInterface)
