@@ -291,7 +291,7 @@ QList<MetaMember> settingsNavigationItemInterface()
 QList<MetaMember> settingsContentsInterface()
 {
     return {
-        // The Part names no type for this list of texts; it is the locale library's QStringList.
+        // The language names, as the locale library gives them.
         property("languagesModelList", "QStringList", "languagesModelListChanged()"),
         signal("languagesModelListChanged()"),
         invokable("populateLanguagesModelList()"),
