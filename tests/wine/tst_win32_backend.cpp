@@ -696,9 +696,9 @@ void Scenarios::handlesThatAreNoModule()
     report.check(backend.setParent(own, container) == 0 && GetAncestor(d.window, GA_PARENT) == GetDesktopWindow(),
                  "SetParent of the dashboard's window into its own container fails");
     // Handles that name no window: no window anywhere may receive what is sent to them.
-    const int closesBefore = d.closesReceived;
     const WindowHandle notWindows[] = { 0, 0xFFFF /* HWND_BROADCAST */, 0xdeadbeef };
     for (WindowHandle h : notWindows) {
+        const int closesBefore = d.closesReceived;
         char name[96];
         std::snprintf(name, sizeof name, "handle 0x%llx: IsWindow false, messages to it reach no window",
                       static_cast<unsigned long long>(h));
