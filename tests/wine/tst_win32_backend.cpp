@@ -19,7 +19,8 @@ using namespace winetest;
 
 namespace {
 
-constexpr DWORD WAIT_LIMIT_MS = 20000;
+// Only reached when something is wrong; generous for a loaded machine.
+constexpr DWORD WAIT_LIMIT_MS = 60000;
 
 // The item's place in the dashboard's window, and where it moves to.
 constexpr RECT ITEM = { 20, 60, 20 + 640, 60 + 400 };
@@ -66,6 +67,7 @@ struct Registered
     MessageId message;
     WParam wParam;
     LParam lParam;
+    DWORD wParamProcess; // process of the wParam window when the message arrived
 };
 
 struct Received
@@ -181,7 +183,8 @@ LRESULT CALLBACK dashboardProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lP
                 : LRESULT(fnv1a(last.bytes.data(), last.bytes.size()));
     }
     if (msg && msg->message >= 0xC000 && msg->message <= 0xFFFF)
-        dashboard->registered.push_back({ msg->message, msg->wParam, msg->lParam });
+        dashboard->registered.push_back({ msg->message, msg->wParam, msg->lParam,
+                                          msg->wParam ? processOf(msg->wParam) : 0 });
 
     switch (message) {
     case WM_CTLCOLORSTATIC:
@@ -287,7 +290,7 @@ RunningModule startModule(Dashboard &dashboard)
     const DWORD pid = module.process.dwProcessId;
     const auto fromModule = [&] {
         for (const Registered &r : dashboard.registered)
-            if (r.wParam && processOf(r.wParam) == pid) {
+            if (r.wParamProcess == pid) {
                 module.window = r.wParam;
                 module.registeredAs = r.message;
                 module.itsOwnId = r.lParam;
@@ -564,14 +567,20 @@ void Scenarios::dataFromModule()
                  "every SendMessageW of the sending module returns the dashboard's answer",
                  "ended %d, exit code 0x%lx", int(exited), code);
     const DWORD pid = sender.dwProcessId;
+    // The sender registered its window first, as a module does; its blocks carry that window.
+    WindowHandle senderWindow = 0;
+    for (const Registered &r : d.registered)
+        if (r.message == d.registerId && r.wParamProcess == pid)
+            senderWindow = r.wParam;
+    report.check(senderWindow != 0, "the sending module registered its window first");
 
     const auto blocks = goldenBlocks();
     for (std::size_t i = 0; i < blocks.size(); ++i) {
         const Received *r = findCopy(d, GoldenDwData + i);
         const std::string name = std::string("WM_COPYDATA from a module carries the \"")
                 + golden::hexVectors[i].name + "\" block byte for byte, with dwData and wParam";
-        report.check(r && r->bytes == blocks[i] && r->cbData == blocks[i].size() && r->wParam != 0
-                             && r->wParamProcess == pid,
+        report.check(r && r->bytes == blocks[i] && r->cbData == blocks[i].size()
+                             && r->wParam == senderWindow && r->wParamProcess == pid,
                      name.c_str(), "arrived %d, %u bytes, wParam of process %lu", int(r != nullptr),
                      r ? r->cbData : 0, r ? r->wParamProcess : 0);
     }

@@ -1,6 +1,6 @@
-// Stands in for a module that sends data: every golden block, a 1 MiB block and malformed
-// WM_COPYDATA messages to the dashboard given on its command line ("--dashboard <id>"), each
-// with SendMessageW through the backend. The exit code counts the well-formed blocks whose
+// Stands in for a module that sends data: it registers its window, then sends every golden
+// block, a 1 MiB block and malformed WM_COPYDATA messages to the dashboard given on its command
+// line ("--dashboard <id>"), each with SendMessageW through the backend. The exit code counts the well-formed blocks whose
 // answer was not the hash of the bytes sent.
 
 #include "platforms/win32/native_window_backend_win32.h"
@@ -42,6 +42,7 @@ int main()
         return ExitNoWindow;
     const auto self = WindowHandle(window);
     auto backend = createWin32NativeWindowBackend();
+    backend->postMessage(dashboard, backend->registerWindowMessage(RegisterQvipc), self, 0);
 
     int wrongAnswers = 0;
     const auto expect = [&](const char *what, LResult answer, const void *data, std::size_t size) {
