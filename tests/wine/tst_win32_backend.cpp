@@ -146,9 +146,9 @@ void handleCopyData(Dashboard &dashboard, const Message &msg)
         SetEvent(vanish.event);
         vanish.endedWhileHandled =
                 WaitForSingleObject(vanish.process, WAIT_LIMIT_MS) == WAIT_OBJECT_0;
-        vanish.bytesIntact = copyData->lpData && copyData->cbData
-                && std::memcmp(copyData->lpData, goldenBlocks()[4].data(), copyData->cbData) == 0
-                && copyData->cbData == goldenBlocks()[4].size();
+        const std::vector<unsigned char> sent = goldenBlocks()[4];
+        vanish.bytesIntact = copyData->lpData && copyData->cbData == sent.size()
+                && std::memcmp(copyData->lpData, sent.data(), sent.size()) == 0;
         // The reply to a request, as the helper sends it, now to a window that is gone.
         std::vector<unsigned char> reply = goldenBlocks()[5];
         CopyDataStruct replyData{ 0, std::uint32_t(reply.size()), reply.data() };
@@ -177,10 +177,7 @@ LRESULT CALLBACK dashboardProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lP
                                                                  &native, &storage);
     if (msg && msg->message == WmCopyData) {
         handleCopyData(*dashboard, *msg);
-        const Received &last = dashboard->copies.back();
-        return last.noStruct || (last.noData && last.cbData)
-                ? -1
-                : LRESULT(fnv1a(last.bytes.data(), last.bytes.size()));
+        return copyDataAnswer(reinterpret_cast<const CopyDataStruct *>(msg->lParam));
     }
     if (msg && msg->message >= 0xC000 && msg->message <= 0xFFFF)
         dashboard->registered.push_back({ msg->message, msg->wParam, msg->lParam,
