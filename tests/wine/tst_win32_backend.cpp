@@ -595,6 +595,9 @@ void Scenarios::dataFromModule()
                  "WM_COPYDATA with cbData 0 arrives with cbData 0 and nothing to read",
                  "arrived %d, cbData %u, lpData null %d", int(empty != nullptr),
                  empty ? empty->cbData : 0, empty ? int(empty->noData) : 0);
+    say("# cbData 0 with lpData set: %s", !empty ? "not delivered"
+                                                 : (empty->noData ? "delivered with lpData null"
+                                                                  : "delivered with lpData set"));
     const Received *nullData = findCopy(d, NullDataDwData);
     report.check(!nullData || nullData->noData || nullData->cbData == 0,
                  "WM_COPYDATA with a null lpData and cbData 16 gives the receiver nothing to read",
