@@ -71,7 +71,8 @@ inline constexpr int SwShowNormal = 1;
 
 // One backend per window system. Every call behaves like the Win32 call of the same name:
 // failures are reported the way Windows reports them (a null handle, 0, false) and never
-// throw or crash, whatever handle a caller passes.
+// throw or crash, whatever handle a caller passes. sendMessage and postMessage deliver only to
+// a window: a handle that names none (null, HWND_BROADCAST, a dead one) gets 0 or false.
 class NativeWindowBackend
 {
 public:

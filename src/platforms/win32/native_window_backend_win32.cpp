@@ -102,15 +102,22 @@ bool Win32NativeWindowBackend::isWindow(WindowHandle window)
     return ::IsWindow(toHwnd(window)) != FALSE;
 }
 
+// Handles come from other processes. Windows sends HWND_BROADCAST (0xFFFF) to every top-level
+// window, WM_CLOSE included, and posts a null handle's message to the calling thread: a handle
+// that names no window must reach none.
 LResult Win32NativeWindowBackend::sendMessage(WindowHandle window, MessageId message,
                                               WParam wParam, LParam lParam)
 {
+    if (!::IsWindow(toHwnd(window)))
+        return 0;
     return ::SendMessageW(toHwnd(window), message, wParam, lParam);
 }
 
 bool Win32NativeWindowBackend::postMessage(WindowHandle window, MessageId message, WParam wParam,
                                            LParam lParam)
 {
+    if (!::IsWindow(toHwnd(window)))
+        return false;
     return ::PostMessageW(toHwnd(window), message, wParam, lParam) != FALSE;
 }
 
