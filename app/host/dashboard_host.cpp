@@ -68,7 +68,9 @@ void DashboardHost::applyLanguage(const QString &code)
 bool DashboardHost::start(const Options &options)
 {
     m_errors.clear();
-    QQuickStyle::setStyle(QStringLiteral("Basic"));
+    // The style is chosen once per process, before any Qt Quick Controls are loaded.
+    if (QQuickStyle::name().isEmpty())
+        QQuickStyle::setStyle(QStringLiteral("Basic"));
 
     {
         const QVLocaleLanguages languages;

@@ -27,22 +27,22 @@ AbstractButton {
 
     contentItem: RowLayout {
         spacing: Theme.spacingSmall
-        Item { Layout.fillWidth: true }
         Glyph {
+            Layout.fillWidth: control.text.length === 0
             visible: control.glyph.length > 0
             glyph: control.glyph
             color: control.foreground
         }
         Text {
+            Layout.fillWidth: true
             visible: control.text.length > 0
-            Layout.maximumWidth: control.availableWidth
             text: control.text
             color: control.foreground
             font.pixelSize: Theme.fontBody
             font.weight: control.primary ? Font.DemiBold : Font.Normal
+            horizontalAlignment: control.glyph.length > 0 ? Text.AlignLeft : Text.AlignHCenter
             elide: Text.ElideRight
         }
-        Item { Layout.fillWidth: true }
     }
 
     background: Rectangle {
