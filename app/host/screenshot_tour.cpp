@@ -17,6 +17,7 @@ namespace {
 constexpr int SETTLE_MS = 600;
 // How often a step's readiness is checked, and how many checks before it is taken anyway.
 constexpr int POLL_MS = 200;
+constexpr int START_DELAY_MS = 1500;
 
 } // namespace
 
@@ -88,7 +89,8 @@ void ScreenshotTour::start()
 {
     QDir().mkpath(m_folder);
     m_current = -1;
-    runStep();
+    // The lists fill after the first frame; give them and the first paint time.
+    QTimer::singleShot(START_DELAY_MS, this, &ScreenshotTour::runStep);
 }
 
 void ScreenshotTour::runStep()
@@ -132,7 +134,8 @@ void ScreenshotTour::capture(const Step &step)
 {
     const QString file = m_folder + QLatin1Char('/') + step.name + QStringLiteral(".png");
     bool ok = false;
-    if (step.screen && QGuiApplication::platformName() == QLatin1String("xcb")
+    // On X the server's picture is what the user sees.
+    if (QGuiApplication::platformName() == QLatin1String("xcb")
         && !qEnvironmentVariableIsEmpty("DISPLAY")) {
         // The X server's own picture of the window, embedded module windows included.
         const QString windowId = QString::number(m_host->window()->winId());

@@ -199,8 +199,7 @@ Item {
             NoticeBar {
                 id: updateNotice
                 objectName: "updateNotice"
-                Layout.fillWidth: true
-                visible: upgrader.isUpdateAvailable && !root.updateNoticeDismissed
+                shown: upgrader.isUpdateAvailable && !root.updateNoticeDismissed
                 glyph: Theme.icons.download
                 text: qsTr("Korvex PRO %1 is available. You have %2.").arg(upgrader.availableVersion).arg(upgrader.getCurrentVersion())
                 action: qsTr("Update now")
@@ -210,8 +209,7 @@ Item {
             NoticeBar {
                 id: firmwareNotice
                 objectName: "firmwareNotice"
-                Layout.fillWidth: true
-                visible: root.mainWindow.isPrinterUpdateAvailable && !root.firmwareNoticeDismissed
+                shown: root.mainWindow.isPrinterUpdateAvailable && !root.firmwareNoticeDismissed
                 glyph: Theme.icons.printers
                 text: qsTr("New firmware is available for a connected printer.")
                 action: qsTr("Open printer maintenance")
@@ -221,8 +219,7 @@ Item {
             NoticeBar {
                 id: moduleNotice
                 objectName: "moduleNotice"
-                Layout.fillWidth: true
-                visible: moduleHost.message.length > 0
+                shown: moduleHost.message.length > 0
                 error: true
                 text: moduleHost.message
                 onDismissed: moduleHost.message = ""
@@ -233,8 +230,9 @@ Item {
                 id: moduleBar
                 objectName: "moduleBar"
                 Layout.fillWidth: true
-                Layout.preferredHeight: visible ? 44 : 0
-                visible: moduleHost.shownApp !== DashboardGlobal.APP_NULL
+                Layout.preferredHeight: moduleHost.shownApp !== DashboardGlobal.APP_NULL ? 44 : 0
+                clip: true
+                enabled: moduleHost.shownApp !== DashboardGlobal.APP_NULL
                 color: Theme.surface
                 border.color: Theme.border
                 RowLayout {

@@ -9,11 +9,19 @@ Rectangle {
     property string text
     property string action
     property bool error: false
+    // Shown or folded away; the bar stays visible to its layout, which does not always
+    // notice a child that becomes visible later.
+    property bool shown: false
 
     signal triggered()
     signal dismissed()
 
     implicitHeight: row.implicitHeight + 2 * Theme.spacingSmall
+    Layout.fillWidth: true
+    Layout.preferredHeight: shown ? implicitHeight : 0
+    clip: true
+    enabled: shown
+    Accessible.ignored: !shown
     color: error ? Theme.dangerSoft : Theme.info
     Accessible.role: Accessible.AlertMessage
     Accessible.name: notice.text

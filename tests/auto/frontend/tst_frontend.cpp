@@ -169,7 +169,7 @@ QObject *tst_Frontend::rootObject(const char *property) const
 QQuickItem *tst_Frontend::findItem(QObject *in, const QString &objectName) const
 {
     QQuickItem *item = nullptr;
-    QTest::qWaitFor([&] {
+    (void)QTest::qWaitFor([&] {
         const QList<QQuickItem *> all = findItems(in, objectName);
         item = all.isEmpty() ? nullptr : all.first();
         return item != nullptr;
@@ -523,11 +523,14 @@ void tst_Frontend::missingModuleExecutable()
     QVERIFY(!findItem(button, QStringLiteral("navBusyIndicator")));
     QQuickItem *notice = findItem(m_host->rootItem(), QStringLiteral("moduleNotice"));
     QVERIFY(notice);
+    QVERIFY(notice->property("shown").toBool());
+    QTRY_VERIFY(notice->height() > 0);
     QVERIFY(notice->property("error").toBool());
     QVERIFY(notice->property("text").toString().contains(QStringLiteral("SymbolCreatorAppMain.exe is not installed")));
     // Dismissed, and the dashboard goes on.
     click(findItem(notice, QStringLiteral("moduleNoticeDismiss")));
-    QTRY_VERIFY(!notice->isVisible());
+    QTRY_VERIFY(!notice->property("shown").toBool());
+    QTRY_COMPARE(notice->height(), 0.0);
 }
 
 void tst_Frontend::moduleThatNeverShowsItsWindow()
