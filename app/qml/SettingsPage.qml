@@ -92,6 +92,24 @@ FocusScope {
     component Choice: RadioButton {
         id: choice
         Accessible.name: choice.text
+        indicator: Rectangle {
+            x: choice.leftPadding
+            y: (choice.height - height) / 2
+            implicitWidth: 20
+            implicitHeight: 20
+            radius: 10
+            color: Theme.surface
+            border.width: 2
+            border.color: choice.checked ? Theme.accent : Theme.textMuted
+            Rectangle {
+                anchors.centerIn: parent
+                width: 10
+                height: 10
+                radius: 5
+                visible: choice.checked
+                color: Theme.accent
+            }
+        }
         contentItem: Text {
             leftPadding: choice.indicator.width + choice.spacing
             text: choice.text
