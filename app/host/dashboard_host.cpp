@@ -1,0 +1,122 @@
+#include "dashboard_host.h"
+
+#include "host_services.h"
+#include "label_folder.h"
+
+#include <dashboard_main_window.h>
+#include <locale/qvlocale_languages.h>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QLibraryInfo>
+#include <QLocale>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQmlError>
+#include <QQuickItem>
+#include <QQuickStyle>
+#include <QTranslator>
+#include <QtQml/qqmlextensionplugin.h>
+
+Q_IMPORT_QML_PLUGIN(Korvex_DashboardPlugin)
+
+DashboardHost::DashboardHost(QObject *parent) : QObject(parent) {}
+
+DashboardHost::~DashboardHost()
+{
+    // The front end goes first: its items live in the window and its objects in the engine.
+    delete m_root.data();
+    m_window.reset();
+    m_engine.reset();
+    removeTranslators();
+}
+
+void DashboardHost::removeTranslators()
+{
+    for (QTranslator *translator : std::as_const(m_translators)) {
+        QCoreApplication::removeTranslator(translator);
+        delete translator;
+    }
+    m_translators.clear();
+}
+
+void DashboardHost::applyLanguage(const QString &code)
+{
+    removeTranslators();
+    const QString language = code.section(QLatin1Char('_'), 0, 0);
+    const QString qtTranslations = QLibraryInfo::path(QLibraryInfo::TranslationsPath);
+    const std::pair<QString, QString> catalogues[] = {
+        { QStringLiteral(":/i18n"), QStringLiteral("korvexdashboard_") },
+        { QStringLiteral(":/i18n"), QStringLiteral("korvexfrontend_") },
+        { qtTranslations, QStringLiteral("qtbase_") },
+    };
+    for (const auto &[folder, prefix] : catalogues) {
+        auto *translator = new QTranslator;
+        if (!language.isEmpty() && translator->load(prefix + language, folder)) {
+            QCoreApplication::installTranslator(translator);
+            m_translators.append(translator);
+        } else {
+            delete translator;
+        }
+    }
+    if (!code.isEmpty())
+        QLocale::setDefault(QLocale(code));
+    if (m_engine)
+        m_engine->retranslate();
+}
+
+bool DashboardHost::start(const Options &options)
+{
+    m_errors.clear();
+    // The style is chosen once per process, before any Qt Quick Controls are loaded.
+    if (QQuickStyle::name().isEmpty())
+        QQuickStyle::setStyle(QStringLiteral("Basic"));
+
+    {
+        const QVLocaleLanguages languages;
+        applyLanguage(languages.getLanguageCode(languages.getCurrentLanguageId()));
+    }
+
+    m_labelFolder = options.labelFolder.isEmpty() ? LabelFolder::defaultPath() : options.labelFolder;
+    if (options.seedLabelFolder)
+        LabelFolder::seed(m_labelFolder);
+
+    m_window = std::make_unique<DashboardMainWindow>();
+    m_window->setTitle(QStringLiteral("Korvex PRO"));
+    m_window->setMinimumSize(QSize(900, 560));
+    m_window->setTestModeEnabled(options.testMode);
+
+    m_engine = std::make_unique<QQmlEngine>();
+    QObject::connect(m_engine.get(), &QQmlEngine::quit, QCoreApplication::instance(),
+                     &QCoreApplication::quit, Qt::QueuedConnection);
+    m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+
+    m_services = new HostServices(m_labelFolder, this);
+    m_services->setLanguageHandler([this](const QString &code) { applyLanguage(code); });
+
+    QQmlComponent component(m_engine.get(), QUrl(QStringLiteral("qrc:/qt/qml/Korvex/Dashboard/Main.qml")));
+    if (!component.isReady()) {
+        // Creating from a component that failed to load crashes in Qt 6.4.
+        for (const QQmlError &error : component.errors())
+            m_errors.append(error.toString());
+        if (m_errors.isEmpty())
+            m_errors.append(QStringLiteral("The front end did not load."));
+        return false;
+    }
+    QObject *object = component.createWithInitialProperties(
+            { { QStringLiteral("mainWindow"), QVariant::fromValue(static_cast<QObject *>(m_window.get())) },
+              { QStringLiteral("host"), QVariant::fromValue(static_cast<QObject *>(m_services)) } });
+    m_root = qobject_cast<QQuickItem *>(object);
+    if (!m_root) {
+        for (const QQmlError &error : component.errors())
+            m_errors.append(error.toString());
+        if (m_errors.isEmpty())
+            m_errors.append(QStringLiteral("The front end's root is not an item."));
+        delete object;
+        return false;
+    }
+    m_root->setParentItem(m_window->contentItem());
+    if (options.show)
+        m_window->show();
+    return true;
+}

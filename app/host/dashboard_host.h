@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QQuickItem>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+class DashboardMainWindow;
+class HostServices;
+class QQmlEngine;
+
+class QTranslator;
+
+// Starts the dashboard: the translations of the user's language, the main window, the QML
+// engine with the front end placed in the window's content item, and the host's services.
+// The dashboard library's classes reach QML through the front end's QML module.
+class DashboardHost : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Options
+    {
+        // The label folder; empty for LabelFolder::defaultPath().
+        QString labelFolder;
+        // Create the folder with sample labels when it does not exist yet.
+        bool seedLabelFolder = true;
+        // Modules are started with their test-mode flag.
+        bool testMode = false;
+        // Show the window once the front end is loaded.
+        bool show = true;
+    };
+
+    explicit DashboardHost(QObject *parent = nullptr);
+    ~DashboardHost() override;
+
+    // False when the front end could not be created; errors() tells why.
+    bool start(const Options &options);
+
+    DashboardMainWindow *window() const { return m_window.get(); }
+    QQmlEngine *engine() const { return m_engine.get(); }
+    QQuickItem *rootItem() const { return m_root; }
+    HostServices *services() const { return m_services; }
+    QString labelFolder() const { return m_labelFolder; }
+    QStringList errors() const { return m_errors; }
+
+    // Installs the dashboard's and the front end's translations for a locale code ("de_DE"),
+    // makes it the default locale and re-translates the loaded interface.
+    void applyLanguage(const QString &code);
+
+private:
+    void removeTranslators();
+
+    std::unique_ptr<QQmlEngine> m_engine;
+    std::unique_ptr<DashboardMainWindow> m_window;
+    QPointer<QQuickItem> m_root;
+    HostServices *m_services = nullptr;
+    QString m_labelFolder;
+    QStringList m_errors;
+    QList<QTranslator *> m_translators;
+};

@@ -1,0 +1,155 @@
+#include "screenshot_tour.h"
+
+#include "dashboard_host.h"
+
+#include <dashboard_main_window.h>
+
+#include <QDir>
+#include <QGuiApplication>
+#include <QImage>
+#include <QProcess>
+#include <QQuickItem>
+#include <QTimer>
+
+namespace {
+
+// Pause between an action and its screenshot, for transitions and image loading.
+constexpr int SETTLE_MS = 600;
+// How often a step's readiness is checked, and how many checks before it is taken anyway.
+constexpr int POLL_MS = 200;
+constexpr int START_DELAY_MS = 1500;
+
+} // namespace
+
+ScreenshotTour::ScreenshotTour(DashboardHost *host, const QString &folder, QObject *parent)
+    : QObject(parent), m_host(host), m_folder(folder)
+{
+    const auto page = [this](const char *name) {
+        return [this, name] { invoke("showPage", QString::fromLatin1(name)); };
+    };
+    m_steps = {
+        { QStringLiteral("home"), page("home"), {}, false },
+        { QStringLiteral("mylabels"), page("mylabels"), {}, false },
+        { QStringLiteral("favorites"), page("favorites"), {}, false },
+        { QStringLiteral("cloud"), page("cloud"), {}, false },
+        { QStringLiteral("resources"), page("resources"), {}, false },
+        { QStringLiteral("settings"), page("settings"), {}, false },
+        { QStringLiteral("about"), page("about"), {}, false },
+        { QStringLiteral("module"),
+          [this] {
+              if (QObject *about = frontEndObject("aboutDialog"))
+                  QMetaObject::invokeMethod(about, "close");
+              invoke("showPage", QStringLiteral("home"));
+              if (QObject *modules = frontEndObject("moduleHost")) {
+                  QMetaObject::invokeMethod(modules, "activate", Q_ARG(QVariant, TOUR_MODULE),
+                                            Q_ARG(QVariant, QStringLiteral("Label Designer")));
+              }
+          },
+          [this] {
+              // Ready once the module is embedded, or its start has failed with a message.
+              QObject *modules = frontEndObject("moduleHost");
+              if (!modules)
+                  return true;
+              const QVariantMap loading = modules->property("loading").toMap();
+              return !loading.contains(QString::number(TOUR_MODULE));
+          },
+          true },
+        { QStringLiteral("home-dark"),
+          [this] {
+              if (QObject *modules = frontEndObject("moduleHost")) {
+                  QMetaObject::invokeMethod(modules, "close", Q_ARG(QVariant, TOUR_MODULE));
+                  QMetaObject::invokeMethod(modules, "showPages");
+                  modules->setProperty("message", QString());
+              }
+              if (QObject *settings = frontEndObject("settings")) {
+                  QMetaObject::invokeMethod(settings, "setSetting",
+                                            Q_ARG(QString, settings->property("KEY_APPEARANCE").toString()),
+                                            Q_ARG(QVariant, false));
+              }
+              invoke("showPage", QStringLiteral("home"));
+          },
+          {}, false },
+        { QStringLiteral("settings-dark"), page("settings"), {}, false },
+    };
+}
+
+QObject *ScreenshotTour::frontEndObject(const char *property) const
+{
+    QQuickItem *root = m_host->rootItem();
+    return root ? root->property(property).value<QObject *>() : nullptr;
+}
+
+void ScreenshotTour::invoke(const char *function, const QVariant &argument)
+{
+    if (QQuickItem *root = m_host->rootItem())
+        QMetaObject::invokeMethod(root, function, Q_ARG(QVariant, argument));
+}
+
+void ScreenshotTour::start()
+{
+    QDir().mkpath(m_folder);
+    m_current = -1;
+    // The lists fill after the first frame; give them and the first paint time.
+    QTimer::singleShot(START_DELAY_MS, this, &ScreenshotTour::runStep);
+}
+
+void ScreenshotTour::runStep()
+{
+    ++m_current;
+    if (m_current >= m_steps.size()) {
+        // Whatever the tour changed in the appearance goes back to the light default.
+        if (QObject *settings = frontEndObject("settings")) {
+            QMetaObject::invokeMethod(settings, "setSetting",
+                                      Q_ARG(QString, settings->property("KEY_APPEARANCE").toString()),
+                                      Q_ARG(QVariant, true));
+        }
+        Q_EMIT finished(m_failures.isEmpty());
+        return;
+    }
+    const Step &step = m_steps.at(m_current);
+    step.action();
+    m_waited = 0;
+    auto *poll = new QTimer(this);
+    poll->setInterval(step.ready ? POLL_MS : SETTLE_MS);
+    connect(poll, &QTimer::timeout, this, [this, poll] {
+        const Step &step = m_steps.at(m_current);
+        // A module has the front end's own start timeout; wait a little beyond it.
+        const int limit = 30000 / POLL_MS;
+        if (step.ready && !step.ready() && ++m_waited < limit)
+            return;
+        if (step.ready && m_waited >= 0 && poll->interval() == POLL_MS) {
+            // Let the embedded window paint before the capture.
+            poll->setInterval(SETTLE_MS * 2);
+            m_waited = -1;
+            return;
+        }
+        poll->deleteLater();
+        capture(step);
+        runStep();
+    });
+    poll->start();
+}
+
+void ScreenshotTour::capture(const Step &step)
+{
+    const QString file = m_folder + QLatin1Char('/') + step.name + QStringLiteral(".png");
+    bool ok = false;
+    // On X the server's picture is what the user sees.
+    if (QGuiApplication::platformName() == QLatin1String("xcb")
+        && !qEnvironmentVariableIsEmpty("DISPLAY")) {
+        // The X server's own picture of the window, embedded module windows included.
+        const QString windowId = QString::number(m_host->window()->winId());
+        ok = QProcess::execute(QStringLiteral("import"),
+                               { QStringLiteral("-window"), windowId, file }) == 0;
+        if (!ok) {
+            ok = QProcess::execute(QStringLiteral("import"),
+                                   { QStringLiteral("-window"), QStringLiteral("root"), file }) == 0;
+        }
+    }
+    if (!ok)
+        ok = m_host->window()->grabWindow().save(file);
+    if (ok)
+        m_written.append(file);
+    else
+        m_failures.append(file);
+}

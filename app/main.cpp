@@ -1,0 +1,58 @@
+// The Korvex PRO dashboard program: the dashboard window with its QML front end.
+
+#include "dashboard_host.h"
+#include "screenshot_tour.h"
+
+#include <QCommandLineParser>
+#include <QGuiApplication>
+#include <QTextStream>
+
+int main(int argc, char *argv[])
+{
+    QGuiApplication::setOrganizationName(QStringLiteral("Quorvane Inc"));
+    QGuiApplication::setApplicationName(QStringLiteral("KorvexPro"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Korvex PRO"));
+    QGuiApplication app(argc, argv);
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Korvex PRO dashboard"));
+    parser.addHelpOption();
+    const QCommandLineOption labelFolder(QStringLiteral("label-folder"),
+            QStringLiteral("Folder of the user's labels (default: under the documents folder)."),
+            QStringLiteral("folder"));
+    const QCommandLineOption noSeed(QStringLiteral("no-samples"),
+            QStringLiteral("Do not create the label folder with sample labels when it is missing."));
+    const QCommandLineOption testMode(QStringLiteral("test-mode"),
+            QStringLiteral("Start the modules in their test mode."));
+    const QCommandLineOption tour(QStringLiteral("screenshot-tour"),
+            QStringLiteral("Visit the main pages, write a screenshot of each to folder, then quit."),
+            QStringLiteral("folder"));
+    parser.addOptions({ labelFolder, noSeed, testMode, tour });
+    parser.process(app);
+
+    DashboardHost host;
+    DashboardHost::Options options;
+    options.labelFolder = parser.value(labelFolder);
+    options.seedLabelFolder = !parser.isSet(noSeed);
+    options.testMode = parser.isSet(testMode);
+    if (!host.start(options)) {
+        QTextStream(stderr) << "The dashboard's front end could not be loaded:\n"
+                            << host.errors().join(QLatin1Char('\n')) << '\n';
+        return 1;
+    }
+
+    std::unique_ptr<ScreenshotTour> screenshots;
+    if (parser.isSet(tour)) {
+        screenshots = std::make_unique<ScreenshotTour>(&host, parser.value(tour));
+        QObject::connect(screenshots.get(), &ScreenshotTour::finished, &app, [&](bool ok) {
+            QTextStream out(stdout);
+            for (const QString &file : screenshots->written())
+                out << "screenshot: " << file << '\n';
+            for (const QString &file : screenshots->failures())
+                out << "screenshot failed: " << file << '\n';
+            app.exit(ok ? 0 : 1);
+        });
+        screenshots->start();
+    }
+    return app.exec();
+}

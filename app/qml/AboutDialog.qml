@@ -1,0 +1,81 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Korvex.Dashboard
+
+// About: the installed and the available version, and the licence agreement.
+Dialog {
+    id: dialog
+
+    required property DashboardUpgraderHelper upgrader
+    required property DashboardGetLicenseHelper license
+    readonly property alias licenseArea: licenseArea
+
+    modal: true
+    focus: true
+    padding: Theme.spacingLarge
+    title: qsTr("About Korvex PRO")
+    standardButtons: Dialog.Close
+
+    onAboutToShow: dialog.license.loadLicense()
+
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: Theme.spacing
+        RowLayout {
+            spacing: Theme.spacing
+            Image {
+                source: "qrc:/Svg/KorvexLogo.svg"
+                sourceSize.width: 56
+                sourceSize.height: 56
+                Accessible.ignored: true
+            }
+            ColumnLayout {
+                spacing: 2
+                Label {
+                    text: "Korvex PRO"
+                    font.pixelSize: Theme.fontTitle
+                    font.weight: Font.DemiBold
+                }
+                Label {
+                    objectName: "installedVersion"
+                    text: qsTr("Installed version: %1").arg(dialog.upgrader.getCurrentVersion())
+                    color: Theme.textMuted
+                }
+                Label {
+                    objectName: "availableVersion"
+                    text: dialog.upgrader.isUpdateAvailable
+                          ? qsTr("Available version: %1").arg(dialog.upgrader.availableVersion)
+                          : qsTr("Available version: %1 (you are up to date)").arg(dialog.upgrader.availableVersion)
+                    color: dialog.upgrader.isUpdateAvailable ? Theme.accent : Theme.textMuted
+                }
+            }
+        }
+        Label {
+            text: qsTr("Licence agreement")
+            font.weight: Font.DemiBold
+        }
+        ScrollView {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            Layout.preferredWidth: 640
+            Layout.preferredHeight: 320
+            TextArea {
+                id: licenseArea
+                objectName: "licenseText"
+                readOnly: true
+                wrapMode: TextEdit.Wrap
+                text: dialog.license.licenseText
+                color: dialog.license.licenseText.startsWith("Error:") ? Theme.danger : Theme.text
+                selectByMouse: true
+                Accessible.name: qsTr("Licence agreement text")
+                background: Rectangle {
+                    color: Theme.surfaceAlt
+                    radius: Theme.radius
+                    border.width: licenseArea.activeFocus ? 2 : 1
+                    border.color: licenseArea.activeFocus ? Theme.focus : Theme.border
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,111 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Korvex.Dashboard
+
+// Cloud: the favourites kept in the user's cloud folders, by service.
+FocusScope {
+    id: page
+
+    required property FavoritesController favorites
+
+    // A DashboardGlobal.LabelLocation of a cloud service.
+    property int service: DashboardGlobal.LABEL_DROPBOX
+    property var entries: []
+    readonly property var services: [
+        { location: DashboardGlobal.LABEL_DROPBOX, name: "Dropbox" },
+        { location: DashboardGlobal.LABEL_GOOGLEDRIVE, name: "Google Drive" },
+        { location: DashboardGlobal.LABEL_ONEDRIVE, name: "OneDrive" }
+    ]
+
+    signal openLabel(DashboardCommonFileController controller, int id)
+    signal favoriteRemoved()
+
+    function refresh() {
+        const all = page.favorites.getSearchedLabelFilesList()
+        const shown = []
+        for (let i = 0; i < all.length; ++i) {
+            if (all[i].cloudEnum === page.service)
+                shown.push(all[i])
+        }
+        page.entries = shown
+    }
+    onServiceChanged: refresh()
+    Component.onCompleted: refresh()
+
+    Connections {
+        target: page.favorites
+        function onListSorted() { page.refresh() }
+    }
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.margins: Theme.pageMargin
+        spacing: Theme.spacing
+
+        PageHeader {
+            Layout.fillWidth: true
+            title: qsTr("Cloud")
+            subtitle: qsTr("Favorite labels kept in your cloud storage.")
+        }
+        RowLayout {
+            spacing: Theme.spacingSmall
+            Repeater {
+                model: page.services
+                delegate: ToolButtonX {
+                    required property var modelData
+                    objectName: "cloud_" + modelData.location
+                    text: modelData.name
+                    glyph: Theme.icons.cloud
+                    toggledOn: page.service === modelData.location
+                    Accessible.role: Accessible.PageTab
+                    Accessible.name: modelData.name
+                    onClicked: page.service = modelData.location
+                }
+            }
+        }
+        Rectangle {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            radius: Theme.radius + 2
+            color: Theme.surface
+            border.color: Theme.border
+
+            ListView {
+                id: view
+                objectName: "cloudList"
+                anchors.fill: parent
+                anchors.margins: 6
+                clip: true
+                reuseItems: true
+                focus: true
+                activeFocusOnTab: true
+                keyNavigationEnabled: true
+                model: page.entries
+                Accessible.role: Accessible.List
+                Accessible.name: qsTr("Cloud labels")
+                delegate: FileRow {
+                    width: view.width - 12
+                    height: 44
+                    favoritesMode: true
+                    current: ListView.isCurrentItem
+                    viewFocused: view.activeFocus
+                    onActivated: page.openLabel(page.favorites, modelData.id)
+                    onFavoriteToggled: {
+                        page.favorites.removeFavorite(true, modelData.filePath + "/" + modelData.labelFileName, modelData.cloudEnum)
+                        page.favoriteRemoved()
+                    }
+                }
+                Keys.onReturnPressed: if (currentIndex >= 0) page.openLabel(page.favorites, page.entries[currentIndex].id)
+            }
+            EmptyState {
+                anchors.centerIn: parent
+                width: Math.min(parent.width - 48, 520)
+                visible: page.entries.length === 0
+                glyph: Theme.icons.cloud
+                title: qsTr("No cloud labels from this service")
+                message: qsTr("Labels you mark as favorites in a cloud folder of the modules are listed here.")
+            }
+        }
+    }
+}

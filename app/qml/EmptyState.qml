@@ -1,0 +1,41 @@
+import QtQuick
+import QtQuick.Layouts
+
+// The message a list shows instead of content: nothing there, or something went wrong.
+ColumnLayout {
+    id: state
+
+    property string glyph
+    property string title
+    property string message
+    property bool error: false
+
+    spacing: Theme.spacingSmall
+
+    Glyph {
+        Layout.alignment: Qt.AlignHCenter
+        glyph: state.glyph
+        size: 40
+        color: state.error ? Theme.danger : Theme.textMuted
+    }
+    Text {
+        Layout.alignment: Qt.AlignHCenter
+        Layout.maximumWidth: 520
+        text: state.title
+        color: state.error ? Theme.danger : Theme.text
+        font.pixelSize: Theme.fontSubtitle
+        font.weight: Font.DemiBold
+        wrapMode: Text.Wrap
+        horizontalAlignment: Text.AlignHCenter
+    }
+    Text {
+        Layout.alignment: Qt.AlignHCenter
+        Layout.maximumWidth: 520
+        visible: state.message.length > 0
+        text: state.message
+        color: Theme.textMuted
+        font.pixelSize: Theme.fontBody
+        wrapMode: Text.Wrap
+        horizontalAlignment: Text.AlignHCenter
+    }
+}

@@ -1,0 +1,179 @@
+import QtQuick
+import QtQuick.Controls
+import Korvex.Dashboard
+
+// A label file list of one controller, as tiles or rows. The controller's displayed list is
+// read again whenever it is sorted or a favourite changes; entries are addressed by id.
+FocusScope {
+    id: list
+
+    // A DashboardCommonFileController; My Labels adds folder operations.
+    required property var controller
+    // My Labels: folders go on top and open when chosen.
+    property bool folderMode: false
+    // Favorites: the star becomes a remove button.
+    property bool favoritesMode: false
+    property bool tiles: true
+    property int zoom: DashboardGlobal.NORMAL
+    property string emptyGlyph: Theme.icons.file
+    property string emptyTitle: qsTr("Nothing here yet")
+    property string emptyMessage
+    property string errorTitle
+    property string errorMessage
+
+    property string searchText
+    property var entries: []
+    property bool busy: false
+    readonly property int count: entries.length
+    readonly property Item view: tiles ? grid : rows
+
+    signal openRequested(int id)
+    signal folderRequested(string name)
+    signal removeRequested(var entry)
+
+    // Reads the displayed list again, keeping the scroll position when asked.
+    function refresh(keepPosition) {
+        const flick = list.tiles ? grid : rows
+        const y = flick.contentY
+        if (list.folderMode && list.controller.getSearchString().length === 0)
+            list.controller.prependFolders()
+        list.entries = list.controller.getSearchedLabelFilesList()
+        if (keepPosition)
+            flick.contentY = Math.min(y, Math.max(0, flick.contentHeight - flick.height))
+    }
+    // Fills the list from its source; the busy indicator shows first, as a big folder takes
+    // a moment.
+    function reload() {
+        list.busy = true
+        fillTimer.restart()
+    }
+    function applySearch(text) {
+        list.searchText = text
+        list.controller.setSearchString(text)
+        list.controller.searchLabelFileList()
+    }
+    function applySort(sortType) {
+        list.controller.setSortType(sortType)
+        // A fresh search re-sorts from the full list, so folders are put back on top.
+        list.controller.searchLabelFileList()
+    }
+    function activate(entry) {
+        if (entry.type)
+            list.folderRequested(entry.labelFileName)
+        else
+            list.openRequested(entry.id)
+    }
+    function toggleFavorite(entry) {
+        if (list.favoritesMode)
+            list.removeRequested(entry)
+        else
+            list.controller.setFavorite(entry.isFavorite, entry.id)
+    }
+
+    Timer {
+        id: fillTimer
+        interval: 30
+        onTriggered: {
+            list.controller.updateFileLists()
+            list.busy = false
+        }
+    }
+
+    Connections {
+        target: list.controller
+        function onListSorted() { list.refresh(false) }
+        function onFavoriteChanged() { list.refresh(true) }
+    }
+
+    Component {
+        id: tileDelegate
+        FileTile {
+            width: grid.cellWidth
+            height: grid.cellHeight
+            zoom: list.zoom
+            favoritesMode: list.favoritesMode
+            current: GridView.isCurrentItem
+            viewFocused: grid.activeFocus
+            onActivated: list.activate(modelData)
+            onFavoriteToggled: list.toggleFavorite(modelData)
+        }
+    }
+    Component {
+        id: rowDelegate
+        FileRow {
+            width: rows.width - 12
+            height: list.zoom === DashboardGlobal.SMALL ? 34 : (list.zoom === DashboardGlobal.LARGE ? 60 : 44)
+            zoom: list.zoom
+            favoritesMode: list.favoritesMode
+            current: ListView.isCurrentItem
+            viewFocused: rows.activeFocus
+            onActivated: list.activate(modelData)
+            onFavoriteToggled: list.toggleFavorite(modelData)
+        }
+    }
+
+    GridView {
+        id: grid
+        objectName: "fileGrid"
+        anchors.fill: parent
+        visible: list.tiles
+        focus: list.tiles
+        clip: true
+        reuseItems: true
+        model: list.tiles ? list.entries : []
+        delegate: tileDelegate
+        readonly property int tileWidth: list.zoom === DashboardGlobal.SMALL ? 128 : (list.zoom === DashboardGlobal.LARGE ? 216 : 168)
+        cellWidth: Math.max(tileWidth, Math.floor((width - 12) / Math.max(1, Math.floor((width - 12) / tileWidth))))
+        cellHeight: Math.round(tileWidth * 0.95)
+        keyNavigationEnabled: true
+        activeFocusOnTab: true
+        boundsBehavior: Flickable.StopAtBounds
+        ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
+        Keys.onReturnPressed: if (currentIndex >= 0) list.activate(list.entries[currentIndex])
+        Keys.onEnterPressed: if (currentIndex >= 0) list.activate(list.entries[currentIndex])
+        Keys.onSpacePressed: if (currentIndex >= 0 && !list.entries[currentIndex].type) list.toggleFavorite(list.entries[currentIndex])
+        Accessible.role: Accessible.List
+        Accessible.name: qsTr("Labels")
+    }
+
+    ListView {
+        id: rows
+        objectName: "fileRows"
+        anchors.fill: parent
+        visible: !list.tiles
+        focus: !list.tiles
+        clip: true
+        reuseItems: true
+        spacing: 0
+        model: list.tiles ? [] : list.entries
+        delegate: rowDelegate
+        keyNavigationEnabled: true
+        activeFocusOnTab: true
+        boundsBehavior: Flickable.StopAtBounds
+        ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
+        Keys.onReturnPressed: if (currentIndex >= 0) list.activate(list.entries[currentIndex])
+        Keys.onEnterPressed: if (currentIndex >= 0) list.activate(list.entries[currentIndex])
+        Keys.onSpacePressed: if (currentIndex >= 0 && !list.entries[currentIndex].type) list.toggleFavorite(list.entries[currentIndex])
+        Accessible.role: Accessible.List
+        Accessible.name: qsTr("Labels")
+    }
+
+    EmptyState {
+        objectName: "emptyState"
+        anchors.centerIn: parent
+        width: Math.min(parent.width - 48, 520)
+        visible: !list.busy && list.count === 0
+        error: list.errorTitle.length > 0
+        glyph: error ? Theme.icons.about : list.emptyGlyph
+        title: error ? list.errorTitle : list.emptyTitle
+        message: error ? list.errorMessage : list.emptyMessage
+    }
+
+    BusyIndicator {
+        objectName: "listBusyIndicator"
+        anchors.centerIn: parent
+        running: list.busy
+        visible: list.busy
+        Accessible.name: qsTr("Loading labels")
+    }
+}

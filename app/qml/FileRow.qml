@@ -1,0 +1,107 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Korvex.Dashboard
+
+// A label file or folder as a row: icon, name, folder and when it was last viewed.
+Item {
+    id: row
+
+    required property var modelData
+    required property int index
+    property int zoom: DashboardGlobal.NORMAL
+    property bool favoritesMode: false
+    property bool current: false
+    property bool viewFocused: false
+
+    signal activated()
+    signal favoriteToggled()
+
+    readonly property bool isFolder: modelData.type
+
+    Accessible.role: Accessible.ListItem
+    Accessible.name: isFolder ? qsTr("Folder %1").arg(modelData.labelFileName)
+                              : qsTr("%1, viewed %2").arg(modelData.labelFileName).arg(modelData.timeSinceModified)
+    Accessible.onPressAction: row.activated()
+
+    Rectangle {
+        anchors.fill: parent
+        anchors.leftMargin: 2
+        anchors.rightMargin: 2
+        anchors.topMargin: 1
+        anchors.bottomMargin: 1
+        radius: Theme.radius
+        color: mouse.containsMouse ? Theme.surfaceHover : (row.index % 2 ? Theme.surface : Theme.window)
+        border.width: row.current && row.viewFocused ? 2 : 0
+        border.color: Theme.focus
+
+        MouseArea {
+            id: mouse
+            anchors.fill: parent
+            hoverEnabled: true
+            cursorShape: Qt.PointingHandCursor
+            onClicked: row.activated()
+        }
+
+        RowLayout {
+            anchors.fill: parent
+            anchors.leftMargin: Theme.spacing
+            anchors.rightMargin: Theme.spacingSmall
+            spacing: Theme.spacing
+
+            Glyph {
+                Layout.preferredWidth: 24
+                glyph: row.isFolder ? Theme.icons.folder : Theme.icons.file
+                size: row.zoom === DashboardGlobal.LARGE ? 22 : 16
+                color: row.isFolder ? Theme.favorite : Theme.textMuted
+            }
+            Text {
+                Layout.fillWidth: true
+                Layout.preferredWidth: 3
+                text: row.modelData.labelFileName
+                color: Theme.text
+                font.pixelSize: row.zoom === DashboardGlobal.SMALL ? Theme.fontSmall : Theme.fontBody
+                font.weight: Font.Medium
+                elide: Text.ElideMiddle
+            }
+            Text {
+                Layout.fillWidth: true
+                Layout.preferredWidth: 3
+                visible: row.zoom !== DashboardGlobal.SMALL && row.width > 560
+                text: row.modelData.filePath
+                color: Theme.textMuted
+                font.pixelSize: Theme.fontSmall
+                elide: Text.ElideLeft
+            }
+            Text {
+                Layout.preferredWidth: 120
+                text: row.isFolder ? qsTr("Folder") : row.modelData.timeSinceModified
+                color: Theme.textMuted
+                font.pixelSize: Theme.fontSmall
+                elide: Text.ElideRight
+            }
+            ToolButtonX {
+                id: favoriteButton
+                objectName: "favoriteButton"
+                Layout.preferredWidth: 32
+                implicitHeight: 28
+                opacity: row.isFolder ? 0 : 1
+                enabled: !row.isFolder
+                focusPolicy: Qt.TabFocus
+                glyph: row.favoritesMode ? Theme.icons.close
+                                         : (row.modelData.isFavorite ? Theme.icons.favorite : Theme.icons.favoriteOutline)
+                foreground: row.favoritesMode ? Theme.textMuted : (row.modelData.isFavorite ? Theme.favorite : Theme.textMuted)
+                Accessible.name: row.favoritesMode ? qsTr("Remove %1 from favorites").arg(row.modelData.labelFileName)
+                                                   : (row.modelData.isFavorite ? qsTr("Remove %1 from favorites").arg(row.modelData.labelFileName)
+                                                                               : qsTr("Add %1 to favorites").arg(row.modelData.labelFileName))
+                background: Rectangle {
+                    radius: Theme.radius
+                    color: favoriteButton.hovered ? Theme.surfaceAlt : "transparent"
+                    border.width: favoriteButton.visualFocus ? 2 : 0
+                    border.color: Theme.focus
+                }
+                onClicked: row.favoriteToggled()
+            }
+        }
+    }
+}

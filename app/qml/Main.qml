@@ -1,0 +1,372 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Korvex.Dashboard
+
+// The dashboard's front end, placed in the content item of the host's DashboardMainWindow.
+// It creates the dashboard's controllers and models and binds to them.
+Item {
+    id: root
+
+    required property DashboardMainWindow mainWindow
+    required property HostServices host
+
+    // "home", "mylabels", "favorites", "cloud", "resources", "settings"
+    property string page: "home"
+    property var dashMain: dashMainComponent.createObject(root)
+    readonly property alias navigationBar: navBar
+    readonly property alias homePage: homePage
+    readonly property alias cloudPage: cloudPage
+    readonly property alias resourcesPage: resourcesPage
+    readonly property alias settingsPage: settingsPage
+    readonly property alias aboutDialog: aboutDialog
+    readonly property alias overflowMenu: overflowMenu
+    readonly property alias moduleHost: moduleHost
+    readonly property alias recents: recents
+    readonly property alias myLabels: myLabels
+    readonly property alias favorites: favorites
+    readonly property alias settings: settings
+    readonly property alias upgrader: upgrader
+    readonly property alias license: license
+    property bool updateNoticeDismissed: false
+    property bool firmwareNoticeDismissed: false
+
+    anchors.fill: parent
+    focus: true
+
+    // Shows a page by name; "about" opens the About box over the current page.
+    function showPage(name) {
+        if (name === "about") {
+            aboutDialog.open()
+            return
+        }
+        moduleHost.showPages()
+        if (name === "mylabels" || name === "favorites" || name === "home") {
+            root.page = "home"
+            homePage.showTab(name === "mylabels" ? 1 : (name === "favorites" ? 2 : 0))
+        } else {
+            root.page = name
+        }
+    }
+    function activateNavItem(item) {
+        switch (item.navType) {
+        case DashboardGlobal.NAV_HOME: root.showPage("home"); break
+        case DashboardGlobal.NAV_CLOUD: root.showPage("cloud"); break
+        case DashboardGlobal.NAV_RESOURCES: root.showPage("resources"); break
+        case DashboardGlobal.NAV_URL_SUPPORT: Qt.openUrlExternally(root.host.supportAddress); break
+        case DashboardGlobal.NAV_URL_LIVECHAT: Qt.openUrlExternally(root.host.liveChatAddress); break
+        case DashboardGlobal.NAV_URL_FEEDBACK: Qt.openUrlExternally(root.host.feedbackAddress); break
+        case DashboardGlobal.NAV_APP: moduleHost.activate(item.navAppType, item.navName); break
+        }
+    }
+    function navName(appType) {
+        const items = root.dashMain.dashboardNavItems
+        for (let i = 0; i < items.length; ++i) {
+            if (items[i].navType === DashboardGlobal.NAV_APP && items[i].navAppType === appType)
+                return items[i].navName
+        }
+        return ""
+    }
+    function openBanner(bannerType) {
+        root.dashMain.sendContentOpenAnalyticHit(bannerType)
+        if (bannerType === DashboardMain.PREMADE_SIGNS)
+            moduleHost.activate(DashboardGlobal.APP_PREMADESIGNS, root.navName(DashboardGlobal.APP_PREMADESIGNS))
+        else if (bannerType === DashboardMain.RESOURCES)
+            root.showPage("resources")
+    }
+    function chooseMenu(navType) {
+        if (navType === MeatballsNavigationModel.NAV_ABOUT)
+            aboutDialog.open()
+        else if (navType === MeatballsNavigationModel.NAV_SETTINGS)
+            root.showPage("settings")
+        else if (navType === MeatballsNavigationModel.NAV_QUIT)
+            Qt.quit()
+    }
+    // Texts the library translated when it built its lists are built again.
+    function retranslate() {
+        const old = root.dashMain
+        root.dashMain = dashMainComponent.createObject(root)
+        if (old)
+            old.destroy()
+        meatballs.populateMeatballsNavItemsList()
+        settingsNav.populateSettingsNavItemsList()
+        contents.populateLanguagesModelList()
+        settingsPage.languageNames = contents.getLanguagesModelList()
+        homePage.reloadAll()
+    }
+    function syncFavorites(source) {
+        // The other lists show the same stars.
+        if (source !== recents)
+            homePage.recentList.reload()
+        if (source !== myLabels)
+            homePage.labelList.reload()
+        if (source !== favorites)
+            homePage.favoriteList.reload()
+    }
+
+    Component {
+        id: dashMainComponent
+        DashboardMain {}
+    }
+    RecentlyViewedController { id: recents }
+    MyLabelsController { id: myLabels }
+    FavoritesController { id: favorites }
+    DashboardSettingsController { id: settings }
+    MeatballsNavigationModel { id: meatballs }
+    SettingsNavigationModel { id: settingsNav }
+    SettingsContentsModels { id: contents }
+    DashboardUpgraderHelper { id: upgrader }
+    DashboardGetLicenseHelper { id: license }
+
+    Binding {
+        target: Theme
+        property: "dark"
+        value: !settings.settingAppearance
+    }
+
+    Connections {
+        target: root.host
+        function onLanguageCodeChanged() { root.retranslate() }
+    }
+    // Qt Quick Controls and their popups take their colours from the application palette.
+    function applyPalette() {
+        root.host.applyPalette({
+            window: Theme.surface, windowText: Theme.text, base: Theme.surface,
+            alternateBase: Theme.surfaceAlt, text: Theme.text, button: Theme.surfaceAlt,
+            buttonText: Theme.text, brightText: Theme.textOnAccent, highlight: Theme.accent,
+            highlightedText: Theme.textOnAccent, placeholderText: Theme.textMuted,
+            toolTipBase: Theme.surfaceAlt, toolTipText: Theme.text, light: Theme.surfaceHover,
+            midlight: Theme.surfaceAlt, mid: Theme.border, dark: Theme.textMuted, shadow: "#000000"
+        })
+    }
+    Connections {
+        target: Theme
+        function onDarkChanged() { root.applyPalette() }
+    }
+    Connections {
+        target: recents
+        function onLaunchLabelInModule(applicationType, filePath) { moduleHost.launch(applicationType, filePath, root.navName(applicationType)) }
+        function onFavoriteChanged() { root.syncFavorites(recents) }
+    }
+    Connections {
+        target: myLabels
+        function onLaunchLabelInModule(applicationType, filePath) { moduleHost.launch(applicationType, filePath, root.navName(applicationType)) }
+        function onFavoriteChanged() { root.syncFavorites(myLabels) }
+    }
+    Connections {
+        target: favorites
+        function onLaunchLabelInModule(applicationType, filePath) { moduleHost.launch(applicationType, filePath, root.navName(applicationType)) }
+    }
+
+    Component.onCompleted: {
+        root.applyPalette()
+        myLabels.setRootFolder(root.host.labelFolder)
+        homePage.reloadAll()
+    }
+
+    Rectangle {
+        anchors.fill: parent
+        color: Theme.window
+    }
+
+    RowLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        NavigationBar {
+            id: navBar
+            objectName: "navigationBar"
+            Layout.fillHeight: true
+            Layout.preferredWidth: implicitWidth
+            navItems: root.dashMain.dashboardNavItems
+            selectedNavType: moduleHost.shownApp !== DashboardGlobal.APP_NULL ? DashboardGlobal.NAV_APP
+                             : (root.page === "cloud" ? DashboardGlobal.NAV_CLOUD
+                                : (root.page === "resources" ? DashboardGlobal.NAV_RESOURCES
+                                   : (root.page === "settings" ? DashboardGlobal.NAV_NULL : DashboardGlobal.NAV_HOME)))
+            selectedAppType: moduleHost.shownApp
+            loadingApps: moduleHost.loading
+            runningApps: moduleHost.running
+            onActivated: (item) => root.activateNavItem(item)
+            onOverflowRequested: overflowMenu.popup(navBar.overflowButton, navBar.overflowButton.width + 4, navBar.overflowButton.height - overflowMenu.implicitHeight)
+        }
+
+        ColumnLayout {
+            id: contentColumn
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            spacing: 0
+
+            NoticeBar {
+                id: updateNotice
+                objectName: "updateNotice"
+                shown: upgrader.isUpdateAvailable && !root.updateNoticeDismissed
+                glyph: Theme.icons.download
+                text: qsTr("Korvex PRO %1 is available. You have %2.").arg(upgrader.availableVersion).arg(upgrader.getCurrentVersion())
+                action: qsTr("Update now")
+                onTriggered: upgrader.launchKxproUpgrader()
+                onDismissed: root.updateNoticeDismissed = true
+            }
+            NoticeBar {
+                id: firmwareNotice
+                objectName: "firmwareNotice"
+                shown: root.mainWindow.isPrinterUpdateAvailable && !root.firmwareNoticeDismissed
+                glyph: Theme.icons.printers
+                text: qsTr("New firmware is available for a connected printer.")
+                action: qsTr("Open printer maintenance")
+                onTriggered: moduleHost.activate(DashboardGlobal.APP_PRINTERMAINTENANCE, root.navName(DashboardGlobal.APP_PRINTERMAINTENANCE))
+                onDismissed: root.firmwareNoticeDismissed = true
+            }
+            NoticeBar {
+                id: moduleNotice
+                objectName: "moduleNotice"
+                shown: moduleHost.message.length > 0
+                error: true
+                text: moduleHost.message
+                onDismissed: moduleHost.message = ""
+            }
+
+            // The running module's bar: its name, back to the dashboard, close.
+            Rectangle {
+                id: moduleBar
+                objectName: "moduleBar"
+                Layout.fillWidth: true
+                Layout.preferredHeight: moduleHost.shownApp !== DashboardGlobal.APP_NULL ? 44 : 0
+                clip: true
+                enabled: moduleHost.shownApp !== DashboardGlobal.APP_NULL
+                color: Theme.surface
+                border.color: Theme.border
+                RowLayout {
+                    anchors.fill: parent
+                    anchors.leftMargin: Theme.spacing
+                    anchors.rightMargin: Theme.spacing
+                    spacing: Theme.spacingSmall
+                    Text {
+                        Layout.fillWidth: true
+                        text: moduleHost.shownName
+                        color: Theme.text
+                        font.pixelSize: Theme.fontSubtitle
+                        font.weight: Font.DemiBold
+                        elide: Text.ElideRight
+                    }
+                    ToolButtonX {
+                        objectName: "backToDashboardButton"
+                        glyph: Theme.icons.home
+                        text: qsTr("Dashboard")
+                        Accessible.name: qsTr("Back to the dashboard")
+                        onClicked: moduleHost.showPages()
+                    }
+                    ToolButtonX {
+                        objectName: "closeModuleButton"
+                        glyph: Theme.icons.close
+                        text: qsTr("Close %1").arg(moduleHost.shownName)
+                        onClicked: moduleHost.close(moduleHost.shownApp)
+                    }
+                }
+            }
+
+            Item {
+                id: pageArea
+                Layout.fillWidth: true
+                Layout.fillHeight: true
+
+                StackLayout {
+                    id: pages
+                    anchors.fill: parent
+                    visible: moduleHost.shownApp === DashboardGlobal.APP_NULL
+                    currentIndex: root.page === "cloud" ? 1 : (root.page === "resources" ? 2 : (root.page === "settings" ? 3 : 0))
+
+                    HomePage {
+                        id: homePage
+                        objectName: "homePage"
+                        recents: recents
+                        myLabels: myLabels
+                        favorites: favorites
+                        host: root.host
+                        focus: root.page === "home"
+                        onOpenLabel: (controller, id) => controller.openLabel(id)
+                        onBannerOpened: (bannerType) => root.openBanner(bannerType)
+                        onFavoriteRemoved: root.syncFavorites(favorites)
+                    }
+                    CloudPage {
+                        id: cloudPage
+                        objectName: "cloudPage"
+                        favorites: favorites
+                        focus: root.page === "cloud"
+                        onOpenLabel: (controller, id) => controller.openLabel(id)
+                        onFavoriteRemoved: root.syncFavorites(favorites)
+                    }
+                    ResourcesPage {
+                        id: resourcesPage
+                        objectName: "resourcesPage"
+                        resources: root.dashMain.resourcesNavItems
+                        focus: root.page === "resources"
+                        onBannerOpened: (bannerType) => root.openBanner(bannerType)
+                    }
+                    SettingsPage {
+                        id: settingsPage
+                        objectName: "settingsPage"
+                        settings: settings
+                        sections: settingsNav
+                        contents: contents
+                        host: root.host
+                        focus: root.page === "settings"
+                        onShowCloud: root.showPage("cloud")
+                    }
+                }
+
+                // Seen only while a shown module's window is not (yet) over it.
+                EmptyState {
+                    anchors.centerIn: parent
+                    width: Math.min(parent.width - 48, 520)
+                    visible: moduleHost.shownApp !== DashboardGlobal.APP_NULL
+                    glyph: Theme.icons.labelDesigner
+                    title: qsTr("%1 is running").arg(moduleHost.shownName)
+                }
+            }
+        }
+    }
+
+    // Where module windows go: the page area, in the coordinates of this item, which fills
+    // the window's content item.
+    Item {
+        id: moduleArea
+        objectName: "moduleArea"
+        x: navBar.width
+        y: pageArea.y
+        width: pageArea.width
+        height: pageArea.height
+    }
+
+    ModuleHost {
+        id: moduleHost
+        mainWindow: root.mainWindow
+        host: root.host
+        contentArea: moduleArea
+    }
+
+    OverflowMenu {
+        id: overflowMenu
+        objectName: "overflowMenu"
+        menuModel: meatballs
+        onChosen: (navType) => root.chooseMenu(navType)
+    }
+
+    AboutDialog {
+        id: aboutDialog
+        objectName: "aboutDialog"
+        parent: Overlay.overlay
+        anchors.centerIn: parent
+        width: Math.min(parent.width - 48, 720)
+        height: Math.min(parent.height - 48, 620)
+        upgrader: upgrader
+        license: license
+    }
+
+    Shortcut {
+        sequence: "Ctrl+F"
+        onActivated: {
+            root.showPage(root.page === "home" ? "home" : "home")
+            homePage.searchField.forceActiveFocus()
+        }
+    }
+}

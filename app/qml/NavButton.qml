@@ -1,0 +1,79 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+
+// One entry of the navigation bar: icon, name, selection mark, and a busy indicator while the
+// module behind it starts.
+AbstractButton {
+    id: button
+
+    property string glyph
+    property bool selected: false
+    property bool loading: false
+    property bool running: false
+
+    implicitHeight: 40
+    focusPolicy: Qt.StrongFocus
+    hoverEnabled: true
+    Accessible.role: Accessible.Button
+    Accessible.name: button.text
+    Accessible.description: loading ? qsTr("Starting") : (running ? qsTr("Running") : "")
+    Accessible.onPressAction: button.clicked()
+    Keys.onReturnPressed: button.clicked()
+    Keys.onEnterPressed: button.clicked()
+
+    background: Rectangle {
+        color: button.selected ? Theme.navSelected : (button.hovered ? Theme.navHover : "transparent")
+        radius: Theme.radius
+        border.width: button.visualFocus ? 2 : 0
+        border.color: Theme.focus
+        Rectangle {
+            visible: button.selected
+            width: 3
+            radius: 1.5
+            height: parent.height - 14
+            anchors.left: parent.left
+            anchors.verticalCenter: parent.verticalCenter
+            color: Theme.accent
+        }
+    }
+
+    contentItem: RowLayout {
+        spacing: Theme.spacing
+        Glyph {
+            Layout.leftMargin: Theme.spacing
+            Layout.preferredWidth: 22
+            glyph: button.glyph
+            color: button.selected ? Theme.accent : Theme.navText
+        }
+        Text {
+            Layout.fillWidth: true
+            text: button.text
+            color: button.selected ? "#ffffff" : Theme.navText
+            font.pixelSize: Theme.fontBody
+            font.weight: button.selected ? Font.DemiBold : Font.Normal
+            elide: Text.ElideRight
+        }
+        Item {
+            Layout.preferredWidth: 20
+            Layout.preferredHeight: 20
+            Layout.rightMargin: Theme.spacingSmall
+            BusyIndicator {
+                objectName: "navBusyIndicator"
+                anchors.fill: parent
+                running: button.loading
+                visible: button.loading
+                padding: 0
+                Accessible.name: qsTr("Starting %1").arg(button.text)
+            }
+            Rectangle {
+                visible: button.running && !button.loading
+                anchors.centerIn: parent
+                width: 8
+                height: 8
+                radius: 4
+                color: "#3ccf6e"
+            }
+        }
+    }
+}

@@ -1,0 +1,137 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Korvex.Dashboard
+
+// The dashboard's side bar: the entries of the navigation list, grouped, and the overflow
+// menu at its foot.
+Rectangle {
+    id: bar
+
+    required property var navItems
+    // The entry shown as current: a navType, and for modules its appType.
+    property int selectedNavType: DashboardGlobal.NAV_HOME
+    property int selectedAppType: DashboardGlobal.APP_NULL
+    // appType -> true while a module starts / runs.
+    property var loadingApps: ({})
+    property var runningApps: ({})
+    property alias overflowButton: overflowButton
+
+    signal activated(var item)
+    signal overflowRequested()
+
+    color: Theme.navBackground
+    implicitWidth: 224
+
+    function isModule(item) {
+        return item.navType === DashboardGlobal.NAV_APP
+    }
+    function isSelected(item) {
+        if (item.navType !== bar.selectedNavType)
+            return false
+        return !isModule(item) || item.navAppType === bar.selectedAppType
+    }
+    function groupOf(item) {
+        if (item.navType === DashboardGlobal.NAV_HOME || item.navType === DashboardGlobal.NAV_CLOUD)
+            return 0
+        if (isModule(item))
+            return 1
+        return 2
+    }
+
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        Row {
+            Layout.fillWidth: true
+            Layout.topMargin: Theme.spacingLarge
+            Layout.bottomMargin: Theme.spacing
+            Layout.leftMargin: Theme.spacing + 4
+            spacing: Theme.spacingSmall
+            Image {
+                source: "qrc:/Svg/KorvexLogo.svg"
+                sourceSize.width: 28
+                sourceSize.height: 28
+                anchors.verticalCenter: parent.verticalCenter
+                Accessible.ignored: true
+            }
+            Text {
+                text: "Korvex PRO"
+                color: "#ffffff"
+                font.pixelSize: 18
+                font.weight: Font.Bold
+                anchors.verticalCenter: parent.verticalCenter
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+        }
+
+        Flickable {
+            id: flick
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            clip: true
+            contentHeight: entries.implicitHeight
+            boundsBehavior: Flickable.StopAtBounds
+            ScrollBar.vertical: ScrollBar {}
+
+            Column {
+                id: entries
+                width: flick.width
+                spacing: 2
+                padding: Theme.spacingSmall
+
+                Repeater {
+                    model: bar.navItems
+                    delegate: Column {
+                        id: entry
+                        required property var modelData
+                        required property int index
+                        width: entries.width - 2 * entries.padding
+                        spacing: 2
+
+                        Text {
+                            visible: entry.index > 0
+                                     && bar.groupOf(entry.modelData) !== bar.groupOf(bar.navItems[entry.index - 1])
+                            topPadding: Theme.spacing
+                            bottomPadding: 4
+                            leftPadding: Theme.spacing
+                            text: bar.groupOf(entry.modelData) === 1 ? qsTr("Modules") : qsTr("Help and resources")
+                            color: Theme.navTextMuted
+                            font.pixelSize: Theme.fontSmall
+                            font.capitalization: Font.AllUppercase
+                            font.letterSpacing: 0.6
+                        }
+                        NavButton {
+                            objectName: "nav_" + entry.modelData.navType + "_" + entry.modelData.navAppType
+                            width: parent.width
+                            text: entry.modelData.navName
+                            glyph: entry.modelData.navIcon
+                            selected: bar.isSelected(entry.modelData)
+                            loading: bar.isModule(entry.modelData) && bar.loadingApps[entry.modelData.navAppType] === true
+                            running: bar.isModule(entry.modelData) && bar.runningApps[entry.modelData.navAppType] === true
+                            onClicked: bar.activated(entry.modelData)
+                            onActiveFocusChanged: if (activeFocus) flick.contentY = Math.max(0, Math.min(y + entry.y - flick.height / 2, flick.contentHeight - flick.height))
+                        }
+                    }
+                }
+            }
+        }
+
+        Rectangle {
+            Layout.fillWidth: true
+            Layout.preferredHeight: 1
+            color: Theme.navSelected
+        }
+        NavButton {
+            id: overflowButton
+            objectName: "overflowButton"
+            Layout.fillWidth: true
+            Layout.margins: Theme.spacingSmall
+            text: qsTr("More")
+            glyph: Theme.icons.meatballs
+            onClicked: bar.overflowRequested()
+        }
+    }
+}

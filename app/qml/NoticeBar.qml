@@ -1,0 +1,60 @@
+import QtQuick
+import QtQuick.Layouts
+
+// A one-line notice above the pages, with an action and a dismiss button.
+Rectangle {
+    id: notice
+
+    property string glyph: Theme.icons.about
+    property string text
+    property string action
+    property bool error: false
+    // Shown or folded away; the bar stays visible to its layout, which does not always
+    // notice a child that becomes visible later.
+    property bool shown: false
+
+    signal triggered()
+    signal dismissed()
+
+    implicitHeight: row.implicitHeight + 2 * Theme.spacingSmall
+    Layout.fillWidth: true
+    Layout.preferredHeight: shown ? implicitHeight : 0
+    clip: true
+    enabled: shown
+    Accessible.ignored: !shown
+    color: error ? Theme.dangerSoft : Theme.info
+    Accessible.role: Accessible.AlertMessage
+    Accessible.name: notice.text
+
+    RowLayout {
+        id: row
+        anchors.fill: parent
+        anchors.leftMargin: Theme.pageMargin
+        anchors.rightMargin: Theme.spacing
+        spacing: Theme.spacing
+        Glyph {
+            glyph: notice.glyph
+            color: notice.error ? Theme.danger : Theme.focus
+        }
+        Text {
+            Layout.fillWidth: true
+            text: notice.text
+            color: notice.error ? Theme.danger : Theme.text
+            font.pixelSize: Theme.fontBody
+            wrapMode: Text.Wrap
+        }
+        ToolButtonX {
+            objectName: notice.objectName + "Action"
+            visible: notice.action.length > 0
+            text: notice.action
+            primary: true
+            onClicked: notice.triggered()
+        }
+        ToolButtonX {
+            objectName: notice.objectName + "Dismiss"
+            glyph: Theme.icons.close
+            Accessible.name: qsTr("Dismiss")
+            onClicked: notice.dismissed()
+        }
+    }
+}

@@ -1,0 +1,40 @@
+import QtQuick
+import QtQuick.Controls
+import Korvex.Dashboard
+
+// The overflow (three-dot) menu: About, Settings, Quit, from the menu model.
+Menu {
+    id: menu
+
+    required property MeatballsNavigationModel menuModel
+
+    signal chosen(int navType)
+
+
+    Repeater {
+        model: menu.menuModel.meatballsNavItemsList
+        delegate: MenuItem {
+            required property var modelData
+            objectName: "menu_" + modelData.navType
+            text: modelData.navName
+            Accessible.name: modelData.navName
+            contentItem: Row {
+                spacing: Theme.spacing
+                leftPadding: 4
+                Glyph {
+                    width: 18
+                    glyph: modelData.navIcon
+                    anchors.verticalCenter: parent.verticalCenter
+                    color: Theme.textMuted
+                }
+                Text {
+                    text: modelData.navName
+                    color: Theme.text
+                    font.pixelSize: Theme.fontBody
+                    anchors.verticalCenter: parent.verticalCenter
+                }
+            }
+            onTriggered: menu.chosen(modelData.navType)
+        }
+    }
+}

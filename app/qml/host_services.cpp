@@ -1,0 +1,85 @@
+#include "host_services.h"
+
+#include <models/dashboard_main.h>
+
+#include <QCoreApplication>
+#include <QColor>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QMetaEnum>
+#include <QPalette>
+
+HostServices::HostServices(const QString &labelFolder, QObject *parent)
+    : QObject(parent), m_labelFolder(labelFolder)
+{
+    bool ok = false;
+    const int timeout = qEnvironmentVariableIntValue("KORVEX_MODULE_START_TIMEOUT_MS", &ok);
+    if (ok && timeout > 0)
+        m_moduleStartTimeout = timeout;
+}
+
+QString HostServices::supportAddress() const
+{
+    return DashboardMain::mainSiteAddress() + QStringLiteral("/support/contact/");
+}
+
+QString HostServices::liveChatAddress() const
+{
+    return DashboardMain::mainSiteAddress() + QStringLiteral("/support/live-chat/");
+}
+
+QString HostServices::feedbackAddress() const
+{
+    return DashboardMain::mainSiteAddress() + QStringLiteral("/support/feedback/");
+}
+
+QString HostServices::programPath(const QString &executableName) const
+{
+    if (executableName.isEmpty())
+        return QString();
+    return QCoreApplication::applicationDirPath() + QLatin1Char('/') + executableName;
+}
+
+bool HostServices::programExists(const QString &executableName) const
+{
+    const QFileInfo info(programPath(executableName));
+    return !executableName.isEmpty() && info.isFile() && info.isExecutable();
+}
+
+bool HostServices::folderExists(const QString &path) const
+{
+    return !path.isEmpty() && QFileInfo(path).isDir();
+}
+
+QUrl HostServices::folderUrl(const QString &path) const
+{
+    return QUrl::fromLocalFile(path);
+}
+
+void HostServices::applyLanguage(const QString &code)
+{
+    if (m_languageHandler)
+        m_languageHandler(code);
+    if (code != m_languageCode) {
+        m_languageCode = code;
+        Q_EMIT languageCodeChanged();
+    }
+}
+
+void HostServices::applyPalette(const QVariantMap &colors)
+{
+    QPalette palette = QGuiApplication::palette();
+    const QMetaEnum roles = QMetaEnum::fromType<QPalette::ColorRole>();
+    for (auto it = colors.cbegin(); it != colors.cend(); ++it) {
+        QByteArray name = it.key().toLatin1();
+        if (name.isEmpty())
+            continue;
+        name[0] = QChar::toUpper(uchar(name[0]));
+        bool ok = false;
+        const int role = roles.keyToValue(name.constData(), &ok);
+        const QColor color(it.value().toString());
+        if (ok && color.isValid())
+            palette.setColor(QPalette::ColorRole(role), color);
+    }
+    QGuiApplication::setPalette(palette);
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QUrl>
+#include <QVariantMap>
+#include <QtQml/qqmlregistration.h>
+
+#include <functional>
+
+// What the front end needs from the program that hosts it and that no dashboard class offers:
+// where its label folder is, whether a module's program is installed, the support addresses,
+// and switching the interface language. The host creates one and hands it to Main.qml.
+class HostServices : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The host program provides its services.")
+    Q_PROPERTY(QString labelFolder READ labelFolder CONSTANT)
+    Q_PROPERTY(int moduleStartTimeout READ moduleStartTimeout CONSTANT)
+    Q_PROPERTY(QString supportAddress READ supportAddress CONSTANT)
+    Q_PROPERTY(QString liveChatAddress READ liveChatAddress CONSTANT)
+    Q_PROPERTY(QString feedbackAddress READ feedbackAddress CONSTANT)
+    Q_PROPERTY(QString languageCode READ languageCode NOTIFY languageCodeChanged)
+
+public:
+    // Milliseconds a started module has to report its window before the front end gives up.
+    static constexpr int DEFAULT_MODULE_START_TIMEOUT = 20000;
+
+    using LanguageHandler = std::function<void(const QString &code)>;
+
+    explicit HostServices(const QString &labelFolder, QObject *parent = nullptr);
+
+    QString labelFolder() const { return m_labelFolder; }
+    int moduleStartTimeout() const { return m_moduleStartTimeout; }
+    void setModuleStartTimeout(int milliseconds) { m_moduleStartTimeout = milliseconds; }
+    QString supportAddress() const;
+    QString liveChatAddress() const;
+    QString feedbackAddress() const;
+    QString languageCode() const { return m_languageCode; }
+
+    void setLanguageHandler(LanguageHandler handler) { m_languageHandler = std::move(handler); }
+
+    // The file of a module's program beside the host, where the launcher starts it from.
+    Q_INVOKABLE QString programPath(const QString &executableName) const;
+    Q_INVOKABLE bool programExists(const QString &executableName) const;
+    Q_INVOKABLE bool folderExists(const QString &path) const;
+    Q_INVOKABLE QUrl folderUrl(const QString &path) const;
+    // Installs the translations of a locale code ("de_DE") and re-translates the interface.
+    Q_INVOKABLE void applyLanguage(const QString &code);
+    // The application palette, so Qt Quick Controls and their popups follow the theme; keys
+    // are QPalette role names in lower camel case ("window", "buttonText", ...).
+    Q_INVOKABLE void applyPalette(const QVariantMap &colors);
+
+Q_SIGNALS:
+    void languageCodeChanged();
+
+private:
+    QString m_labelFolder;
+    int m_moduleStartTimeout = DEFAULT_MODULE_START_TIMEOUT;
+    QString m_languageCode;
+    LanguageHandler m_languageHandler;
+};

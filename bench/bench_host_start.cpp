@@ -1,0 +1,141 @@
+// Start of the dashboard host to its first frame, beside an empty Qt Quick window measured in
+// the same run, and the resident memory of both once the frame is out. Each start is a fresh
+// process (this program again, in the role named by its first argument); the parent times
+// it from the start of the process to the child's report of its first frame.
+
+#include "dashboard_host.h"
+
+#include <dashboard_main_window.h>
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTemporaryDir>
+#include <QTextStream>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+constexpr int RUNS = 7;
+
+long residentKiB()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).trimmed().split(' ').first().toLong();
+    }
+    return -1;
+}
+
+// The child: show the window, and report the resident memory after its first frame.
+int child(int argc, char *argv[], bool host)
+{
+    QGuiApplication app(argc, argv);
+    std::unique_ptr<DashboardHost> dashboard;
+    std::unique_ptr<QQuickWindow> empty;
+    QQuickWindow *window = nullptr;
+    if (host) {
+        dashboard = std::make_unique<DashboardHost>();
+        DashboardHost::Options options;
+        options.labelFolder = QString::fromLocal8Bit(qgetenv("KORVEX_BENCH_LABELS"));
+        if (!dashboard->start(options))
+            return 2;
+        window = dashboard->window();
+    } else {
+        empty = std::make_unique<QQuickWindow>();
+        empty->resize(1024, 600);
+        (new QQuickItem(empty->contentItem()))->setSize(QSizeF(1024, 600));
+        empty->show();
+        window = empty.get();
+    }
+    QObject::connect(window, &QQuickWindow::frameSwapped, &app, [] {
+        std::printf("frame %ld\n", residentKiB());
+        std::fflush(stdout);
+        QCoreApplication::exit(0);
+    }, Qt::QueuedConnection);
+    return app.exec();
+}
+
+struct Run
+{
+    double ms;
+    long kib;
+};
+
+bool measure(const QString &role, Run *run)
+{
+    QProcess process;
+    process.setProgram(QCoreApplication::applicationFilePath());
+    process.setArguments({ role });
+    QElapsedTimer timer;
+    timer.start();
+    process.start();
+    if (!process.waitForFinished(60000) || process.exitCode() != 0)
+        return false;
+    run->ms = timer.nsecsElapsed() / 1e6;
+    const QByteArray out = process.readAllStandardOutput();
+    const int at = out.indexOf("frame ");
+    run->kib = at < 0 ? -1 : out.mid(at + 6).trimmed().toLong();
+    return at >= 0;
+}
+
+double median(QList<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values.at(values.size() / 2);
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    if (argc > 1 && qstrcmp(argv[1], "--host") == 0)
+        return child(argc, argv, true);
+    if (argc > 1 && qstrcmp(argv[1], "--empty") == 0)
+        return child(argc, argv, false);
+
+    QCoreApplication app(argc, argv);
+    QTemporaryDir home;
+    qputenv("HOME", home.path().toLocal8Bit());
+    qputenv("XDG_RUNTIME_DIR", home.path().toLocal8Bit());
+    qputenv("KORVEX_BENCH_LABELS", (home.path() + QStringLiteral("/labels")).toLocal8Bit());
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+
+    QList<double> hostMs, emptyMs, hostKiB, emptyKiB;
+    // Alternate the two, so a busy machine slows both alike; the first host run seeds the folder.
+    for (int i = 0; i < RUNS; ++i) {
+        Run run;
+        if (!measure(QStringLiteral("--empty"), &run)) {
+            std::fprintf(stderr, "empty Qt Quick window did not start\n");
+            return 1;
+        }
+        emptyMs.append(run.ms);
+        emptyKiB.append(run.kib);
+        if (!measure(QStringLiteral("--host"), &run)) {
+            std::fprintf(stderr, "dashboard host did not start\n");
+            return 1;
+        }
+        hostMs.append(run.ms);
+        hostKiB.append(run.kib);
+    }
+    const double ratio = median(hostMs) / median(emptyMs);
+    QTextStream out(stdout);
+    out << "start to first frame, median of " << RUNS << " (" << qgetenv("QT_QPA_PLATFORM") << "):\n"
+        << "  empty Qt Quick window  " << median(emptyMs) << " ms\n"
+        << "  dashboard host         " << median(hostMs) << " ms\n"
+        << "  ratio                  " << ratio << " (target 1.5)\n"
+        << "resident memory after the first frame:\n"
+        << "  empty Qt Quick window  " << median(emptyKiB) / 1024.0 << " MiB\n"
+        << "  dashboard host         " << median(hostKiB) / 1024.0 << " MiB\n";
+    return 0;
+}

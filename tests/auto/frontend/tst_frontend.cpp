@@ -1,0 +1,608 @@
+#include "dashboard_host.h"
+#include "host_services.h"
+#include "label_folder.h"
+
+#include <korvexdashboard.h>
+
+#include <QDesktopServices>
+#include <QDir>
+#include <QFile>
+#include <QJSValue>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QRegularExpression>
+#include <QSet>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+// Records the addresses the front end asks the desktop to open.
+class UrlRecorder : public QObject
+{
+    Q_OBJECT
+public:
+    QList<QUrl> urls;
+public Q_SLOTS:
+    void open(const QUrl &url) { urls.append(url); }
+};
+
+// Collects every warning (and worse) written while it lives: the front end must load and run
+// without any.
+class WarningCollector
+{
+public:
+    WarningCollector() { s_lines.clear(); m_previous = qInstallMessageHandler(handler); }
+    ~WarningCollector() { qInstallMessageHandler(m_previous); }
+    static QStringList lines() { return s_lines; }
+
+private:
+    static void handler(QtMsgType type, const QMessageLogContext &context, const QString &message)
+    {
+        if (type != QtDebugMsg && type != QtInfoMsg)
+            s_lines.append(QString::fromLatin1(context.category) + QLatin1String(": ") + message);
+    }
+    static inline QStringList s_lines;
+    QtMessageHandler m_previous = nullptr;
+};
+
+class tst_Frontend : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void loadsWithoutWarnings();
+    void everyPageFromTheNavigationBar();
+    void searchSortAndFavorite();
+    void enterAndLeaveFolders();
+    void changeAndResetSettings();
+    void aboutShowsTheLicence();
+
+    void emptyLabelFolder();
+    void missingLabelFolder();
+    void manyFilesStayResponsive();
+    void missingModuleExecutable();
+    void moduleThatNeverShowsItsWindow();
+    void missingLicenceFile();
+    void malformedSettingsFile_data();
+    void malformedSettingsFile();
+
+private:
+    bool startHost(const QString &labelFolder, bool seed = true);
+    QObject *find(const char *objectName) const;
+    QObject *rootObject(const char *property) const;
+    QQuickItem *findItem(QObject *in, const QString &objectName) const;
+    QList<QQuickItem *> findItems(QObject *in, const QString &objectName) const;
+    void click(QQuickItem *item);
+    void showPage(const QString &name);
+    QStringList names(QObject *list) const;
+    static QString recordName(QVariant value);
+    QString settingsFile() const;
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<WarningCollector> m_warnings;
+    std::unique_ptr<DashboardHost> m_host;
+    UrlRecorder m_urls;
+    QRegularExpression m_expectedWarning;
+};
+
+void tst_Frontend::initTestCase()
+{
+    QStandardPaths::setTestModeEnabled(true);
+    QDesktopServices::setUrlHandler(QStringLiteral("https"), &m_urls, "open");
+    QDesktopServices::setUrlHandler(QStringLiteral("file"), &m_urls, "open");
+}
+
+void tst_Frontend::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+    // Every test starts from a user with no settings.
+    QFile::remove(settingsFile());
+    m_urls.urls.clear();
+    m_warnings = std::make_unique<WarningCollector>();
+}
+
+void tst_Frontend::cleanup()
+{
+    m_host.reset();
+    QFile::remove(settingsFile());
+    QStringList warnings = WarningCollector::lines();
+    // Qt's own complaint about a value it cannot decode, from a test that writes one.
+    warnings.removeIf([this](const QString &line) { return m_expectedWarning.isValid()
+                                                           && !m_expectedWarning.pattern().isEmpty()
+                                                           && m_expectedWarning.match(line).hasMatch(); });
+    m_expectedWarning = QRegularExpression();
+    m_warnings.reset();
+    QVERIFY2(warnings.isEmpty(), qPrintable(warnings.join(QLatin1Char('\n'))));
+}
+
+QString tst_Frontend::settingsFile() const
+{
+    return QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Quorvane Inc"),
+                     QStringLiteral("KorvexPro")).fileName();
+}
+
+bool tst_Frontend::startHost(const QString &labelFolder, bool seed)
+{
+    m_host = std::make_unique<DashboardHost>();
+    DashboardHost::Options options;
+    options.labelFolder = labelFolder;
+    options.seedLabelFolder = seed;
+    if (!m_host->start(options)) {
+        qWarning("%s", qPrintable(m_host->errors().join(QLatin1Char('\n'))));
+        return false;
+    }
+    // Large enough for every navigation entry to be on screen.
+    m_host->window()->setGeometry(0, 0, 1400, 1000);
+    if (!QTest::qWaitForWindowExposed(m_host->window()))
+        return false;
+    // The lists fill right after the first frame.
+    for (const char *list : { "recentList", "labelList", "favoriteList" }) {
+        QObject *object = find(list);
+        if (!object || !QTest::qWaitFor([object] { return !object->property("busy").toBool(); }))
+            return false;
+    }
+    return true;
+}
+
+QObject *tst_Frontend::find(const char *objectName) const
+{
+    return m_host->rootItem()->findChild<QObject *>(QLatin1String(objectName));
+}
+
+QObject *tst_Frontend::rootObject(const char *property) const
+{
+    return m_host->rootItem()->property(property).value<QObject *>();
+}
+
+// The first visible item of that name under in, through the visual tree (delegates have no
+// QObject parent) and the object tree.
+// Layouts show their current child when they are polished, so an item may need a frame.
+QQuickItem *tst_Frontend::findItem(QObject *in, const QString &objectName) const
+{
+    QQuickItem *item = nullptr;
+    (void)QTest::qWaitFor([&] {
+        const QList<QQuickItem *> all = findItems(in, objectName);
+        item = all.isEmpty() ? nullptr : all.first();
+        return item != nullptr;
+    }, 2000);
+    return item;
+}
+
+QList<QQuickItem *> tst_Frontend::findItems(QObject *in, const QString &objectName) const
+{
+    QList<QQuickItem *> found;
+    QList<QObject *> pending { in };
+    QSet<QObject *> seen;
+    while (!pending.isEmpty()) {
+        QObject *object = pending.takeFirst();
+        if (seen.contains(object))
+            continue;
+        seen.insert(object);
+        auto *item = qobject_cast<QQuickItem *>(object);
+        if (item && object != in && item->objectName() == objectName && item->isVisible())
+            found.append(item);
+        if (item) {
+            const auto children = item->childItems();
+            for (QQuickItem *child : children)
+                pending.append(child);
+        }
+        const auto children = object->children();
+        for (QObject *child : children) {
+            pending.append(child);
+        }
+    }
+    return found;
+}
+
+void tst_Frontend::click(QQuickItem *item)
+{
+    QVERIFY(item);
+    QVERIFY(item->isVisible());
+    const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
+    QTest::mouseClick(m_host->window(), Qt::LeftButton, {}, centre.toPoint());
+}
+
+void tst_Frontend::showPage(const QString &name)
+{
+    QMetaObject::invokeMethod(m_host->rootItem(), "showPage", Q_ARG(QVariant, name));
+    if (name == QLatin1String("about"))
+        return;
+    const char *page = name == QLatin1String("settings") ? "settingsPage"
+            : name == QLatin1String("cloud")             ? "cloudPage"
+            : name == QLatin1String("resources")         ? "resourcesPage"
+                                                         : "homePage";
+    QObject *item = find(page);
+    QVERIFY(QTest::qWaitFor([item] { return item->property("visible").toBool(); }));
+}
+
+QStringList tst_Frontend::names(QObject *list) const
+{
+    QStringList result;
+    QVariant entries = list->property("entries");
+    if (entries.metaType() == QMetaType::fromType<QJSValue>())
+        entries = entries.value<QJSValue>().toVariant();
+    if (entries.canConvert<QList<DashboardFileInfoStruct>>()
+        && entries.metaType() == QMetaType::fromType<QList<DashboardFileInfoStruct>>()) {
+        for (const DashboardFileInfoStruct &record : entries.value<QList<DashboardFileInfoStruct>>())
+            result.append(record.labelFileName);
+        return result;
+    }
+    const QVariantList values = entries.toList();
+    for (const QVariant &value : values)
+        result.append(recordName(value));
+    return result;
+}
+
+QString tst_Frontend::recordName(QVariant value)
+{
+    if (value.metaType() == QMetaType::fromType<QJSValue>())
+        value = value.value<QJSValue>().toVariant();
+    if (value.metaType() == QMetaType::fromType<DashboardFileInfoStruct>())
+        return value.value<DashboardFileInfoStruct>().labelFileName;
+    return value.toMap().value(QStringLiteral("labelFileName")).toString();
+}
+
+void tst_Frontend::loadsWithoutWarnings()
+{
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    QVERIFY(m_host->window()->isVisible());
+    QObject *nav = find("navigationBar");
+    QVERIFY(nav);
+    QCOMPARE(nav->property("navItems").toList().size(), 14);
+    // The seeded folder shows on Home: five recently viewed labels, one of them a favourite.
+    QCOMPARE(find("recentList")->property("count").toInt(), 5);
+    QCOMPARE(find("favoriteList")->property("count").toInt(), 1);
+    QCOMPARE(m_host->rootItem()->property("page").toString(), QStringLiteral("home"));
+}
+
+void tst_Frontend::everyPageFromTheNavigationBar()
+{
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    QQuickItem *root = m_host->rootItem();
+    using G = DashboardGlobal;
+    const struct {
+        int navType;
+        const char *page;
+    } pages[] = { { G::NAV_CLOUD, "cloud" }, { G::NAV_RESOURCES, "resources" }, { G::NAV_HOME, "home" } };
+    for (const auto &entry : pages) {
+        click(findItem(root, QStringLiteral("nav_%1_-1").arg(entry.navType)));
+        QCOMPARE(root->property("page").toString(), QLatin1String(entry.page));
+    }
+    QVERIFY(find("cloudPage")->property("visible").toBool() == false);
+    QVERIFY(find("homePage")->property("visible").toBool());
+
+    // Support, live chat and feedback open their addresses.
+    const int links[] = { G::NAV_URL_SUPPORT, G::NAV_URL_LIVECHAT, G::NAV_URL_FEEDBACK };
+    for (int navType : links)
+        click(findItem(root, QStringLiteral("nav_%1_-1").arg(navType)));
+    QCOMPARE(m_urls.urls.size(), 3);
+    QCOMPARE(m_urls.urls.at(0).toString(), m_host->services()->supportAddress());
+    QCOMPARE(m_urls.urls.at(1).toString(), m_host->services()->liveChatAddress());
+    QCOMPARE(m_urls.urls.at(2).toString(), m_host->services()->feedbackAddress());
+    QCOMPARE(root->property("page").toString(), QStringLiteral("home"));
+
+    // Settings and About through the overflow menu; Quit asks the engine to quit.
+    QObject *menu = rootObject("overflowMenu");
+    click(findItem(root, QStringLiteral("overflowButton")));
+    QTRY_VERIFY(menu->property("opened").toBool());
+    click(findItem(menu, QStringLiteral("menu_%1").arg(MeatballsNavigationModel::NAV_SETTINGS)));
+    QTRY_VERIFY(!menu->property("visible").toBool());
+    QCOMPARE(root->property("page").toString(), QStringLiteral("settings"));
+    QVERIFY(find("settingsPage")->property("visible").toBool());
+
+    QObject *about = rootObject("aboutDialog");
+    QMetaObject::invokeMethod(menu, "chosen", Q_ARG(int, MeatballsNavigationModel::NAV_ABOUT));
+    QTRY_VERIFY(about->property("opened").toBool());
+    QMetaObject::invokeMethod(about, "close");
+    QTRY_VERIFY(!about->property("visible").toBool());
+
+    QSignalSpy quit(m_host->engine(), &QQmlEngine::quit);
+    QMetaObject::invokeMethod(menu, "chosen", Q_ARG(int, MeatballsNavigationModel::NAV_QUIT));
+    QCOMPARE(quit.count(), 1);
+}
+
+void tst_Frontend::searchSortAndFavorite()
+{
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    QObject *recent = find("recentList");
+    QObject *sortBox = find("sortBox");
+    QVERIFY(recent && sortBox);
+
+    // Sorted by name, then the other way round, through the sort box.
+    int index = -1;
+    QMetaObject::invokeMethod(sortBox, "indexOfValue", Q_RETURN_ARG(int, index),
+                              Q_ARG(QVariant, int(DashboardGlobal::Z_TO_A)));
+    sortBox->setProperty("currentIndex", index);
+    QMetaObject::invokeMethod(sortBox, "activated", Q_ARG(int, index));
+    QStringList shown = names(recent);
+    QCOMPARE(shown.size(), 5);
+    QStringList expected = shown;
+    std::sort(expected.begin(), expected.end(), [](const QString &a, const QString &b) {
+        return a.toLower() > b.toLower();
+    });
+    QCOMPARE(shown, expected);
+
+    // Search as you type.
+    QQuickItem *search = qobject_cast<QQuickItem *>(find("searchField"));
+    search->forceActiveFocus();
+    for (char key : { 'e', 'x', 'i', 't' })
+        QTest::keyClick(m_host->window(), key);
+    QTRY_COMPARE(names(recent), QStringList { QStringLiteral("Emergency Exit.kxld") });
+    QTest::keyClick(m_host->window(), Qt::Key_Escape);
+    QTRY_COMPARE(names(recent).size(), 5);
+
+    // The star of a tile toggles the favourite; the favourites list follows.
+    QCOMPARE(find("favoriteList")->property("count").toInt(), 1);
+    QQuickItem *grid = qobject_cast<QQuickItem *>(find("fileGrid"));
+    const auto stars = findItems(recent, QStringLiteral("favoriteButton"));
+    QQuickItem *star = nullptr;
+    for (QQuickItem *candidate : stars) {
+        QObject *tile = candidate->parentItem()->parentItem();
+        if (candidate->isVisible()
+            && recordName(tile->property("modelData")) == QLatin1String("Solvent Cabinet.kxcl"))
+            star = candidate;
+    }
+    QVERIFY(grid);
+    QVERIFY(star);
+    click(star);
+    QTRY_COMPARE(find("favoriteList")->property("count").toInt(), 2);
+    QVERIFY(names(find("favoriteList")).contains(QStringLiteral("Solvent Cabinet.kxcl")));
+}
+
+void tst_Frontend::enterAndLeaveFolders()
+{
+    const QString folder = m_dir->filePath(QStringLiteral("labels"));
+    QVERIFY(startHost(folder));
+    showPage(QStringLiteral("mylabels"));
+    QObject *labels = find("labelList");
+    QObject *home = find("homePage");
+    // Folders first, in the order the controller puts them, then the files of the folder.
+    QStringList shown = names(labels);
+    QCOMPARE(shown.mid(0, 2), (QStringList { QStringLiteral("Line 2"), QStringLiteral("Archive") }));
+    QCOMPARE(shown.size(), 2 + 9);
+
+    QMetaObject::invokeMethod(home, "enterFolder", Q_ARG(QVariant, QStringLiteral("Line 2")));
+    QCOMPARE(home->property("currentFolder").toString(), folder + QStringLiteral("/Line 2"));
+    QTRY_COMPARE(names(labels).size(), 2);
+    QVERIFY(findItem(home, QStringLiteral("crumb_1")));
+
+    click(findItem(home, QStringLiteral("upButton")));
+    QCOMPARE(home->property("currentFolder").toString(), folder);
+    QTRY_COMPARE(names(labels).size(), 11);
+
+    // The folder opens in the file browser.
+    click(findItem(home, QStringLiteral("openFolderButton")));
+    QCOMPARE(m_urls.urls, QList<QUrl> { QUrl::fromLocalFile(folder) });
+}
+
+void tst_Frontend::changeAndResetSettings()
+{
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    showPage(QStringLiteral("settings"));
+    QObject *settings = rootObject("settings");
+    QObject *page = find("settingsPage");
+
+    // The sections by keyboard: two down from Units is Appearance.
+    auto *sections = qobject_cast<QQuickItem *>(find("settingsSections"));
+    sections->forceActiveFocus();
+    QTest::keyClick(m_host->window(), Qt::Key_Down);
+    QTest::keyClick(m_host->window(), Qt::Key_Down);
+    QTest::keyClick(m_host->window(), Qt::Key_Return);
+    QCOMPARE(page->property("section").toInt(), int(SettingsNavigationModel::NAV_APPEARANCE));
+    click(findItem(page, QStringLiteral("darkTheme")));
+    QCOMPARE(settings->property("settingAppearance").toBool(), false);
+
+    page->setProperty("section", int(SettingsNavigationModel::NAV_UNITS));
+    click(findItem(page, QStringLiteral("units_2")));
+    QCOMPARE(page->property("units").toInt(), 2);
+    {
+        QSettings store(settingsFile(), QSettings::IniFormat);
+        QCOMPARE(store.value(QStringLiteral("locale/units")).toInt(), 2);
+        QCOMPARE(store.value(QStringLiteral("appearance")).toBool(), false);
+    }
+
+    // German at once: the navigation names come from the shipped translation.
+    QMetaObject::invokeMethod(page, "setLanguage", Q_ARG(QVariant, 1));
+    QCOMPARE(m_host->services()->languageCode(), QStringLiteral("de_DE"));
+    QVariantList nav = find("navigationBar")->property("navItems").toList();
+    QCOMPARE(nav.first().value<NavigationItem>().navName, QStringLiteral("Startseite"));
+
+    // Reset through its dialog.
+    page->setProperty("section", int(SettingsNavigationModel::NAV_RESET));
+    click(findItem(page, QStringLiteral("resetButton")));
+    QObject *dialog = page->property("resetDialog").value<QObject *>();
+    QTRY_VERIFY(dialog->property("opened").toBool());
+    QMetaObject::invokeMethod(dialog, "reset");
+    QCOMPARE(settings->property("settingAppearance").toBool(), true);
+    QCOMPARE(page->property("units").toInt(), 0);
+    QCOMPARE(m_host->services()->languageCode(), QStringLiteral("en_US"));
+    nav = find("navigationBar")->property("navItems").toList();
+    QCOMPARE(nav.first().value<NavigationItem>().navName, QStringLiteral("Home"));
+}
+
+void tst_Frontend::aboutShowsTheLicence()
+{
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    showPage(QStringLiteral("about"));
+    QObject *about = rootObject("aboutDialog");
+    QTRY_VERIFY(about->property("opened").toBool());
+    QFile english(QCoreApplication::applicationDirPath() + QStringLiteral("/eulas/license-Korvex PRO_EN.txt"));
+    QVERIFY(english.open(QIODevice::ReadOnly | QIODevice::Text));
+    QObject *text = about->property("licenseArea").value<QObject *>();
+    QCOMPARE(text->property("text").toString(), QString::fromUtf8(english.readAll()));
+    QVERIFY(about->findChild<QObject *>(QStringLiteral("installedVersion")));
+}
+
+void tst_Frontend::emptyLabelFolder()
+{
+    const QString folder = m_dir->filePath(QStringLiteral("empty"));
+    QVERIFY(QDir().mkpath(folder));
+    QVERIFY(startHost(folder, false));
+    showPage(QStringLiteral("mylabels"));
+    QObject *labels = find("labelList");
+    QCOMPARE(labels->property("count").toInt(), 0);
+    QQuickItem *empty = findItem(labels, QStringLiteral("emptyState"));
+    QVERIFY(empty);
+    QCOMPARE(empty->property("title").toString(), QStringLiteral("This folder has no labels yet"));
+    QCOMPARE(empty->property("error").toBool(), false);
+    QVERIFY(findItem(find("recentList"), QStringLiteral("emptyState")) == nullptr); // hidden tab
+    showPage(QStringLiteral("home"));
+    QCOMPARE(findItem(find("recentList"), QStringLiteral("emptyState"))->property("title").toString(),
+             QStringLiteral("No recently viewed labels"));
+}
+
+void tst_Frontend::missingLabelFolder()
+{
+    const QString folder = m_dir->filePath(QStringLiteral("gone"));
+    QVERIFY(startHost(folder, false));
+    QVERIFY(!QFileInfo::exists(folder));
+    showPage(QStringLiteral("mylabels"));
+    QQuickItem *empty = findItem(find("labelList"), QStringLiteral("emptyState"));
+    QVERIFY(empty);
+    QVERIFY(empty->property("error").toBool());
+    QCOMPARE(empty->property("title").toString(), QStringLiteral("The label folder cannot be found"));
+    QVERIFY(empty->property("message").toString().contains(folder));
+    // The rest keeps working.
+    click(findItem(m_host->rootItem(), QStringLiteral("nav_%1_-1").arg(DashboardGlobal::NAV_RESOURCES)));
+    QCOMPARE(m_host->rootItem()->property("page").toString(), QStringLiteral("resources"));
+}
+
+void tst_Frontend::manyFilesStayResponsive()
+{
+    const QString folder = m_dir->filePath(QStringLiteral("many"));
+    QVERIFY(QDir().mkpath(folder));
+    const int count = 20000;
+    for (int i = 0; i < count; ++i) {
+        QFile file(folder + QStringLiteral("/label %1.kxld").arg(i, 5, 10, QLatin1Char('0')));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+    }
+    QVERIFY(startHost(folder, false));
+    showPage(QStringLiteral("mylabels"));
+    QObject *labels = find("labelList");
+    QCOMPARE(labels->property("count").toInt(), count);
+
+    // A reload shows the busy indicator until the list is filled again.
+    QMetaObject::invokeMethod(labels, "reload");
+    QQuickItem *busy = findItem(labels, QStringLiteral("listBusyIndicator"));
+    QVERIFY(busy);
+    QVERIFY(busy->property("running").toBool());
+    QTRY_VERIFY(!labels->property("busy").toBool());
+    QCOMPARE(labels->property("count").toInt(), count);
+
+    // Only the tiles on screen exist, at the top and at the end of the list.
+    QQuickItem *grid = qobject_cast<QQuickItem *>(labels->findChild<QObject *>(QStringLiteral("fileGrid")));
+    const auto delegates = [grid] {
+        int n = 0;
+        for (QQuickItem *child : grid->property("contentItem").value<QQuickItem *>()->childItems())
+            n += child->isVisible() ? 1 : 0;
+        return n;
+    };
+    QVERIFY2(delegates() < 200, qPrintable(QString::number(delegates())));
+    QMetaObject::invokeMethod(grid, "positionViewAtEnd");
+    QTRY_VERIFY(delegates() > 0);
+    QVERIFY2(delegates() < 200, qPrintable(QString::number(delegates())));
+}
+
+void tst_Frontend::missingModuleExecutable()
+{
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    QObject *modules = rootObject("moduleHost");
+    using G = DashboardGlobal;
+    QQuickItem *button = findItem(m_host->rootItem(), QStringLiteral("nav_%1_%2").arg(G::NAV_APP).arg(G::APP_SYMBOLCREATOR));
+    click(button);
+    QVERIFY(modules->property("loading").toMap().isEmpty());
+    QVERIFY(!findItem(button, QStringLiteral("navBusyIndicator")));
+    QQuickItem *notice = findItem(m_host->rootItem(), QStringLiteral("moduleNotice"));
+    QVERIFY(notice);
+    QVERIFY(notice->property("shown").toBool());
+    QTRY_VERIFY(notice->height() > 0);
+    QVERIFY(notice->property("error").toBool());
+    QVERIFY(notice->property("text").toString().contains(QStringLiteral("SymbolCreatorAppMain.exe is not installed")));
+    // Dismissed, and the dashboard goes on.
+    click(findItem(notice, QStringLiteral("moduleNoticeDismiss")));
+    QTRY_VERIFY(!notice->property("shown").toBool());
+    QTRY_COMPARE(notice->height(), 0.0);
+}
+
+void tst_Frontend::moduleThatNeverShowsItsWindow()
+{
+    // A program under the module's name that ends without ever announcing a window.
+    const QString program = QCoreApplication::applicationDirPath() + QStringLiteral("/NFPAMain.exe");
+    {
+        QFile file(program);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("#!/bin/sh\nexit 0\n");
+    }
+    QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    QObject *modules = rootObject("moduleHost");
+    using G = DashboardGlobal;
+    QQuickItem *button = findItem(m_host->rootItem(), QStringLiteral("nav_%1_%2").arg(G::NAV_APP).arg(G::APP_NFPA));
+    click(button);
+    QVERIFY(modules->property("loading").toMap().contains(QString::number(G::APP_NFPA)));
+    QVERIFY(findItem(button, QStringLiteral("navBusyIndicator")));
+    // The start timeout is 1.5 s in this test.
+    QTRY_VERIFY_WITH_TIMEOUT(modules->property("loading").toMap().isEmpty(), 10000);
+    QVERIFY(!findItem(button, QStringLiteral("navBusyIndicator")));
+    QVERIFY(modules->property("message").toString().startsWith(QStringLiteral("NFPA did not start")));
+    QFile::remove(program);
+}
+
+void tst_Frontend::missingLicenceFile()
+{
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    showPage(QStringLiteral("settings"));
+    // French has no licence file beside the program.
+    QMetaObject::invokeMethod(find("settingsPage"), "setLanguage", Q_ARG(QVariant, 2));
+    QCOMPARE(m_host->services()->languageCode(), QStringLiteral("fr_FR"));
+    showPage(QStringLiteral("about"));
+    QObject *about = rootObject("aboutDialog");
+    QTRY_VERIFY(about->property("opened").toBool());
+    QObject *text = about->property("licenseArea").value<QObject *>();
+    QVERIFY(text->property("text").toString().startsWith(QStringLiteral("Error: Unable to load license file ")));
+    QVERIFY(text->property("text").toString().endsWith(QStringLiteral("license-Korvex PRO_FR.txt")));
+}
+
+void tst_Frontend::malformedSettingsFile_data()
+{
+    QTest::addColumn<QByteArray>("contents");
+    QTest::newRow("binary noise") << QByteArray("\x00\xff\xfe[[[\n=\n\x01\x02", 12);
+    QTest::newRow("wrong types") << QByteArray("[General]\nappearance=@Variant(\\0\\0\\0\\x7f\\0\\0\\0\\x3garbage)\n"
+                                               "sendAnalytics=(1, 2)\n[locale]\nunits=many\nlanguage=xx_XX\n");
+    QTest::newRow("truncated section") << QByteArray("[locale\nunits=3\n[General]\nappearance");
+}
+
+void tst_Frontend::malformedSettingsFile()
+{
+    QFETCH(QByteArray, contents);
+    m_expectedWarning = QRegularExpression(QStringLiteral("^default: QVariant::load: unknown user type"));
+    QDir().mkpath(QFileInfo(settingsFile()).absolutePath());
+    {
+        QFile file(settingsFile());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(contents);
+    }
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    showPage(QStringLiteral("settings"));
+    QObject *page = find("settingsPage");
+    QVERIFY(page->property("units").toInt() >= 0);
+    // Settings can still be changed and reset.
+    page->setProperty("section", int(SettingsNavigationModel::NAV_UNITS));
+    click(findItem(page, QStringLiteral("units_1")));
+    QCOMPARE(page->property("units").toInt(), 1);
+    QMetaObject::invokeMethod(page, "reset");
+    QCOMPARE(page->property("units").toInt(), 0);
+    QCOMPARE(rootObject("settings")->property("settingAppearance").toBool(), true);
+}
+
+QTEST_MAIN(tst_Frontend)
+#include "tst_frontend.moc"
