@@ -98,7 +98,8 @@ KORVEXDASHBOARD_EXPORT QByteArray encode(const MessageStruct &message);
 KORVEXDASHBOARD_EXPORT bool decode(const void *data, quint32 size, MessageStruct *message);
 
 // Runs a request record on target through the meta-object system and returns the reply's
-// value (a null variant for "v", an unknown type code or a null target).
+// value: a null variant for "v" or an unknown type code, else a variant of the code's type
+// (its empty value when no method was called, a null target included).
 KORVEXDASHBOARD_EXPORT QVariant invokeRequest(QObject *target, const MessageStruct &request);
 
 // Registers SupplyInformation and MessageStruct with the meta-type system under their names.

@@ -139,6 +139,7 @@ private Q_SLOTS:
     void voidCallReachesNothing_data();
     void voidCallReachesNothing();
     void unknownCodeMakesNoCall();
+    void nullTarget_data();
     void nullTarget();
     void returnTypeMismatchMakesNoCall();
     void threeMixedArguments();
@@ -739,10 +740,46 @@ void tst_QVIPCMessage::unknownCodeMakesNoCall()
     QVERIFY(m_target->calls.isEmpty());
 }
 
+void tst_QVIPCMessage::nullTarget_data()
+{
+    QTest::addColumn<QString>("code");
+    QTest::addColumn<QVariant>("empty");
+    QTest::newRow("i") << "i" << QVariant(0);
+    QTest::newRow("j") << "j" << QVariant::fromValue<quint32>(0);
+    QTest::newRow("y") << "y" << QVariant::fromValue<quint64>(0);
+    QTest::newRow("b") << "b" << QVariant(false);
+    QTest::newRow("7QString") << "7QString" << QVariant(QString());
+    QTest::newRow("11QStringList") << "11QStringList" << QVariant(QStringList());
+    QTest::newRow("5QListI7QStringE") << "5QListI7QStringE" << QVariant(QStringList());
+    QTest::newRow("4QMapI7QString8QVariantE") << "4QMapI7QString8QVariantE"
+                                              << QVariant(QVariantMap());
+    QTest::newRow("5QHashI7QString8QVariantE") << "5QHashI7QString8QVariantE"
+                                               << QVariant(QVariantHash());
+    QTest::newRow("5QListI8QVariantE") << "5QListI8QVariantE" << QVariant(QVariantList());
+    QTest::newRow("f") << "f" << QVariant(0.0f);
+    QTest::newRow("d") << "d" << QVariant(0.0);
+    QTest::newRow("10QByteArray") << "10QByteArray" << QVariant(QByteArray());
+    QTest::newRow("17SupplyInformation") << "17SupplyInformation"
+                                         << QVariant::fromValue(SupplyInformation());
+    QTest::newRow("v") << "v" << QVariant();
+    QTest::newRow("unknown code") << "zz" << QVariant();
+}
+
 void tst_QVIPCMessage::nullTarget()
 {
-    QVERIFY(!QVIPCMessage::invokeRequest(nullptr, request("text", "7QString", { "-" })).isValid());
-    QVERIFY(!QVIPCMessage::invokeRequest(nullptr, request("text", "v", { "-" })).isValid());
+    QFETCH(QString, code);
+    QFETCH(QVariant, empty);
+    // A typed request without a target is answered like one whose target lacks the method.
+    MessageStruct reply = request("noSuchMethod", code, { "-" });
+    reply.data = QVIPCMessage::invokeRequest(nullptr, reply);
+    QCOMPARE(reply.data.metaType(), empty.metaType());
+    QCOMPARE(reply.data, empty);
+    QCOMPARE(reply.data.isNull(), !empty.isValid());
+
+    MessageStruct missing = request("noSuchMethod", code, { "-" });
+    missing.data = QVIPCMessage::invokeRequest(m_target, missing);
+    QVERIFY(m_target->calls.isEmpty());
+    QCOMPARE(QVIPCMessage::encode(reply), QVIPCMessage::encode(missing));
 }
 
 void tst_QVIPCMessage::returnTypeMismatchMakesNoCall()
