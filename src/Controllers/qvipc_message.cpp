@@ -7,6 +7,7 @@
 #include <QMetaObject>
 #include <QObject>
 #include <QVarLengthArray>
+#include <QVersionNumber>
 
 #include <cstring>
 #include <new>
@@ -296,6 +297,8 @@ void registerTypes()
 {
     qRegisterMetaType<SupplyInformation>("SupplyInformation");
     qRegisterMetaType<MessageStruct>("MessageStruct");
+    // A Core value type modules may send by name: Qt reads it only once it is registered.
+    qRegisterMetaType<QVersionNumber>("QVersionNumber");
 }
 
 } // namespace QVIPCMessage

@@ -287,6 +287,13 @@ void tst_QVIPCHelper_win32::moduleEvents_data()
     QTest::newRow("supplyModuleReady") << qint8(0) << "supplyModuleReady"
             << QVariantList{ 1234, 5678, "Pipe Marking" } << ready
             << QVariantList{ 1234, 5678, "Pipe Marking" };
+    // Any Qt Core value type a module sends is read, and converted as the row says.
+    QTest::newRow("supplyModuleReady ulong") << qint8(0) << "supplyModuleReady"
+            << QVariantList{ 1234, QVariant::fromValue<ulong>(5678), "N" } << ready
+            << QVariantList{ 1234, 5678, "N" };
+    QTest::newRow("supplyModuleReady short, long, QChar") << qint8(0) << "supplyModuleReady"
+            << QVariantList{ QVariant::fromValue<short>(12), QVariant::fromValue<long>(34),
+                             QChar(u'Z') } << ready << QVariantList{ 12, 34, "Z" };
     QTest::newRow("supplyModuleReady padded") << qint8(2) << "supplyModuleReady"
             << QVariantList{ 1234, 5678, "Arc Flash", "-" } << ready
             << QVariantList{ 1234, 5678, "Arc Flash" };
