@@ -62,6 +62,8 @@ private Q_SLOTS:
     void moduleEvents();
     void methodTypeIsCheckedFirst_data();
     void methodTypeIsCheckedFirst();
+    void eventNamesAreCaseSensitive_data();
+    void eventNamesAreCaseSensitive();
     void requestsAreAnsweredToTheSender_data();
     void requestsAreAnsweredToTheSender();
     void requestWithNullSenderIsStillInvoked();
@@ -73,6 +75,7 @@ private Q_SLOTS:
     void broadcastWithoutModulesSendsNothing();
     void broadcastToADeadHandle();
     void moduleUnregisteringDuringABroadcast();
+    void broadcastGoesToTheModulesListedWhenItStarted();
     void postMessageToAllModules();
     void printerFileChangesAreBroadcast();
     void encodingFailures();
@@ -378,6 +381,36 @@ void tst_QVIPCHelper_win32::methodTypeIsCheckedFirst()
     QVERIFY(log.lines().isEmpty()); // dropped without a word
 }
 
+void tst_QVIPCHelper_win32::eventNamesAreCaseSensitive_data()
+{
+    QTest::addColumn<QString>("name");
+    for (const char *name : { "setmoduleprintername", "SupplyModuleReady", "OPENLABELFILE",
+                              "applicationwasclicked", "applicationFocused " })
+        QTest::newRow(name) << QString::fromLatin1(name);
+}
+
+void tst_QVIPCHelper_win32::eventNamesAreCaseSensitive()
+{
+    // A name that differs from an event's only in case is no event: it is a request, run on
+    // the target and answered.
+    QFETCH(QString, name);
+    QList<std::shared_ptr<QSignalSpy>> spies;
+    for (const char *s : { SIGNAL(modulePrinterChangeSignal(QString)),
+                           SIGNAL(applicationReady(int,int,QString)), SIGNAL(openLabel(QString)),
+                           SIGNAL(applicationClicked()), SIGNAL(applicationFocused(bool,uint)) })
+        spies << std::make_shared<QSignalSpy>(m_helper.get(), s);
+    registerModule(m_moduleA);
+    m_backend->clearCalls();
+    deliverRecord(record(0, name, { 1, 2, "x" }, "i"), m_moduleA);
+    for (const auto &spy : std::as_const(spies))
+        QVERIFY(spy->isEmpty());
+    const auto sent = sentRecords();
+    QCOMPARE(sent.size(), 1);
+    QCOMPARE(sent[0].first.arguments[0].value<quint64>(), quint64(m_moduleA));
+    QCOMPARE(sent[0].second.methodName, name);
+    QCOMPARE(sent[0].second.data, QVariant(0));
+}
+
 void tst_QVIPCHelper_win32::requestsAreAnsweredToTheSender_data()
 {
     QTest::addColumn<qint8>("methodType");
@@ -614,6 +647,27 @@ void tst_QVIPCHelper_win32::moduleUnregisteringDuringABroadcast()
     const auto sent = sentRecords();
     QCOMPARE(sent.size(), 2); // B still gets it
     QCOMPARE(m_helper->registeredModules(), QList<WindowHandle>{ m_moduleB });
+}
+
+void tst_QVIPCHelper_win32::broadcastGoesToTheModulesListedWhenItStarted()
+{
+    // While module A handles the broadcast, B unregisters and C registers: B still gets it,
+    // C does not.
+    const WindowHandle moduleC = m_backend->addWindow();
+    registerModule(m_moduleA);
+    registerModule(m_moduleB);
+    m_backend->setMessageHandler(m_moduleA, [&](WindowHandle, MessageId, WParam, LParam) {
+        deliver(m_backend->registerMessageName(QStringLiteral("unregisterQVIPC")), m_moduleB, 0);
+        registerModule(moduleC);
+        return LResult(0);
+    });
+    m_backend->clearCalls();
+    m_helper->closeApplicationRequest();
+    const auto sent = sentRecords();
+    QCOMPARE(sent.size(), 2);
+    QCOMPARE(sent[0].first.arguments[0].value<quint64>(), quint64(m_moduleA));
+    QCOMPARE(sent[1].first.arguments[0].value<quint64>(), quint64(m_moduleB));
+    QCOMPARE(m_helper->registeredModules(), (QList<WindowHandle>{ m_moduleA, moduleC }));
 }
 
 void tst_QVIPCHelper_win32::postMessageToAllModules()
