@@ -32,8 +32,10 @@ constexpr qint64 JsonContainerCost = 256;
 // So does a URL: its parsed parts (about 260 bytes for "a", ten bytes on the wire).
 constexpr qint64 UrlCost = 256;
 
-// QDateTime's spec byte that makes Qt open a time zone file named by the block.
-constexpr char TimeZoneSpec = 3;
+// QDateTime's spec bytes read: local time, UTC, an offset. A time zone (3) makes Qt open the
+// file the block names; other values make Qt 6.4 build a date-time in an invalid zone, which
+// it writes back as a time zone.
+constexpr char LastPlainSpec = 2;
 
 // As QDataStream's own containers treat the stream's status: a container starts from Ok (so
 // it is read even after an earlier corrupt value), and an earlier failure wins at its end.
@@ -296,7 +298,7 @@ void MessageReader::readVariant(QVariant *value, int depth)
             m_in.setStatus(QDataStream::ReadCorruptData);
             return;
         }
-    } else if (typeId != QMetaType::UnknownType) {
+    } else if (typeId != QMetaType::UnknownType && QMetaType::isRegistered(int(typeId))) {
         type = QMetaType(int(typeId));
     }
     // A type this process does not know is read as a null variant, as Qt reads it.
@@ -344,9 +346,9 @@ void MessageReader::readAllowedValue(QMetaType type, QVariant *value, bool isNul
         readThroughQt(type, slotOf(value, type, isNull), -1);
         return;
     case QMetaType::QDateTime: {
-        // Date, time, spec byte: a time zone spec names a file that Qt would open.
+        // Date, time, spec byte.
         const QByteArray head = m_in.device()->peek(8 + 4 + 1);
-        if (head.size() == 13 && head.at(12) == TimeZoneSpec) {
+        if (head.size() == 13 && (head.at(12) < 0 || head.at(12) > LastPlainSpec)) {
             refuse();
             return;
         }

@@ -467,6 +467,10 @@ void tst_MessageReader::typeWhitelist_data()
     // A date-time in a time zone: Qt opens the zone's file, by a name the block gives.
     QTest::newRow("QDateTime in a time zone") << variantHeader(QMetaType::QDateTime)
             + QByteArray(13, '\3') + str("../../../etc/passwd");
+    // Any other spec: Qt makes a date-time in an invalid zone of it, and writes it back as
+    // a zone by name.
+    QTest::newRow("QDateTime spec 7") << variantHeader(QMetaType::QDateTime)
+            + QByteArray::fromHex("0000000000258a98" "0038cef8" "07");
     // A function pointer from the block.
     QTest::newRow("QEasingCurve") << variantHeader(QMetaType::QEasingCurve) + QByteArray(40, '\1');
     // Parsers whose inputs allocate from counts (CBOR) or compile later (patterns).
