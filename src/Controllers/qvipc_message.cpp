@@ -7,6 +7,7 @@
 #include <QMetaObject>
 #include <QObject>
 #include <QVarLengthArray>
+#include <QVersionNumber>
 
 #include <cstring>
 #include <new>
@@ -274,11 +275,9 @@ QVariant invokeRequest(QObject *target, const MessageStruct &request)
         arguments.prepend(CallArgument());     // the extra leading empty argument of "v"
 
     QVariant result = slot.isVoid ? QVariant() : QVariant(slot.type);
-    if (!target)
-        return QVariant();
-
-    const QMetaObject *meta = target->metaObject();
-    const int index = findMethod(meta, request.methodName.toUtf8(), arguments);
+    // A missing target is answered like a target without the method: the empty value.
+    const QMetaObject *meta = target ? target->metaObject() : nullptr;
+    const int index = meta ? findMethod(meta, request.methodName.toUtf8(), arguments) : -1;
     if (index >= 0) {
         const QMetaMethod method = meta->method(index);
         if (slot.isVoid || returnTypeMatches(method, slot.name)) {
@@ -298,6 +297,8 @@ void registerTypes()
 {
     qRegisterMetaType<SupplyInformation>("SupplyInformation");
     qRegisterMetaType<MessageStruct>("MessageStruct");
+    // A Core value type modules may send by name: Qt reads it only once it is registered.
+    qRegisterMetaType<QVersionNumber>("QVersionNumber");
 }
 
 } // namespace QVIPCMessage

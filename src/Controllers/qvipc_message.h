@@ -75,11 +75,13 @@ struct KORVEXDASHBOARD_EXPORT MessageStruct
     bool operator!=(const MessageStruct &other) const { return !(*this == other); }
 };
 KORVEXDASHBOARD_EXPORT QDataStream &operator<<(QDataStream &out, const MessageStruct &message);
-// Safe on any bytes: a block that is short, lies about its counts, nests too deeply or names a
-// type this protocol does not carry ends where it breaks the rules; what was read stands and
-// the rest keeps its defaults.
+// Safe on any bytes, and otherwise Qt's own reading: the record plain QDataStream reads from
+// the block wherever that is safe (a list cut short reads as empty). A block that lies about
+// a count, nests too deeply or names a type outside the allow-list (docs/message_format.md)
+// ends there; the containers around it read as empty and the rest keeps its defaults.
 // The record is reset to its defaults first. The stream's status becomes ReadPastEnd when the
-// block was cut short and ReadCorruptData when it broke a rule; decoding does not look at it.
+// block was cut short and ReadCorruptData when it held a corrupt value or was refused;
+// decoding does not look at it. Nothing is read from a stream that has already failed.
 KORVEXDASHBOARD_EXPORT QDataStream &operator>>(QDataStream &in, MessageStruct &message);
 
 Q_DECLARE_METATYPE(SupplyInformation)
@@ -98,7 +100,8 @@ KORVEXDASHBOARD_EXPORT QByteArray encode(const MessageStruct &message);
 KORVEXDASHBOARD_EXPORT bool decode(const void *data, quint32 size, MessageStruct *message);
 
 // Runs a request record on target through the meta-object system and returns the reply's
-// value (a null variant for "v", an unknown type code or a null target).
+// value: a null variant for "v" or an unknown type code, else a variant of the code's type
+// (its empty value when no method was called, a null target included).
 KORVEXDASHBOARD_EXPORT QVariant invokeRequest(QObject *target, const MessageStruct &request);
 
 // Registers SupplyInformation and MessageStruct with the meta-type system under their names.

@@ -1,10 +1,12 @@
 #include "Controllers/qvipc_message_reader_p.h"
 
+#include <QByteArrayList>
 #include <QIODevice>
+#include <QVersionNumber>
 #include <QtEndian>
 
-#include <climits>
 #include <cstring>
+#include <limits>
 
 namespace {
 
@@ -12,10 +14,7 @@ namespace {
 constexpr qint64 MinStringSize = 4;                              // length only
 constexpr qint64 MinVariantSize = 5;                             // type id + null flag
 constexpr qint64 MinMapEntrySize = MinStringSize + MinVariantSize;
-
-// The one user type the protocol carries, as QVariant writes its name (with the NUL).
-constexpr char SupplyInformationName[] = "SupplyInformation";
-constexpr quint32 MaxTypeNameLength = 64;
+constexpr qint64 IntSize = 4;
 
 constexpr quint32 NullLength = 0xFFFFFFFFu;
 
@@ -27,384 +26,549 @@ constexpr qint64 HashFirstEntryCost = 128 + 48 * qint64(sizeof(QString) + sizeof
 constexpr qint64 HashAllowanceBase = 64 * 1024;
 constexpr qint64 HashAllowancePerByte = 2;
 
+// Parsed JSON costs far more heap per container than its bytes on the wire ("[0]" is three
+// bytes); its containers are paid from the same allowance as the hashes.
+constexpr qint64 JsonContainerCost = 256;
+// So does a URL: its parsed parts (about 260 bytes for "a", ten bytes on the wire).
+constexpr qint64 UrlCost = 256;
+
+// QDateTime's spec bytes read: local time, UTC, an offset. A time zone (3) makes Qt open the
+// file the block names; other values make Qt 6.4 build a date-time in an invalid zone, which
+// it writes back as a time zone.
+constexpr char LastPlainSpec = 2;
+
+// As QDataStream's own containers treat the stream's status: a container starts from Ok (so
+// it is read even after an earlier corrupt value), and an earlier failure wins at its end.
+class ContainerStatus
+{
+public:
+    explicit ContainerStatus(QDataStream &in) : m_in(in), m_old(in.status())
+    {
+        if (!m_in.isDeviceTransactionStarted())
+            m_in.resetStatus();
+    }
+    ~ContainerStatus()
+    {
+        if (m_old != QDataStream::Ok) {
+            m_in.resetStatus();
+            m_in.setStatus(m_old);
+        }
+    }
+    ContainerStatus(const ContainerStatus &) = delete;
+    ContainerStatus &operator=(const ContainerStatus &) = delete;
+
+private:
+    QDataStream &m_in;
+    const QDataStream::Status m_old;
+};
+
+// A variant of type, holding its default value, and where to read the value into. A value
+// that travelled flagged as null keeps the flag, as Qt's reading keeps it.
+void *slotOf(QVariant *variant, QMetaType type, bool isNull)
+{
+    *variant = QVariant(type);      // flagged null until written through data()
+    return isNull ? const_cast<void *>(variant->constData()) : variant->data();
+}
+
 } // namespace
 
 MessageReader::MessageReader(QDataStream &in) : m_in(in)
 {
-    QIODevice *device = in.device();
-    if (!device || in.status() != QDataStream::Ok)
-        m_remaining = 0;
-    else if (device->isSequential())
-        m_remaining = device->bytesAvailable();     // only what has already arrived
-    else
-        m_remaining = qMax<qint64>(0, device->size() - device->pos());
-    m_hashAllowance = HashAllowanceBase + HashAllowancePerByte * m_remaining;
+    m_heapAllowance = HashAllowanceBase + HashAllowancePerByte * available();
 }
 
-bool MessageReader::fail(QDataStream::Status status)
+qint64 MessageReader::available() const
 {
-    if (m_failure == QDataStream::Ok)
-        m_failure = status;
-    m_in.setStatus(status);     // keeps an earlier failure
-    m_remaining = 0;            // nothing more is read from this block
+    const QIODevice *device = m_in.device();
+    return (device && !m_refused) ? device->bytesAvailable() : 0;
+}
+
+void MessageReader::cutToEnd()
+{
+    // Where Qt's own reader runs out of bytes: it consumes what is left and fails.
+    if (QIODevice *device = m_in.device())
+        device->skip(device->bytesAvailable());
+    m_in.setStatus(QDataStream::ReadPastEnd);
+}
+
+void MessageReader::refuse()
+{
+    m_refused = true;
+    m_in.setStatus(QDataStream::ReadCorruptData);   // keeps an earlier failure
+    if (QIODevice *device = m_in.device())
+        device->skip(device->bytesAvailable());     // nothing more is read from this block
+}
+
+bool MessageReader::countFits(quint32 count, qint64 minimumElementSize)
+{
+    if (qint64(count) <= available() / minimumElementSize)
+        return true;
+    refuse();
     return false;
 }
 
-bool MessageReader::take(qint64 bytes)
+qint64 MessageReader::lengthOverrun(qint64 offset, int lengthSize, qint64 unitsPerLength) const
 {
-    if (bytes > m_remaining)
-        return fail(m_failure == QDataStream::Ok ? QDataStream::ReadPastEnd : m_failure);
-    m_remaining -= bytes;
-    return true;
-}
-
-template<typename T>
-bool MessageReader::readScalar(T *value, qint64 wireSize)
-{
-    if (!take(wireSize))
-        return false;
-    T read{};
-    m_in >> read;
-    if (m_in.status() != QDataStream::Ok)
-        return fail(QDataStream::ReadPastEnd);
-    *value = read;
-    return true;
-}
-
-bool MessageReader::readRaw(char *data, qint64 size)
-{
-    // readRawData takes an int in this Qt; a block can be larger.
-    while (size > 0) {
-        const int chunk = int(qMin<qint64>(size, INT_MAX / 2));
-        if (m_in.readRawData(data, chunk) != chunk)
-            return fail(QDataStream::ReadPastEnd);
-        data += chunk;
-        size -= chunk;
+    const QByteArray head = m_in.device()->peek(offset + lengthSize);
+    if (head.size() < offset + lengthSize)
+        return -1;      // the length itself is cut: Qt reads 0 and allocates nothing
+    const char *p = head.constData() + offset;
+    const bool big = m_in.byteOrder() == QDataStream::BigEndian;
+    quint64 length = 0;
+    if (lengthSize == 4) {
+        length = big ? qFromBigEndian<quint32>(p) : qFromLittleEndian<quint32>(p);
+        if (length == NullLength || (unitsPerLength == 2 && length % 2 != 0))
+            return -1;  // null, or a string Qt refuses as corrupt before reading it
+    } else {
+        length = big ? qFromBigEndian<quint64>(p) : qFromLittleEndian<quint64>(p);
     }
-    return true;
+    const quint64 bytes = unitsPerLength == 8 ? length / 8 + (length % 8 != 0) : length;
+    return bytes > quint64(available() - offset - lengthSize) ? offset : -1;
 }
 
-bool MessageReader::readCount(quint32 *count, qint64 minimumElementSize)
+void MessageReader::readThroughQt(QMetaType type, void *data, qint64 fitsBefore)
 {
-    quint32 n = 0;
-    if (!readScalar(&n, 4))
-        return false;
-    if (qint64(n) > m_remaining / minimumElementSize)
-        return fail(QDataStream::ReadCorruptData);
-    *count = n;
-    return true;
-}
-
-bool MessageReader::readString(QString *string)
-{
-    quint32 bytes = 0;
-    if (!readScalar(&bytes, 4))
-        return false;
-    if (bytes == NullLength) {
-        *string = QString();
-        return true;
+    if (fitsBefore < 0) {
+        if (!type.load(m_in, data))
+            m_in.setStatus(QDataStream::ReadCorruptData);
+        return;
     }
-    if (bytes & 1u)
-        return fail(QDataStream::ReadCorruptData);
-    if (!take(bytes))
-        return false;
-    const qsizetype units = qsizetype(bytes / 2);
-    QString read(units, Qt::Uninitialized);     // empty, not null, for length 0
-    if (!readRaw(reinterpret_cast<char *>(read.data()), bytes))
-        return false;
-    if (m_in.byteOrder() == QDataStream::BigEndian)
-        qFromBigEndian<char16_t>(read.constData(), units, read.data());
-    else
-        qFromLittleEndian<char16_t>(read.constData(), units, read.data());
-    *string = std::move(read);
-    return true;
+    // The bytes before the length that runs past the block, read by Qt on their own: a value
+    // whose length field reads as nothing. Then the stream ends, as Qt's read would end it.
+    QByteArray before(qsizetype(fitsBefore), Qt::Uninitialized);
+    if (m_in.readRawData(before.data(), int(fitsBefore)) != int(fitsBefore))
+        before.clear();
+    QDataStream part(before);
+    part.setVersion(m_in.version());
+    part.setByteOrder(m_in.byteOrder());
+    part.setFloatingPointPrecision(m_in.floatingPointPrecision());
+    type.load(part, data);
+    cutToEnd();
 }
 
-bool MessageReader::readByteArray(QByteArray *bytes)
+void MessageReader::readString(QString *string)
 {
-    quint32 length = 0;
-    if (!readScalar(&length, 4))
-        return false;
-    if (length == NullLength) {
-        *bytes = QByteArray();
-        return true;
+    if (lengthOverrun(0, 4, 2) < 0) {
+        m_in >> *string;
+        return;
     }
-    if (!take(length))
-        return false;
-    QByteArray read(qsizetype(length), Qt::Uninitialized);     // empty, not null, for 0
-    if (!readRaw(read.data(), length))
-        return false;
-    *bytes = std::move(read);
-    return true;
+    quint32 ignored;
+    m_in >> ignored;
+    string->clear();
+    cutToEnd();
 }
 
-bool MessageReader::readWideFloat(float *value)
+void MessageReader::readByteArray(QByteArray *bytes)
+{
+    if (lengthOverrun(0, 4, 1) < 0) {
+        m_in >> *bytes;
+        return;
+    }
+    quint32 ignored;
+    m_in >> ignored;
+    bytes->clear();
+    cutToEnd();
+}
+
+void MessageReader::readWideFloat(float *value)
 {
     // The bits of a double, whatever precision the stream is set to.
     quint64 bits = 0;
-    if (!readScalar(&bits, 8))
-        return false;
+    m_in >> bits;
     double wide = 0;
     std::memcpy(&wide, &bits, sizeof wide);
     *value = static_cast<float>(wide);
-    return true;
 }
 
-qint64 MessageReader::floatingPointSize() const
+template<typename List, typename ReadElement>
+void MessageReader::readList(List *list, qint64 minimumElementSize, int elementDepth,
+                             ReadElement read)
 {
-    // As QDataStream writes them: the precision setting decides, for both types.
-    return m_in.floatingPointPrecision() == QDataStream::DoublePrecision ? 8 : 4;
-}
-
-bool MessageReader::depthAllowed(quint32 count, int elementDepth)
-{
-    // Only elements count: an empty container is read at any depth, so whatever this reader
-    // yields can be written and read back.
-    return count == 0 || elementDepth <= MaxDepth || fail(QDataStream::ReadCorruptData);
-}
-
-MessageReader::Read MessageReader::readStringList(QStringList *list)
-{
+    list->clear();
+    if (m_refused)
+        return;
+    ContainerStatus status(m_in);
     quint32 count = 0;
-    if (!readCount(&count, MinStringSize))
-        return Read::Nothing;
-    for (quint32 i = 0; i < count; ++i) {
-        QString s;
-        if (!readString(&s))
-            return Read::Partial;
-        list->append(std::move(s));
+    m_in >> count;
+    if (!countFits(count, minimumElementSize))
+        return;
+    if (count > 0 && elementDepth > MaxDepth) {
+        refuse();
+        return;
     }
-    return Read::Complete;
-}
-
-MessageReader::Read MessageReader::readVariantList(QVariantList *list, int elementDepth)
-{
-    quint32 count = 0;
-    if (!readCount(&count, MinVariantSize) || !depthAllowed(count, elementDepth))
-        return Read::Nothing;
+    // Never reserved from the count: memory follows the elements actually read.
     for (quint32 i = 0; i < count; ++i) {
-        QVariant v;
-        const Read r = readVariant(&v, elementDepth);
-        if (r == Read::Nothing)
-            return Read::Partial;
-        list->append(std::move(v));
-        if (r == Read::Partial)
-            return Read::Partial;
-    }
-    return Read::Complete;
-}
-
-MessageReader::Read MessageReader::readVariantMap(QVariantMap *map, int elementDepth)
-{
-    quint32 count = 0;
-    if (!readCount(&count, MinMapEntrySize) || !depthAllowed(count, elementDepth))
-        return Read::Nothing;
-    return readStringKeyedEntries(map, count, elementDepth);
-}
-
-MessageReader::Read MessageReader::readVariantHash(QVariantHash *hash, int elementDepth)
-{
-    quint32 count = 0;
-    if (!readCount(&count, MinMapEntrySize) || !depthAllowed(count, elementDepth))
-        return Read::Nothing;
-    if (count > 0) {
-        if (m_hashAllowance < HashFirstEntryCost) {
-            fail(QDataStream::ReadCorruptData);
-            return Read::Nothing;
+        typename List::value_type element;
+        read(&element);
+        if (m_in.status() != QDataStream::Ok) {
+            list->clear();
+            break;
         }
-        m_hashAllowance -= HashFirstEntryCost;
+        list->append(std::move(element));
     }
-    return readStringKeyedEntries(hash, count, elementDepth);
 }
 
 template<typename Container>
-MessageReader::Read MessageReader::readStringKeyedEntries(Container *container, quint32 count,
-                                                          int elementDepth)
+void MessageReader::readStringKeyed(Container *container, int elementDepth, bool hash)
 {
+    container->clear();
+    if (m_refused)
+        return;
+    ContainerStatus status(m_in);
+    quint32 count = 0;
+    m_in >> count;
+    if (!countFits(count, MinMapEntrySize))
+        return;
+    if (count > 0 && (elementDepth > MaxDepth || (hash && m_heapAllowance < HashFirstEntryCost))) {
+        refuse();
+        return;
+    }
+    if (count > 0 && hash)
+        m_heapAllowance -= HashFirstEntryCost;
     for (quint32 i = 0; i < count; ++i) {
         QString key;
-        if (!readString(&key))
-            return Read::Partial;
-        QVariant v;
-        const Read r = readVariant(&v, elementDepth);
-        if (r == Read::Nothing)
-            return Read::Partial;
-        container->insert(key, std::move(v));
-        if (r == Read::Partial)
-            return Read::Partial;
+        QVariant value;
+        readString(&key);
+        readVariant(&value, elementDepth);
+        if (m_in.status() != QDataStream::Ok) {
+            container->clear();
+            break;
+        }
+        container->insert(key, std::move(value));
     }
-    return Read::Complete;
 }
 
-bool MessageReader::readUserTypeName()
+bool MessageReader::payForJson(qint64 offset)
 {
-    quint32 length = 0;
-    if (!readScalar(&length, 4))
+    const QByteArray head = m_in.device()->peek(offset + 4);
+    if (head.size() < offset + 4)
+        return true;
+    const char *p = head.constData() + offset;
+    const quint32 length = m_in.byteOrder() == QDataStream::BigEndian
+            ? qFromBigEndian<quint32>(p) : qFromLittleEndian<quint32>(p);
+    if (length == NullLength)
+        return true;
+    const QByteArray json = m_in.device()->peek(offset + 4 + qint64(length)).mid(offset + 4);
+    qint64 containers = 0;
+    bool inString = false;
+    for (qsizetype i = 0; i < json.size(); ++i) {
+        const char c = json.at(i);
+        if (inString) {
+            if (c == '\\')
+                ++i;
+            else if (c == '"')
+                inString = false;
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '[' || c == '{') {
+            ++containers;
+        }
+    }
+    const qint64 cost = containers * JsonContainerCost;
+    if (cost > m_heapAllowance) {
+        refuse();
         return false;
-    if (length == NullLength || length == 0 || length > MaxTypeNameLength)
-        return fail(QDataStream::ReadCorruptData);
-    if (!take(length))
-        return false;
-    char name[MaxTypeNameLength];
-    if (!readRaw(name, length))
-        return false;
-    // QVariant writes the name with its terminating NUL; accept it without one as well.
-    constexpr quint32 bare = sizeof(SupplyInformationName) - 1;
-    const bool match = (length == bare || (length == bare + 1 && name[bare] == '\0'))
-            && std::memcmp(name, SupplyInformationName, bare) == 0;
-    return match || fail(QDataStream::ReadCorruptData);
+    }
+    m_heapAllowance -= cost;
+    return true;
 }
 
-MessageReader::Read MessageReader::readVariant(QVariant *value, int depth)
+bool MessageReader::readUserTypeName(QByteArray *name)
 {
-    // Type id and null flag in one read: this header dominates blocks of small values.
-    char head[MinVariantSize];
-    if (!take(MinVariantSize) || !readRaw(head, MinVariantSize))
-        return Read::Nothing;
-    const quint32 typeId = m_in.byteOrder() == QDataStream::BigEndian
-            ? qFromBigEndian<quint32>(head)
-            : qFromLittleEndian<quint32>(head);
+    readByteArray(name);
+    return !m_refused;
+}
 
-    // The null flag of a typed value is not kept: the value that follows is what counts.
-    // Takes the value by address: it is read before it is wrapped.
-    const auto scalar = [value](bool ok, const auto *v) {
-        if (ok)
-            *value = QVariant::fromValue(*v);
-        return ok ? Read::Complete : Read::Nothing;
-    };
-    switch (typeId) {
-    case QMetaType::UnknownType:
-        *value = QVariant();
-        return Read::Complete;
-    case QMetaType::Bool: {
-        bool v = false;
-        return scalar(readScalar(&v, 1), &v);
+void MessageReader::readVariant(QVariant *value, int depth)
+{
+    *value = QVariant();
+    if (m_refused)
+        return;
+    quint32 typeId = 0;
+    qint8 isNull = 0;
+    m_in >> typeId >> isNull;
+
+    QMetaType type;
+    if (typeId == QMetaType::User) {
+        QByteArray name;
+        if (!readUserTypeName(&name))
+            return;
+        type = QMetaType::fromName(name);
+        if (!type.isValid()) {
+            m_in.setStatus(QDataStream::ReadCorruptData);
+            return;
+        }
+    } else if (typeId != QMetaType::UnknownType && QMetaType::isRegistered(int(typeId))) {
+        type = QMetaType(int(typeId));
     }
-    case QMetaType::Int: {
-        qint32 v = 0;
-        return scalar(readScalar(&v, 4), &v);
+    // A type this process does not know is read as a null variant, as Qt reads it.
+    if (!type.isValid())
+        return;
+    // Qt keeps the flag in a one-bit field: only the lowest bit counts.
+    readAllowedValue(type, value, (isNull & 1) != 0, depth);
+}
+
+void MessageReader::readAllowedValue(QMetaType type, QVariant *value, bool isNull, int depth)
+{
+    const int inner = depth + 1;
+    switch (type.id()) {
+    // Fixed sizes: Qt's own reading, which reads zero past the end of the block.
+    case QMetaType::Bool:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Double:
+    case QMetaType::Float:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Long:
+    case QMetaType::ULong:
+    case QMetaType::Char:
+    case QMetaType::SChar:
+    case QMetaType::UChar:
+    case QMetaType::Char16:
+    case QMetaType::Char32:
+    case QMetaType::Nullptr:
+    case QMetaType::QCborSimpleType:
+    case QMetaType::QChar:
+    case QMetaType::QDate:
+    case QMetaType::QTime:
+    case QMetaType::QSize:
+    case QMetaType::QSizeF:
+    case QMetaType::QPoint:
+    case QMetaType::QPointF:
+    case QMetaType::QRect:
+    case QMetaType::QRectF:
+    case QMetaType::QLine:
+    case QMetaType::QLineF:
+    case QMetaType::QUuid:
+        readThroughQt(type, slotOf(value, type, isNull), -1);
+        return;
+    case QMetaType::QDateTime: {
+        // Date, time, spec byte.
+        const QByteArray head = m_in.device()->peek(8 + 4 + 1);
+        if (head.size() == 13 && (head.at(12) < 0 || head.at(12) > LastPlainSpec)) {
+            refuse();
+            return;
+        }
+        readThroughQt(type, slotOf(value, type, isNull), -1);
+        return;
     }
-    case QMetaType::UInt: {
-        quint32 v = 0;
-        return scalar(readScalar(&v, 4), &v);
+    case QMetaType::QString:
+        readString(static_cast<QString *>(slotOf(value, type, isNull)));
+        return;
+    case QMetaType::QByteArray:
+        readByteArray(static_cast<QByteArray *>(slotOf(value, type, isNull)));
+        return;
+    case QMetaType::QUrl: {      // encoded as a byte array
+        const qint64 fitsBefore = lengthOverrun(0, 4, 1);
+        if (fitsBefore < 0 && m_in.device()->peek(4) != QByteArray(4, '\0')
+            && m_in.device()->peek(4) != QByteArray(4, '\xff')) {
+            if (m_heapAllowance < UrlCost) {
+                refuse();
+                return;
+            }
+            m_heapAllowance -= UrlCost;
+        }
+        readThroughQt(type, slotOf(value, type, isNull), fitsBefore);
+        return;
     }
-    case QMetaType::LongLong: {
-        qint64 v = 0;
-        return scalar(readScalar(&v, 8), &v);
+    case QMetaType::QLocale:     // its name, a string
+        readThroughQt(type, slotOf(value, type, isNull), lengthOverrun(0, 4, 2));
+        return;
+    case QMetaType::QBitArray: { // 64-bit length in bits, then the bytes
+        // Qt takes the count as signed and rounds it up to bytes unchecked: from 2^63 - 7 on,
+        // it indexes before its buffer and crashes.
+        const QByteArray head = m_in.device()->peek(8);
+        if (head.size() == 8) {
+            const quint64 bits = m_in.byteOrder() == QDataStream::BigEndian
+                    ? qFromBigEndian<quint64>(head.constData())
+                    : qFromLittleEndian<quint64>(head.constData());
+            if (bits > quint64(std::numeric_limits<qsizetype>::max() - 7)) {
+                refuse();
+                return;
+            }
+        }
+        readThroughQt(type, slotOf(value, type, isNull), lengthOverrun(0, 8, 8));
+        return;
     }
-    case QMetaType::ULongLong: {
-        quint64 v = 0;
-        return scalar(readScalar(&v, 8), &v);
-    }
-    case QMetaType::Double: {
-        double v = 0;
-        return scalar(readScalar(&v, floatingPointSize()), &v);
-    }
-    case QMetaType::Float: {
-        float v = 0;
-        return scalar(readScalar(&v, floatingPointSize()), &v);
-    }
-    case QMetaType::QString: {
-        QString v;
-        return scalar(readString(&v), &v);
-    }
-    case QMetaType::QByteArray: {
-        QByteArray v;
-        return scalar(readByteArray(&v), &v);
+    case QMetaType::QJsonObject:
+    case QMetaType::QJsonArray:
+    case QMetaType::QJsonDocument:
+    case QMetaType::QJsonValue: {
+        // A JSON value starts with its type byte; strings, arrays and objects follow it with
+        // a length, arrays and objects as compact JSON text.
+        qint64 offset = 0;
+        bool text = true;
+        if (type.id() == QMetaType::QJsonValue) {
+            const QByteArray head = m_in.device()->peek(1);
+            const int jsonType = head.isEmpty() ? 0 : int(uchar(head.at(0)));
+            offset = (jsonType >= 3 && jsonType <= 5) ? 1 : -1;
+            text = jsonType == 4 || jsonType == 5;
+        }
+        const qint64 fitsBefore = offset < 0 ? -1 : lengthOverrun(offset, 4, text ? 1 : 2);
+        if (text && fitsBefore < 0 && offset >= 0 && !payForJson(offset))
+            return;
+        readThroughQt(type, slotOf(value, type, isNull), fitsBefore);
+        return;
     }
     case QMetaType::QStringList: {
-        QStringList v;
-        const Read r = readStringList(&v);
-        if (r != Read::Nothing)
-            *value = QVariant(v);
-        return r;
+        QStringList list;
+        readList(&list, MinStringSize, 0, [this](QString *s) { readString(s); });
+        *static_cast<QStringList *>(slotOf(value, type, isNull)) = std::move(list);
+        return;
+    }
+    case QMetaType::QByteArrayList: {
+        QByteArrayList list;
+        readList(&list, MinStringSize, 0, [this](QByteArray *b) { readByteArray(b); });
+        *static_cast<QByteArrayList *>(slotOf(value, type, isNull)) = std::move(list);
+        return;
     }
     case QMetaType::QVariantList: {
-        QVariantList v;
-        const Read r = readVariantList(&v, depth + 1);
-        if (r != Read::Nothing)
-            *value = QVariant(v);
-        return r;
+        QVariantList list;
+        readList(&list, MinVariantSize, inner,
+                 [this, inner](QVariant *v) { readVariant(v, inner); });
+        if (!m_refused)
+            *static_cast<QVariantList *>(slotOf(value, type, isNull)) = std::move(list);
+        return;
     }
     case QMetaType::QVariantMap: {
-        QVariantMap v;
-        const Read r = readVariantMap(&v, depth + 1);
-        if (r != Read::Nothing)
-            *value = QVariant(v);
-        return r;
+        QVariantMap map;
+        readStringKeyed(&map, inner, false);
+        if (!m_refused)
+            *static_cast<QVariantMap *>(slotOf(value, type, isNull)) = std::move(map);
+        return;
     }
     case QMetaType::QVariantHash: {
-        QVariantHash v;
-        const Read r = readVariantHash(&v, depth + 1);
-        if (r != Read::Nothing)
-            *value = QVariant(v);
-        return r;
-    }
-    case QMetaType::User: {
-        if (!readUserTypeName())
-            return Read::Nothing;
-        if (depth + 1 > MaxDepth) {
-            fail(QDataStream::ReadCorruptData);
-            return Read::Nothing;
-        }
-        SupplyInformation info;
-        const bool complete = readSupplyInformation(&info, depth + 1);
-        *value = QVariant::fromValue(info);
-        return complete ? Read::Complete : Read::Partial;
+        QVariantHash hash;
+        readStringKeyed(&hash, inner, true);
+        if (!m_refused)
+            *static_cast<QVariantHash *>(slotOf(value, type, isNull)) = std::move(hash);
+        return;
     }
     default:
+        break;
+    }
+
+    if (type == QMetaType::fromType<SupplyInformation>()) {
+        if (inner > MaxDepth) {
+            refuse();
+            return;
+        }
+        SupplyInformation info;
+        readSupplyInformation(&info, inner);
+        *static_cast<SupplyInformation *>(slotOf(value, type, isNull)) = std::move(info);
+    } else if (type == QMetaType::fromType<QVersionNumber>()) {
+        // Its segments, a list of ints: Qt reserves from the count.
+        const QByteArray head = m_in.device()->peek(4);
+        if (head.size() == 4) {
+            const quint32 count = m_in.byteOrder() == QDataStream::BigEndian
+                    ? qFromBigEndian<quint32>(head.constData())
+                    : qFromLittleEndian<quint32>(head.constData());
+            if (qint64(count) > (available() - 4) / IntSize) {
+                refuse();
+                return;
+            }
+        }
+        readThroughQt(type, slotOf(value, type, isNull), -1);
+    } else {
         // Any other type could be costly or dangerous to construct; it is never built.
-        fail(QDataStream::ReadCorruptData);
-        return Read::Nothing;
+        refuse();
     }
 }
 
-bool MessageReader::readSupplyInformation(SupplyInformation *i, int fieldDepth)
+void MessageReader::readSupplyInformation(SupplyInformation *i, int fieldDepth)
 {
-    if (fieldDepth > MaxDepth)
-        return fail(QDataStream::ReadCorruptData);
-    const auto strings = [this](QStringList *list) { return readStringList(list) == Read::Complete; };
-    const int inner = fieldDepth + 1;
-    const auto variants = [this, inner](QVariantList *list) {
-        return readVariantList(list, inner) == Read::Complete;
+    if (m_refused)
+        return;
+    if (fieldDepth > MaxDepth) {
+        refuse();
+        return;
+    }
+    // Read like a container: from an Ok status, stopping at the first field that fails; that
+    // field and those after it keep their defaults.
+    ContainerStatus status(m_in);
+    const auto ok = [this] { return m_in.status() == QDataStream::Ok; };
+    const auto string = [&](QString *s) {
+        QString v;
+        readString(&v);
+        if (ok())
+            *s = std::move(v);
+        return ok();
     };
-    return readString(&i->supplyId) && readString(&i->partNumber)
-            && strings(&i->compatibleModels) && readWideFloat(&i->labelWidth)
-            && readScalar(&i->supplyType, 4) && readString(&i->description)
-            && readString(&i->material) && readWideFloat(&i->labelHeight)
-            && readScalar(&i->mediaKind, 4) && readString(&i->colorName)
-            && readScalar(&i->colorIndex, 4) && readString(&i->lotNumber)
-            && readString(&i->serialNumber) && readScalar(&i->remainingLabels, 4)
-            && readString(&i->ribbonId) && readString(&i->ribbonColor)
-            && readWideFloat(&i->ribbonWidth) && readScalar(&i->copies, 4)
-            && readByteArray(&i->chipData) && readWideFloat(&i->gapSize)
-            && readWideFloat(&i->linerWidth) && readScalar(&i->labelsPerRow, 4)
-            && readScalar(&i->labelsPerColumn, 4) && readScalar(&i->printDirection, 4)
-            && readWideFloat(&i->marginLeft) && readWideFloat(&i->marginTop)
-            && readWideFloat(&i->marginRight) && readWideFloat(&i->marginBottom)
-            && strings(&i->fontNames) && variants(&i->layoutAreas)
-            && variants(&i->printAreas) && variants(&i->cutPositions)
-            && variants(&i->notchPositions) && variants(&i->extraProperties)
-            && strings(&i->warnings) && readScalar(&i->revision, 4)
-            && readWideFloat(&i->maximumLength);
+    const auto bytes = [&](QByteArray *b) {
+        QByteArray v;
+        readByteArray(&v);
+        if (ok())
+            *b = std::move(v);
+        return ok();
+    };
+    const auto number = [&](qint32 *n) {
+        qint32 v = 0;
+        m_in >> v;
+        if (ok())
+            *n = v;
+        return ok();
+    };
+    const auto wide = [&](float *f) {
+        float v = 0;
+        readWideFloat(&v);
+        if (ok())
+            *f = v;
+        return ok();
+    };
+    const auto strings = [&](QStringList *l) {
+        QStringList v;
+        readList(&v, MinStringSize, 0, [this](QString *s) { readString(s); });
+        if (ok())
+            *l = std::move(v);
+        return ok();
+    };
+    const int inner = fieldDepth + 1;
+    const auto variants = [&](QVariantList *l) {
+        QVariantList v;
+        readList(&v, MinVariantSize, inner, [this, inner](QVariant *e) { readVariant(e, inner); });
+        if (ok())
+            *l = std::move(v);
+        return ok();
+    };
+    string(&i->supplyId) && string(&i->partNumber) && strings(&i->compatibleModels)
+            && wide(&i->labelWidth) && number(&i->supplyType) && string(&i->description)
+            && string(&i->material) && wide(&i->labelHeight) && number(&i->mediaKind)
+            && string(&i->colorName) && number(&i->colorIndex) && string(&i->lotNumber)
+            && string(&i->serialNumber) && number(&i->remainingLabels) && string(&i->ribbonId)
+            && string(&i->ribbonColor) && wide(&i->ribbonWidth) && number(&i->copies)
+            && bytes(&i->chipData) && wide(&i->gapSize) && wide(&i->linerWidth)
+            && number(&i->labelsPerRow) && number(&i->labelsPerColumn)
+            && number(&i->printDirection) && wide(&i->marginLeft) && wide(&i->marginTop)
+            && wide(&i->marginRight) && wide(&i->marginBottom) && strings(&i->fontNames)
+            && variants(&i->layoutAreas) && variants(&i->printAreas)
+            && variants(&i->cutPositions) && variants(&i->notchPositions)
+            && variants(&i->extraProperties) && strings(&i->warnings) && number(&i->revision)
+            && wide(&i->maximumLength);
 }
 
 void MessageReader::readMessage(MessageStruct *message)
 {
-    const bool header = readScalar(&message->methodType, 1) && readString(&message->methodName)
-            && readString(&message->dataType);
-    const bool arguments = header
-            && readVariantList(&message->arguments, 1) == Read::Complete;
+    // A record is not read from a stream that has already failed. (A supply record is: Qt
+    // reads a variant's value whatever the stream's status.)
+    if (m_in.status() != QDataStream::Ok)
+        return;
+    // Field after field as Qt reads them: a failure does not stop the fields after it (a
+    // corrupt string leaves the stream after its length; a cut leaves it at the end).
+    m_in >> message->methodType;
+    readString(&message->methodName);
+    readString(&message->dataType);
+    readList(&message->arguments, MinVariantSize, 1,
+             [this](QVariant *v) { readVariant(v, 1); });
 
     if (message->dataType == QLatin1String(QVIPCMessage::SupplyInformationCode)) {
         // This code always yields a record in data, default where the block fell short.
         SupplyInformation info;
-        if (arguments)
-            readSupplyInformation(&info, 1);
+        readSupplyInformation(&info, 1);
         message->data = QVariant::fromValue(info);
-    } else if (arguments) {
-        QVariant data;
-        if (readVariant(&data, 0) != Read::Nothing)
-            message->data = std::move(data);
+    } else {
+        readVariant(&message->data, 0);
     }
 }

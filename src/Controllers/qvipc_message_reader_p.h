@@ -3,64 +3,71 @@
 #include "Controllers/qvipc_message.h"
 
 #include <QDataStream>
+#include <QMetaType>
 #include <QVariantHash>
 #include <QVariantMap>
 
 // Reads the message format (Qt 6 stream forms, version 20 and later) from bytes another
-// process wrote. Every value is read by hand and
-// QDataStream only supplies the primitives: counts and lengths are checked against the bytes
-// that remain before anything is allocated (nothing is ever reserved from a count), only the
-// variant types the protocol carries are accepted, on their type id and before anything is
-// constructed, and nesting is bounded. A block that breaks a rule ends there: what was read
-// stands, a container cut short keeps the elements read before the cut, the rest keeps its
-// defaults.
-class MessageReader
+// process wrote, giving the record Qt's own QDataStream reading would give, wherever that
+// reading is safe. It reads what Qt reads the way Qt reads it (a container whose element
+// fails is emptied, a cut value leaves the stream at its end, a corrupt string lets the
+// reading go on after its length), and refuses, before anything is constructed, what Qt would
+// turn into harm: a type outside the allow-list (docs/message_format.md), nesting deeper than
+// MaxDepth, a count the bytes left cannot hold (Qt reserves from it), a length Qt would
+// allocate from beyond what is present. A refusal ends the block: the containers around it
+// are emptied as Qt empties them when an element fails, the rest keeps its defaults.
+// Exported for the tests and the fuzzers, which compare it with Qt's own reading.
+class KORVEXDASHBOARD_EXPORT MessageReader
 {
 public:
     // Containers (lists, maps, hashes, supply records) around a value, counting the
     // record's own argument list.
     static constexpr int MaxDepth = 32;
 
-    // What a container reader managed: nothing (its header was cut or lied), part of it
-    // (the elements before the cut stand), or all of it.
-    enum class Read { Nothing, Partial, Complete };
-
     explicit MessageReader(QDataStream &in);
 
     // Fills a default-constructed record as far as the block allows.
     void readMessage(MessageStruct *message);
-    // Fields of a default-constructed record, in wire order, until the block ends or breaks a
-    // rule; fieldDepth is the number of containers around the fields. True when all were read.
-    bool readSupplyInformation(SupplyInformation *info, int fieldDepth);
+    // Fields of a default-constructed record, in wire order, until one fails to read; those
+    // after it keep their defaults. fieldDepth: the containers around the fields.
+    void readSupplyInformation(SupplyInformation *info, int fieldDepth);
 
-    // Ok, or the first failure: ReadPastEnd for a cut, ReadCorruptData for a broken rule.
-    QDataStream::Status failure() const { return m_failure; }
+    // True when the block held something this reader will not read (see above); plain
+    // QDataStream is only safe on blocks for which this stays false.
+    bool refused() const { return m_refused; }
 
 private:
-    Read readVariant(QVariant *value, int depth);
-    Read readVariantList(QVariantList *list, int elementDepth);
-    Read readVariantMap(QVariantMap *map, int elementDepth);
-    Read readVariantHash(QVariantHash *hash, int elementDepth);
-    // The entries of a map or hash, after its count was read and checked.
-    template<typename Container>
-    Read readStringKeyedEntries(Container *container, quint32 count, int elementDepth);
-    Read readStringList(QStringList *list);
-    bool readUserTypeName();
-    bool readString(QString *string);
-    bool readByteArray(QByteArray *bytes);
-    bool readRaw(char *data, qint64 size);
-    bool readCount(quint32 *count, qint64 minimumElementSize);
-    bool depthAllowed(quint32 count, int elementDepth);
-    bool readWideFloat(float *value);
-    qint64 floatingPointSize() const;
-    template<typename T>
-    bool readScalar(T *value, qint64 wireSize);
+    void readVariant(QVariant *value, int depth);
+    // Reads the value of a type on the allow-list into a variant of that type.
+    void readAllowedValue(QMetaType type, QVariant *value, bool isNull, int depth);
+    // Qt's own reading of a value whose lengths were checked: fits is false where a length in
+    // it runs past the block; Qt would then allocate before failing, so the value is read as
+    // Qt leaves it: from the bytes before that length, the stream at its end.
+    void readThroughQt(QMetaType type, void *data, qint64 fitsBefore);
+    // Where a length-prefixed field at offset stops fitting in the block: offset when its
+    // length runs past the block, -1 when it fits. lengthSize: 4, or 8 for a bit array;
+    // unitsPerLength: 1 for bytes, 2 for a string's bytes (an odd count is no string), 8 for
+    // a bit array's bits.
+    qint64 lengthOverrun(qint64 offset, int lengthSize, qint64 unitsPerLength) const;
 
-    bool take(qint64 bytes);
-    bool fail(QDataStream::Status status);
+    template<typename List, typename ReadElement>
+    void readList(List *list, qint64 minimumElementSize, int elementDepth, ReadElement read);
+    template<typename Container>
+    void readStringKeyed(Container *container, int elementDepth, bool hash);
+    void readString(QString *string);
+    void readByteArray(QByteArray *bytes);
+    bool readUserTypeName(QByteArray *name);
+    // Pays for the containers of the JSON text whose length is at offset; false (refused)
+    // when the allowance is spent.
+    bool payForJson(qint64 offset);
+    void readWideFloat(float *value);
+
+    qint64 available() const;
+    bool countFits(quint32 count, qint64 minimumElementSize);
+    void cutToEnd();
+    void refuse();
 
     QDataStream &m_in;
-    qint64 m_remaining = 0;
-    qint64 m_hashAllowance = 0;     // heap that non-empty hashes may still commit
-    QDataStream::Status m_failure = QDataStream::Ok;
+    bool m_refused = false;
+    qint64 m_heapAllowance = 0;     // heap that hashes and JSON containers may still commit
 };

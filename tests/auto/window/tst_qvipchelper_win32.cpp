@@ -62,6 +62,8 @@ private Q_SLOTS:
     void moduleEvents();
     void methodTypeIsCheckedFirst_data();
     void methodTypeIsCheckedFirst();
+    void eventNamesAreCaseSensitive_data();
+    void eventNamesAreCaseSensitive();
     void requestsAreAnsweredToTheSender_data();
     void requestsAreAnsweredToTheSender();
     void requestWithNullSenderIsStillInvoked();
@@ -73,6 +75,7 @@ private Q_SLOTS:
     void broadcastWithoutModulesSendsNothing();
     void broadcastToADeadHandle();
     void moduleUnregisteringDuringABroadcast();
+    void broadcastGoesToTheModulesListedWhenItStarted();
     void postMessageToAllModules();
     void printerFileChangesAreBroadcast();
     void encodingFailures();
@@ -287,6 +290,13 @@ void tst_QVIPCHelper_win32::moduleEvents_data()
     QTest::newRow("supplyModuleReady") << qint8(0) << "supplyModuleReady"
             << QVariantList{ 1234, 5678, "Pipe Marking" } << ready
             << QVariantList{ 1234, 5678, "Pipe Marking" };
+    // Any Qt Core value type a module sends is read, and converted as the row says.
+    QTest::newRow("supplyModuleReady ulong") << qint8(0) << "supplyModuleReady"
+            << QVariantList{ 1234, QVariant::fromValue<ulong>(5678), "N" } << ready
+            << QVariantList{ 1234, 5678, "N" };
+    QTest::newRow("supplyModuleReady short, long, QChar") << qint8(0) << "supplyModuleReady"
+            << QVariantList{ QVariant::fromValue<short>(12), QVariant::fromValue<long>(34),
+                             QChar(u'Z') } << ready << QVariantList{ 12, 34, "Z" };
     QTest::newRow("supplyModuleReady padded") << qint8(2) << "supplyModuleReady"
             << QVariantList{ 1234, 5678, "Arc Flash", "-" } << ready
             << QVariantList{ 1234, 5678, "Arc Flash" };
@@ -371,6 +381,36 @@ void tst_QVIPCHelper_win32::methodTypeIsCheckedFirst()
     QVERIFY(log.lines().isEmpty()); // dropped without a word
 }
 
+void tst_QVIPCHelper_win32::eventNamesAreCaseSensitive_data()
+{
+    QTest::addColumn<QString>("name");
+    for (const char *name : { "setmoduleprintername", "SupplyModuleReady", "OPENLABELFILE",
+                              "applicationwasclicked", "applicationFocused " })
+        QTest::newRow(name) << QString::fromLatin1(name);
+}
+
+void tst_QVIPCHelper_win32::eventNamesAreCaseSensitive()
+{
+    // A name that differs from an event's only in case is no event: it is a request, run on
+    // the target and answered.
+    QFETCH(QString, name);
+    QList<std::shared_ptr<QSignalSpy>> spies;
+    for (const char *s : { SIGNAL(modulePrinterChangeSignal(QString)),
+                           SIGNAL(applicationReady(int,int,QString)), SIGNAL(openLabel(QString)),
+                           SIGNAL(applicationClicked()), SIGNAL(applicationFocused(bool,uint)) })
+        spies << std::make_shared<QSignalSpy>(m_helper.get(), s);
+    registerModule(m_moduleA);
+    m_backend->clearCalls();
+    deliverRecord(record(0, name, { 1, 2, "x" }, "i"), m_moduleA);
+    for (const auto &spy : std::as_const(spies))
+        QVERIFY(spy->isEmpty());
+    const auto sent = sentRecords();
+    QCOMPARE(sent.size(), 1);
+    QCOMPARE(sent[0].first.arguments[0].value<quint64>(), quint64(m_moduleA));
+    QCOMPARE(sent[0].second.methodName, name);
+    QCOMPARE(sent[0].second.data, QVariant(0));
+}
+
 void tst_QVIPCHelper_win32::requestsAreAnsweredToTheSender_data()
 {
     QTest::addColumn<qint8>("methodType");
@@ -385,7 +425,7 @@ void tst_QVIPCHelper_win32::requestsAreAnsweredToTheSender_data()
     QTest::newRow("ribbon ids") << qint8(0) << "getRibbonIds" << "11QStringList"
             << QVariantList{ "P1", "-" } << QVariant(QStringList{ "R1", "R2" });
     QTest::newRow("has supply") << qint8(0) << "hasSupply" << "b"
-            << QVariantList{ "P2", "-" } << QVariant(false);
+            << QVariantList{ "P1", "-" } << QVariant(true);
     // methodType 1: the status controller.
     QTest::newRow("status") << qint8(1) << "getPrinterStatus" << "i"
             << QVariantList{ "P2", "-" } << QVariant(4);
@@ -393,19 +433,26 @@ void tst_QVIPCHelper_win32::requestsAreAnsweredToTheSender_data()
             << QVariantList{ "-" } << QVariant(QStringList{ "P1", "P2" });
     QTest::newRow("firmware") << qint8(1) << "getFirmwareVersion" << "7QString"
             << QVariantList{ "P1", "-" } << QVariant(QStringLiteral("1.0.0-1"));
-    // methodType 2 reaches no object: the empty starting value comes back.
+    // methodType 2 reaches no object: the empty value of the type asked for comes back, as
+    // from a target without the method (P2's status is 4, so a call would show).
     QTest::newRow("third target") << qint8(2) << "getPrinterStatus" << "i"
-            << QVariantList{ "P2", "-" } << QVariant();
-    // Bad requests are answered with the empty value of the type asked for.
-    QTest::newRow("unknown method") << qint8(1) << "noSuchMethod" << "i"
-            << QVariantList{ "-" } << QVariant(0);
+            << QVariantList{ "P2", "-" } << QVariant(0);
+    QTest::newRow("third target, string") << qint8(2) << "getSupplyId" << "7QString"
+            << QVariantList{ "P1", "-" } << QVariant(QString());
+    QTest::newRow("third target, void") << qint8(2) << "onStatusChanged" << "v"
+            << QVariantList{ 6, "P1", "-" } << QVariant();
+    // Bad requests are answered with the empty value of the type asked for. Names match
+    // case-sensitively: the status controller has getPrinterStatus, which would answer 4.
+    QTest::newRow("unknown method") << qint8(1) << "getprinterstatus" << "i"
+            << QVariantList{ "P2", "-" } << QVariant(0);
     QTest::newRow("wrong signature") << qint8(0) << "getSupplyId" << "7QString"
             << QVariantList{ 5, "-" } << QVariant(QString());
     QTest::newRow("too many arguments") << qint8(0) << "getSupplyId" << "7QString"
             << QVariantList{ "P1", "P2", "P3" } << QVariant(QString());
     QTest::newRow("unknown type code") << qint8(0) << "getSupplyId" << "zz"
             << QVariantList{ "P1", "-" } << QVariant();
-    QTest::newRow("empty name") << qint8(0) << "" << "i" << QVariantList{} << QVariant(0);
+    QTest::newRow("empty name") << qint8(1) << "" << "i" << QVariantList{ "P2", "-" }
+                                << QVariant(0);
 }
 
 void tst_QVIPCHelper_win32::requestsAreAnsweredToTheSender()
@@ -441,14 +488,25 @@ void tst_QVIPCHelper_win32::requestsAreAnsweredToTheSender()
 void tst_QVIPCHelper_win32::requestWithNullSenderIsStillInvoked()
 {
     // A request naming no sender is run; its answer goes to the null handle and is lost.
-    QSignalSpy updated(m_printerStatus->getm4Controller(), &QVIPCM4Controller::printerStatusUpdated);
-    deliverRecord(record(1, "onStatusChanged", { 6, "P1", "-" }, "v"), 0);
+    QVIPCM4Controller *m4 = m_printerStatus->getm4Controller();
+    m4->onStatusChanged(6, QStringLiteral("P1"));
+    QSignalSpy updated(m4, &QVIPCM4Controller::printerStatusUpdated);
     deliverRecord(record(1, "getPrinterStatus", { "P1", "-" }, "i"), 0);
+    // A "v" request carries one empty argument more and so reaches no method, sender or not;
+    // it is still answered.
+    deliverRecord(record(1, "onStatusChanged", { 2, "P1", "-" }, "v"), 0);
+    QVERIFY(updated.isEmpty());
+    QCOMPARE(m4->getPrinterStatus(QStringLiteral("P1")), 6);
     const auto sent = sentRecords();
     QCOMPARE(sent.size(), 2);
-    QCOMPARE(sent[1].first.arguments[0].value<quint64>(), quint64(0));
-    QCOMPARE(sent[1].first.result, qint64(0));
-    QCOMPARE(sent[1].second.data, QVariant(0));
+    for (const auto &entry : sent) {
+        QCOMPARE(entry.first.arguments[0].value<quint64>(), quint64(0));
+        QCOMPARE(entry.first.result, qint64(0));
+    }
+    QCOMPARE(sent[0].second.methodName, QStringLiteral("getPrinterStatus"));
+    QCOMPARE(sent[0].second.data, QVariant(6)); // the method ran: not the starting value 0
+    QCOMPARE(sent[1].second.methodName, QStringLiteral("onStatusChanged"));
+    QVERIFY(!sent[1].second.data.isValid());
 }
 
 void tst_QVIPCHelper_win32::modulePrinterNameSelectsThePrinter()
@@ -591,6 +649,27 @@ void tst_QVIPCHelper_win32::moduleUnregisteringDuringABroadcast()
     QCOMPARE(m_helper->registeredModules(), QList<WindowHandle>{ m_moduleB });
 }
 
+void tst_QVIPCHelper_win32::broadcastGoesToTheModulesListedWhenItStarted()
+{
+    // While module A handles the broadcast, B unregisters and C registers: B still gets it,
+    // C does not.
+    const WindowHandle moduleC = m_backend->addWindow();
+    registerModule(m_moduleA);
+    registerModule(m_moduleB);
+    m_backend->setMessageHandler(m_moduleA, [&](WindowHandle, MessageId, WParam, LParam) {
+        deliver(m_backend->registerMessageName(QStringLiteral("unregisterQVIPC")), m_moduleB, 0);
+        registerModule(moduleC);
+        return LResult(0);
+    });
+    m_backend->clearCalls();
+    m_helper->closeApplicationRequest();
+    const auto sent = sentRecords();
+    QCOMPARE(sent.size(), 2);
+    QCOMPARE(sent[0].first.arguments[0].value<quint64>(), quint64(m_moduleA));
+    QCOMPARE(sent[1].first.arguments[0].value<quint64>(), quint64(m_moduleB));
+    QCOMPARE(m_helper->registeredModules(), (QList<WindowHandle>{ m_moduleA, moduleC }));
+}
+
 void tst_QVIPCHelper_win32::postMessageToAllModules()
 {
     registerModule(m_moduleA);
@@ -715,19 +794,20 @@ void tst_QVIPCHelper_win32::hostileMessages()
     }
     case 4: {
         // Cut anywhere: the record reads with defaults where the bytes end. Until the name is
-        // whole it is no event; after that the report goes through with what arrived.
+        // whole it is no event; after that the report goes through with what arrived, and the
+        // path only once the argument list is whole (a list cut short reads as empty).
         const int nameEnd = 1 + 4 + 2 * int(qstrlen("openLabelFile"));
+        const int argumentsEnd = good.size() - 5; // data: a null variant, 5 bytes
         for (int size = 0; size < good.size(); ++size) {
             QByteArray cut = good.left(size);
             CopyDataStruct copyData{ 0, std::uint32_t(cut.size()), cut.data() };
             deliver(WmCopyData, m_moduleA, reinterpret_cast<LParam>(&copyData));
-            if (size < nameEnd)
-                QCOMPARE(open.count(), 0);
+            QCOMPARE(open.count(), size < nameEnd ? 0 : 1);
+            if (size >= nameEnd) {
+                const QString path = open.takeFirst().at(0).toString();
+                QCOMPARE(path, size < argumentsEnd ? QString() : QStringLiteral("C:/a.kxld"));
+            }
         }
-        for (const QVariantList &emitted : std::as_const(open))
-            QVERIFY(emitted.at(0).toString().isEmpty()
-                    || emitted.at(0).toString() == QStringLiteral("C:/a.kxld"));
-        open.clear();
         break;
     }
     case 5: {
