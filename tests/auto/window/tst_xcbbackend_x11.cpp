@@ -9,7 +9,10 @@
 #include "platforms/xcb/native_window_backend_xcb.h"
 #include "printer_fixture.h"
 
+#include <QPainter>
 #include <QProcess>
+#include <QRasterWindow>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QWindow>
 #include <QtTest>
@@ -123,6 +126,27 @@ QByteArray focusReport(uint windowId)
     return QVIPCMessage::encode(record);
 }
 
+// A window that paints itself in one colour with a caption, so a screenshot shows whose
+// pixels are where.
+class PaintedWindow : public QRasterWindow
+{
+public:
+    PaintedWindow(QColor colour, QString caption) : m_colour(colour), m_caption(std::move(caption)) { }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        painter.fillRect(QRect(QPoint(), size()), m_colour);
+        painter.setPen(Qt::white);
+        painter.drawText(QRect(QPoint(), size()), Qt::AlignCenter, m_caption);
+    }
+
+private:
+    QColor m_colour;
+    QString m_caption;
+};
+
 } // namespace
 
 class tst_XcbBackendX11 : public QObject
@@ -144,6 +168,7 @@ private Q_SLOTS:
     void hostileAnnouncements();
     void transportIsConsumedOnlyWhenItIsOurs();
     void saveSetKeepsTheModuleWindowAlive();
+    void embeddedModuleIsDrawnInsideTheDashboard();
     void closeAsksAQtWindowToClose();
     void registeredTableWithGarbage();
 
@@ -471,6 +496,44 @@ void tst_XcbBackendX11::saveSetKeepsTheModuleWindowAlive()
     QTRY_COMPARE(raw.parentOf(window), raw.root());
     QVERIFY(m_backend->isWindow(window));
     QVERIFY(!m_backend->isWindow(container));
+}
+
+// What DashboardAppWindow does, seen on the screen: the module's window shows inside the
+// dashboard's, at the container's place, without its frame. The screenshot is kept beside the
+// test (xcb_embedded_module.png).
+void tst_XcbBackendX11::embeddedModuleIsDrawnInsideTheDashboard()
+{
+    PaintedWindow dashboard(QColor(0x1f, 0x3a, 0x93), QStringLiteral("dashboard"));
+    dashboard.setGeometry(100, 100, 640, 400);
+    dashboard.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&dashboard));
+    PaintedWindow module(QColor(0xe0, 0x6c, 0x00), QStringLiteral("module inside the dashboard"));
+    module.resize(200, 150);
+    module.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&module));
+
+    NativeWindowBackend *native = m_backend.get();
+    const WindowHandle container = native->createWindowEx(
+            0, u"STATIC", u"", WsChild | WsVisible | WsClipChildren, 120, 80, 400, 250,
+            dashboard.winId(), 0, nullptr, nullptr);
+    QVERIFY(container);
+    QVERIFY(native->setParent(module.winId(), container));
+    const LongPtr style = native->getWindowLongPtr(module.winId(), GwlStyle);
+    native->setWindowLongPtr(module.winId(), GwlStyle,
+                             style & ~LongPtr(WsCaption | WsSysMenu | WsThickFrame | WsMinimizeBox
+                                              | WsMaximizeBox));
+    QVERIFY(native->setWindowPos(module.winId(), 0, 0, 0, 400, 250, SwpShowWindow | SwpNoActivate));
+
+    // The dashboard's colour outside the container, the module's inside it.
+    QImage shot;
+    const QPoint inside = QPoint(100 + 120 + 200, 100 + 80 + 125);
+    QTRY_VERIFY_WITH_TIMEOUT(
+            (shot = dashboard.screen()->grabWindow(0).toImage(),
+             shot.pixelColor(inside) == QColor(0xe0, 0x6c, 0x00)),
+            10000);
+    QCOMPARE(shot.pixelColor(QPoint(100 + 60, 100 + 300)), QColor(0x1f, 0x3a, 0x93));
+    QCOMPARE(shot.pixelColor(QPoint(100 + 120 + 400 + 10, 100 + 80 + 10)), QColor(0x1f, 0x3a, 0x93));
+    shot.copy(QRect(80, 80, 680, 440)).save(QStringLiteral("xcb_embedded_module.png"));
 }
 
 void tst_XcbBackendX11::closeAsksAQtWindowToClose()
