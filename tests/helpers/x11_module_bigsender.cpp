@@ -1,5 +1,6 @@
-// Registers, then sends 2 MiB reports without end, printing "sending" once the first is out,
-// until it is killed: a module that dies in the middle of its messages.
+// Registers, then sends 2 MiB "applicationWasClicked" reports (the bytes in an argument nobody
+// reads) without end, printing "sending" once the first is out, until it is killed: a module
+// that dies in the middle of its messages.
 #include "x11_module_common.h"
 
 #include <QTimer>
@@ -16,7 +17,7 @@ int main(int argc, char **argv)
     QTimer timer;
     bool first = true;
     QObject::connect(&timer, &QTimer::timeout, &app, [&] {
-        module.send(dashboard, X11Module::report(QStringLiteral("openLabelFile"), { big }));
+        module.send(dashboard, X11Module::report(QStringLiteral("applicationWasClicked"), { big }));
         if (first)
             say("sending");
         first = false;
