@@ -46,6 +46,7 @@ bool ModuleCommandLine::parsePrinterArgument(const QString &text, QString *name,
 ModuleCommandLine ModuleCommandLine::parse(const QStringList &arguments)
 {
     ModuleCommandLine line;
+    line.arguments = arguments;
     if (arguments.isEmpty()) {
         line.error = QStringLiteral("no program name");
         return line;

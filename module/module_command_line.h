@@ -16,6 +16,7 @@
 // runs on its own.
 struct KORVEXMODULE_EXPORT ModuleCommandLine
 {
+    QStringList arguments;                   // as given, program first
     ModuleInfo module;                       // from argv[0]; invalid for an unknown program
     bool hasDashboard = false;               // "--dashboard" was given with a valid window id
     KorvexNative::WindowHandle dashboardWindow = 0;

@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QSettings>
 #include <QWindow>
@@ -75,12 +76,16 @@ DemoModule::DemoModule(const ModuleCommandLine &commandLine,
                 QStringList parts;
                 for (const QVariant &argument : arguments)
                     parts << describeValue(argument);
-                m_window->addBroadcast(name + QStringLiteral(": ") + parts.join(QStringLiteral(", ")));
+                const QString text = name + QStringLiteral(": ") + parts.join(QStringLiteral(", "));
+                m_window->addBroadcast(text);
+                log(QStringLiteral("broadcast ") + text);
             });
     connect(m_client.get(), &ModuleClient::replyReceived, this, &DemoModule::showReply);
     connect(m_client.get(), &ModuleClient::requestTimedOut, this, &DemoModule::showTimeout);
-    connect(m_client.get(), &ModuleClient::closeApplicationRequested, this, &DemoModule::closeWindow);
-    connect(m_client.get(), &ModuleClient::windowCloseRequested, this, &DemoModule::closeWindow);
+    connect(m_client.get(), &ModuleClient::closeApplicationRequested, this,
+            [this] { closeWindow("CloseApplicationSignal"); });
+    connect(m_client.get(), &ModuleClient::windowCloseRequested, this,
+            [this] { closeWindow("WM_CLOSE"); });
 }
 
 DemoModule::~DemoModule()
@@ -88,6 +93,7 @@ DemoModule::~DemoModule()
     // Off the dashboard's list while the window handle still means this module.
     if (m_client->isRegistered())
         m_client->unregisterFromDashboard();
+    log(QStringLiteral("exit"));
 }
 
 QString DemoModule::applicationName() const
@@ -97,15 +103,44 @@ QString DemoModule::applicationName() const
             : QFileInfo(QCoreApplication::applicationFilePath()).fileName();
 }
 
+void DemoModule::setEventLog(const QString &filePath)
+{
+    m_eventLog = filePath;
+}
+
+void DemoModule::configureFromEnvironment()
+{
+    const QString logDir = qEnvironmentVariable("KORVEX_DEMO_MODULE_LOG");
+    if (!logDir.isEmpty())
+        setEventLog(QDir(logDir).filePath(QString::number(QCoreApplication::applicationPid())
+                                          + QStringLiteral(".log")));
+    setOpenOnStart(qEnvironmentVariable("KORVEX_DEMO_MODULE_OPEN"));
+}
+
+void DemoModule::log(const QString &line)
+{
+    if (m_eventLog.isEmpty())
+        return;
+    // Opened per line and flushed at once: whoever follows the file sees each line whole.
+    QFile file(m_eventLog);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Append))
+        file.write(line.toUtf8().replace('\n', ' ') + '\n');
+}
+
 void DemoModule::start()
 {
+    log(QStringLiteral("start %1 %2").arg(applicationName(),
+                                          m_commandLine.arguments.mid(1).join(QLatin1Char(' '))));
     if (!m_commandLine.filePath.isEmpty()) {
         QString error;
-        if (recordFileView(m_commandLine.filePath, &error))
+        if (recordFileView(m_commandLine.filePath, &error)) {
             //: Demo module: the file was recorded in the module's view history
             m_window->setFileStatus(tr("Opened and added to the view history."));
-        else
+            log(QStringLiteral("file ") + m_commandLine.filePath);
+        } else {
             m_window->setFileStatus(error);
+            log(QStringLiteral("file-refused ") + m_commandLine.filePath);
+        }
     }
 
     m_window->show();
@@ -117,10 +152,16 @@ void DemoModule::start()
         //: Demo module: the dashboard named on the command line could not be reached
         m_window->setOpenStatus(tr("The dashboard's window %1 cannot be reached.")
                                         .arg(quint64(m_commandLine.dashboardWindow)));
+        log(QStringLiteral("unreachable"));
         return;
     }
+    log(QStringLiteral("ready %1").arg(quint64(m_client->windowHandle())));
     if (!m_commandLine.printerName.isEmpty())
         m_client->reportPrinterName(m_commandLine.printerName);
+    if (!m_openOnStart.isEmpty()) {
+        m_window->setPathToOpen(m_openOnStart);
+        openInDashboard(m_window->pathToOpen());
+    }
 }
 
 bool DemoModule::recordFileView(const QString &filePath, QString *error)
@@ -165,10 +206,11 @@ void DemoModule::openInDashboard(const QString &path)
         return;
     }
     const QString absolute = QFileInfo(path).absoluteFilePath();
-    if (m_client->requestOpenLabelFile(absolute))
+    if (m_client->requestOpenLabelFile(absolute)) {
         //: Demo module: the request to open a file went to the dashboard
         m_window->setOpenStatus(tr("Asked the dashboard to open %1.").arg(absolute));
-    else
+        log(QStringLiteral("open ") + absolute);
+    } else
         //: Demo module: the request to open a file could not be sent
         m_window->setOpenStatus(tr("Not sent: no dashboard to ask."));
 }
@@ -196,6 +238,7 @@ void DemoModule::showReply(int requestId, const MessageStruct &reply)
 {
     Q_UNUSED(requestId);
     m_window->setReplyText(QStringLiteral("%1 -> %2").arg(reply.methodName, describeValue(reply.data)));
+    log(QStringLiteral("reply ") + m_window->replyText());
 }
 
 void DemoModule::showTimeout(int requestId, const MessageStruct &request)
@@ -205,8 +248,9 @@ void DemoModule::showTimeout(int requestId, const MessageStruct &request)
     m_window->setReplyText(tr("%1: no reply from the dashboard.").arg(request.methodName));
 }
 
-void DemoModule::closeWindow()
+void DemoModule::closeWindow(const char *reason)
 {
+    log(QStringLiteral("close ") + QLatin1String(reason));
     if (m_client->isRegistered())
         m_client->unregisterFromDashboard();
     if (m_window->isVisible())

@@ -43,6 +43,16 @@ public:
     void openInDashboard(const QString &path);
     void sendRequest(int choice, const QString &argument);
 
+    // Where the module writes one line per thing that happens to it (see docs/module.md), so
+    // that a program that started it can follow it from outside; none when empty. Set from
+    // KORVEX_DEMO_MODULE_LOG (a folder; the file is <pid>.log) by fromEnvironment().
+    void setEventLog(const QString &filePath);
+    // A label file the module asks the dashboard to open as soon as it has reported ready,
+    // as its open button would; from KORVEX_DEMO_MODULE_OPEN.
+    void setOpenOnStart(const QString &path) { m_openOnStart = path; }
+    // Applies the two environment variables above.
+    void configureFromEnvironment();
+
 Q_SIGNALS:
     // The module has closed its window on the dashboard's request (or WM_CLOSE).
     void closed();
@@ -50,12 +60,15 @@ Q_SIGNALS:
 private:
     void showReply(int requestId, const MessageStruct &reply);
     void showTimeout(int requestId, const MessageStruct &request);
-    void closeWindow();
+    void closeWindow(const char *reason);
+    void log(const QString &line);
 
     ModuleCommandLine m_commandLine;
     std::unique_ptr<DemoModuleWindow> m_window;
     std::unique_ptr<ModuleClient> m_client;
     int m_lastRequest = 0;
+    QString m_eventLog;
+    QString m_openOnStart;
 };
 
 // Text of a value as the demo module shows it.

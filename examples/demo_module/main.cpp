@@ -7,6 +7,7 @@ int main(int argc, char **argv)
 {
     QApplication app(argc, argv);
     DemoModule module(ModuleCommandLine::parse(QCoreApplication::arguments()));
+    module.configureFromEnvironment();
     module.start();
     return app.exec();
 }

@@ -15,6 +15,8 @@
 #include <QWindow>
 #include <QtTest>
 
+#include <functional>
+
 using namespace KorvexNative;
 
 class tst_DemoModule : public QObject
@@ -39,12 +41,14 @@ private Q_SLOTS:
     void requestButtonShowsTheReply();
     void runsWithoutADashboard();
     void unreachableDashboardIsShown();
+    void eventLogFollowsTheModule();
 
 private:
     // A demo module started under program with the given arguments after the window id,
     // its window made known to the bridge before it registers.
     std::unique_ptr<DemoModule> startModule(const QString &program, const QStringList &arguments,
-                                            bool withDashboard = true);
+                                            bool withDashboard = true,
+                                            const std::function<void(DemoModule *)> &configure = {});
     QList<QPair<QString, QString>> history(const QString &store) const;
 
     std::unique_ptr<PrinterFixture> m_printers;
@@ -81,7 +85,8 @@ void tst_DemoModule::cleanup()
 
 std::unique_ptr<DemoModule> tst_DemoModule::startModule(const QString &program,
                                                         const QStringList &arguments,
-                                                        bool withDashboard)
+                                                        bool withDashboard,
+                                                        const std::function<void(DemoModule *)> &configure)
 {
     QStringList line{ program };
     if (withDashboard)
@@ -91,6 +96,8 @@ std::unique_ptr<DemoModule> tst_DemoModule::startModule(const QString &program,
     const auto handle = WindowHandle(module->window()->winId());
     m_bridge->backend.adoptWindow(handle);
     m_bridge->connectModuleWindow(handle);
+    if (configure)
+        configure(module.get());
     module->start();
     return module;
 }
@@ -294,6 +301,40 @@ void tst_DemoModule::unreachableDashboardIsShown()
     QVERIFY(!module->client()->isRegistered());
     QVERIFY2(module->window()->openStatus().contains(QStringLiteral("cannot be reached")),
              qPrintable(module->window()->openStatus()));
+}
+
+void tst_DemoModule::eventLogFollowsTheModule()
+{
+    const QString logPath = m_labels.filePath(QStringLiteral("events.log"));
+    const QString label = m_labels.filePath(QStringLiteral("asked.kxpm"));
+    const QString opened = m_labels.filePath(QStringLiteral("opened.kxld"));
+    PrinterFixture::writeFile(opened, "x");
+    QSignalSpy open(m_bridge->helper.get(), &QVIPCHelper_win32::openLabel);
+    auto module = startModule(QStringLiteral("QVLabelEditor.exe"), { QStringLiteral("--p P2,0"), opened },
+                              true, [&](DemoModule *m) {
+                                  m->setEventLog(logPath);
+                                  m->setOpenOnStart(label);
+                              });
+    // Asked as soon as it was ready, as its button would.
+    QCOMPARE(open.size(), 1);
+    QCOMPARE(open.at(0).at(0).toString(), label);
+    m_bridge->helper->closeApplicationRequest();
+    const auto handle = quint64(module->client()->windowHandle());
+    module.reset();
+
+    QFile file(logPath);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QStringList lines = QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+    const QString dashboard = QString::number(m_bridge->dashboard);
+    QCOMPARE(lines, (QStringList{
+                            "start QVLabelEditor.exe --dashboard " + dashboard + " --p P2,0 " + opened,
+                            "file " + opened,
+                            "ready " + QString::number(handle),
+                            "broadcast StatusChanged: 4, P2, -, -",
+                            "open " + label,
+                            "broadcast CloseApplicationSignal: -, -, -, -",
+                            "close CloseApplicationSignal",
+                            "exit" }));
 }
 
 QTEST_MAIN(tst_DemoModule)
