@@ -13,6 +13,8 @@ function(korvex_place_demo_modules)
     if(NOT ARG_TARGET OR NOT ARG_DESTINATION)
         message(FATAL_ERROR "korvex_place_demo_modules needs TARGET and DESTINATION")
     endif()
+    # The list is read here so that any directory can call the function.
+    include(KorvexDemoModules)
     set(outputs)
     set(commands)
     foreach(name IN LISTS KORVEX_MODULE_EXECUTABLES)
