@@ -1,10 +1,13 @@
 #include "native_window_system.h"
 
 #include "dashboard_logging.h"
-#include "platforms/memory/memory_native_window_backend.h"
+#include "platforms/none/native_window_backend_none.h"
 
 #ifdef Q_OS_WIN
 #include "platforms/win32/native_window_backend_win32.h"
+#endif
+#ifdef KORVEX_HAVE_XCB
+#include "platforms/xcb/native_window_backend_xcb.h"
 #endif
 
 #include <QGuiApplication>
@@ -30,18 +33,43 @@ KorvexNative::NativeWindowBackend *NativeWindowSystem::backend()
     return platformDefault.get();
 }
 
+NativeWindowSystem::OperatingSystem NativeWindowSystem::currentOperatingSystem()
+{
+#if defined(Q_OS_WIN)
+    return OperatingSystem::Windows;
+#elif defined(Q_OS_LINUX)
+    return OperatingSystem::Linux;
+#else
+    return OperatingSystem::Other;
+#endif
+}
+
+QByteArray NativeWindowSystem::backendNameFor(const QString &platformName, OperatingSystem os)
+{
+    const bool windowless = platformName == u"offscreen" || platformName == u"minimal";
+    if (os == OperatingSystem::Windows)
+        return windowless ? QByteArrayLiteral("none") : QByteArrayLiteral("win32");
+    if (platformName == u"xcb")
+        return QByteArrayLiteral("xcb");
+    return QByteArrayLiteral("none");
+}
+
 std::unique_ptr<KorvexNative::NativeWindowBackend>
 NativeWindowSystem::createBackend(const QString &platformName)
 {
+    const QByteArray chosen = backendNameFor(platformName, currentOperatingSystem());
 #ifdef Q_OS_WIN
-    if (platformName == u"windows")
+    if (chosen == "win32")
         return KorvexNative::createWin32NativeWindowBackend();
 #endif
-    if (platformName == u"xcb") {
-        // The X11 backend plugs in here; until then modules cannot be embedded under X11.
-        KX_DEBUG(lcWindow, "No native window backend for xcb yet; using the in-memory one.");
-    }
-    return std::make_unique<MemoryNativeWindowBackend>();
+#ifdef KORVEX_HAVE_XCB
+    if (chosen == "xcb")
+        return KorvexNative::createXcbNativeWindowBackend();
+#endif
+    if (chosen != "none")
+        KX_DEBUG(lcWindow, "No %s backend in this build; modules cannot be embedded.",
+                 chosen.constData());
+    return KorvexNative::createNoneNativeWindowBackend();
 }
 
 KorvexNative::MessageId NativeWindowSystem::registerWindowMessage(

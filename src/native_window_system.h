@@ -9,7 +9,7 @@
 
 // The dashboard's door to the native window system: which backend serves this process, and
 // Qt-typed conveniences over it. The work is done by one KorvexNative::NativeWindowBackend per
-// window system (Win32, in memory; X11 to come).
+// window system: Win32, X11, none (no native windows), and the recording one tests install.
 class KORVEXDASHBOARD_EXPORT NativeWindowSystem
 {
 public:
@@ -17,10 +17,18 @@ public:
     // on first use from QGuiApplication::platformName().
     static KorvexNative::NativeWindowBackend *backend();
 
-    // A new backend for a Qt platform name: "windows" gives the Win32 backend (on Windows),
-    // everything else the in-memory one. "xcb" is where the X11 backend will plug in.
+    // A new backend for a Qt platform name, as backendNameFor chooses for this operating
+    // system.
     static std::unique_ptr<KorvexNative::NativeWindowBackend>
     createBackend(const QString &platformName);
+
+    enum class OperatingSystem { Windows, Linux, Other };
+    static OperatingSystem currentOperatingSystem();
+    // The backend ("win32", "xcb" or "none") for a Qt platform on an operating system. On
+    // Windows the window system is Win32 whatever plugin draws ("windows", "direct2d", ...),
+    // except on the offscreen and minimal platforms, which have no native windows. Elsewhere
+    // "xcb" is X11 and every other platform gets "none", which keeps nothing.
+    static QByteArray backendNameFor(const QString &platformName, OperatingSystem os);
 
     static KorvexNative::MessageId registerWindowMessage(KorvexNative::NativeWindowBackend *backend,
                                                          const QString &name);

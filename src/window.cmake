@@ -36,6 +36,17 @@ if(WIN32)
     set(_window_platform_libraries user32)
 endif()
 
+# X11: libxcb, linked privately; nothing above the seam sees it.
+if(UNIX AND NOT APPLE)
+    find_package(PkgConfig REQUIRED)
+    pkg_check_modules(XCB REQUIRED IMPORTED_TARGET GLOBAL xcb)
+    list(APPEND _window_platform_sources
+        platforms/xcb/native_window_backend_xcb.h
+        platforms/xcb/native_window_backend_xcb.cpp)
+    target_link_libraries(KorvexDashboard PRIVATE PkgConfig::XCB)
+    target_compile_definitions(KorvexDashboard PRIVATE KORVEX_HAVE_XCB)
+endif()
+
 korvex_dashboard_add_sources(
     PUBLIC_HEADERS
         platforms/native_window_backend.h
@@ -48,6 +59,8 @@ korvex_dashboard_add_sources(
         dashboard_main_window.cpp
         dashboard_app_window.cpp
         Controllers/qvipchelper_win32.cpp
+        platforms/none/native_window_backend_none.h
+        platforms/none/native_window_backend_none.cpp
         ${_window_platform_sources}
     LIBRARIES
         KorvexDashboardTesting

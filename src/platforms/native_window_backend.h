@@ -105,6 +105,20 @@ public:
     // points into it or into message and lives as long as both.
     virtual const Message *translateNativeEvent(const char *eventType, std::size_t eventTypeSize,
                                                 void *message, Message *storage) = 0;
+
+    // True when the event is only this backend's transport, meaning nothing else in the process
+    // has a use for it: the window it arrived at may report it handled once it was translated.
+    // Qt's xcb plugin warns about every client message nobody handled. WM_CLOSE and real
+    // window-system messages are never the backend's own. Added after the calls above; the
+    // default (false) suits backends whose messages are the system's own (Win32).
+    virtual bool isBackendTransport(const char *eventType, std::size_t eventTypeSize,
+                                    void *message)
+    {
+        (void)eventType;
+        (void)eventTypeSize;
+        (void)message;
+        return false;
+    }
 };
 
 } // namespace KorvexNative

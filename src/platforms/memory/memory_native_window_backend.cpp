@@ -321,9 +321,10 @@ bool MemoryNativeWindowBackend::postMessage(WindowHandle window, MessageId messa
     Call &call = record(QStringLiteral("PostMessageW"),
                         { handleValue(window), QVariant::fromValue<quint32>(message),
                           QVariant::fromValue<quint64>(wParam), qint64(lParam) });
-    const bool exists = windowExists(window);
-    call.result = exists ? 1 : 0;
-    return exists;
+    // As on Windows, data travels only with a sent message: a posted pointer would dangle.
+    const bool posted = windowExists(window) && message != WmCopyData;
+    call.result = posted ? 1 : 0;
+    return posted;
 }
 
 MessageId MemoryNativeWindowBackend::registerWindowMessage(const char16_t *name)

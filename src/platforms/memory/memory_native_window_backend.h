@@ -17,8 +17,9 @@ class QWindow;
 
 // A native window system that lives in memory: every call is recorded with its arguments, in
 // order, and windows are simulated well enough for the dashboard's logic (existence, parent,
-// style words, geometry, visibility, destruction). It is the fallback where no real backend
-// exists, and the backend tests install to drive the dashboard without a display.
+// style words, geometry, visibility, destruction). Tests install it to drive the dashboard
+// without a display; it is never a process's default (that is "none" where no real backend
+// exists, which keeps nothing).
 class KORVEXDASHBOARDTESTING_EXPORT MemoryNativeWindowBackend
         : public KorvexNative::NativeWindowBackend
 {

@@ -41,8 +41,6 @@ class tst_MemoryNativeWindowBackend : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void defaultBackendFollowsThePlatform_data();
-    void defaultBackendFollowsThePlatform();
     void scopedBackendsNest();
     void registeredIdsAreStable();
     void windowsAreSimulated();
@@ -56,32 +54,6 @@ private Q_SLOTS:
 void tst_MemoryNativeWindowBackend::initTestCase()
 {
     QStandardPaths::setTestModeEnabled(true);
-}
-
-void tst_MemoryNativeWindowBackend::defaultBackendFollowsThePlatform_data()
-{
-    QTest::addColumn<QString>("platform");
-    QTest::addColumn<QByteArray>("backend");
-#ifdef Q_OS_WIN
-    QTest::newRow("windows") << "windows" << QByteArray("win32");
-#else
-    QTest::newRow("windows elsewhere") << "windows" << QByteArray("memory");
-#endif
-    QTest::newRow("xcb, until X11 exists") << "xcb" << QByteArray("memory");
-    QTest::newRow("offscreen") << "offscreen" << QByteArray("memory");
-    QTest::newRow("wayland") << "wayland" << QByteArray("memory");
-    QTest::newRow("empty") << "" << QByteArray("memory");
-}
-
-void tst_MemoryNativeWindowBackend::defaultBackendFollowsThePlatform()
-{
-    QFETCH(QString, platform);
-    QFETCH(QByteArray, backend);
-    const auto created = NativeWindowSystem::createBackend(platform);
-    QVERIFY(created);
-    QCOMPARE(QByteArray(created->name()), backend);
-    // This process runs offscreen.
-    QCOMPARE(QByteArray(NativeWindowSystem::backend()->name()), QByteArray("memory"));
 }
 
 void tst_MemoryNativeWindowBackend::scopedBackendsNest()

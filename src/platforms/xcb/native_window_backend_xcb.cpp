@@ -1,0 +1,918 @@
+#include "platforms/xcb/native_window_backend_xcb.h"
+
+#include "dashboard_logging.h"
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+#include <QString>
+#include <QThread>
+
+#include <xcb/xcb.h>
+
+#include <poll.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace KorvexNative {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::uint32_t SwpNoSize = 0x0001;
+constexpr std::uint32_t SwpNoMove = 0x0002;
+constexpr std::uint32_t SwpHideWindow = 0x0080;
+constexpr WindowHandle HwndBottom = 1;
+constexpr WindowHandle HwndTopMost = WindowHandle(-1);
+constexpr WindowHandle HwndNoTopMost = WindowHandle(-2);
+
+// Caption, system menu, sizing frame, minimise and maximise boxes.
+constexpr LongPtr FRAME_STYLES = WsCaption | WsSysMenu | WsThickFrame | WsMinimizeBox | WsMaximizeBox;
+
+// _MOTIF_WM_HINTS: flags, functions, decorations, input mode, status.
+constexpr std::uint32_t MWM_HINTS_DECORATIONS = 1u << 1;
+constexpr std::uint32_t MWM_DECOR_BORDER = 1u << 1;
+constexpr std::uint32_t MWM_DECOR_RESIZEH = 1u << 2;
+constexpr std::uint32_t MWM_DECOR_TITLE = 1u << 3;
+constexpr std::uint32_t MWM_DECOR_MENU = 1u << 4;
+constexpr std::uint32_t MWM_DECOR_MINIMIZE = 1u << 5;
+constexpr std::uint32_t MWM_DECOR_MAXIMIZE = 1u << 6;
+
+// The payload property starts with this header, little-endian whatever the hosts: format-8
+// data is never byte-swapped by the server.
+constexpr char COPY_MAGIC[4] = { 'K', 'X', 'C', 'D' };
+constexpr std::uint32_t COPY_HEADER = 24; // magic, serial, cbData, reserved, dwData (8)
+
+// Names of the display-wide table of registered messages, and the longest name (Windows'
+// atom names stop at 255 characters).
+constexpr std::size_t MAX_NAME_BYTES = 255 * 3;
+// The part of the table that is read; names past it cannot be registered (id 0).
+constexpr std::uint32_t MAX_TABLE_BYTES = 1024 * 1024;
+
+void putLe32(unsigned char *p, std::uint32_t v)
+{
+    for (int i = 0; i < 4; ++i)
+        p[i] = static_cast<unsigned char>(v >> (8 * i));
+}
+
+std::uint32_t getLe32(const unsigned char *p)
+{
+    std::uint32_t v = 0;
+    for (int i = 0; i < 4; ++i)
+        v |= std::uint32_t(p[i]) << (8 * i);
+    return v;
+}
+
+std::uint64_t getLe64(const unsigned char *p)
+{
+    return std::uint64_t(getLe32(p)) | (std::uint64_t(getLe32(p + 4)) << 32);
+}
+
+void putLe64(unsigned char *p, std::uint64_t v)
+{
+    putLe32(p, std::uint32_t(v));
+    putLe32(p + 4, std::uint32_t(v >> 32));
+}
+
+// X ids are 29-bit numbers; a handle that cannot be one is no window.
+bool isXid(WindowHandle handle)
+{
+    return handle != 0 && handle <= 0x1FFFFFFFu;
+}
+
+template<typename T>
+struct FreeDeleter
+{
+    void operator()(T *p) const { std::free(p); }
+};
+template<typename T>
+using Reply = std::unique_ptr<T, FreeDeleter<T>>;
+
+std::int16_t clamp16(int v)
+{
+    return static_cast<std::int16_t>(std::clamp(v, -32768, 32767));
+}
+
+std::uint16_t clampSize(int v)
+{
+    // X has no empty window; the smallest is one pixel.
+    return static_cast<std::uint16_t>(std::clamp(v, 1, 32767));
+}
+
+} // namespace
+
+struct XcbNativeWindowBackend::Private
+{
+    struct WindowRecord
+    {
+        LongPtr style = 0;
+        LongPtr exStyle = 0;
+        bool ours = false; // created by this backend: WM_CLOSE destroys it
+    };
+    struct PendingCopy
+    {
+        Clock::time_point sent;
+        std::uint64_t bytes = 0;
+        xcb_window_t target = XCB_NONE;
+    };
+    struct Backlog
+    {
+        int copies = 0;
+        std::uint64_t bytes = 0;
+    };
+    struct Retained
+    {
+        CopyDataStruct copyData{};
+        std::vector<unsigned char> bytes;
+    };
+
+    xcb_connection_t *connection = nullptr;
+    xcb_window_t root = XCB_NONE;
+    std::uint32_t maxChunk = 0;
+    std::uint32_t nextSerial = 1;
+
+    xcb_atom_t atomMessage = XCB_NONE;     // ClientMessage type of plain messages
+    xcb_atom_t atomCopyData = XCB_NONE;    // ClientMessage type announcing a payload
+    xcb_atom_t atomPayload = XCB_NONE;     // property name and type of a payload
+    xcb_atom_t atomTable = XCB_NONE;       // root property: the registered names
+    xcb_atom_t atomUtf8 = XCB_NONE;
+    xcb_atom_t atomProtocols = XCB_NONE;
+    xcb_atom_t atomDeleteWindow = XCB_NONE;
+    xcb_atom_t atomMotifHints = XCB_NONE;
+
+    std::unordered_map<xcb_window_t, WindowRecord> windows;
+    std::unordered_map<xcb_window_t, PendingCopy> pending; // by carrier
+    std::unordered_map<xcb_window_t, Backlog> backlogs;    // by receiving window
+    std::uint64_t pendingBytes = 0;
+    std::unordered_map<std::u16string, MessageId> registered;
+    std::array<Retained, RETAINED_COPIES> retained;
+    std::size_t nextRetained = 0;
+    std::unique_ptr<QSocketNotifier> notifier;
+
+    bool ok() const { return connection && !xcb_connection_has_error(connection); }
+
+    bool checked(xcb_void_cookie_t cookie)
+    {
+        xcb_generic_error_t *error = xcb_request_check(connection, cookie);
+        if (!error)
+            return true;
+        std::free(error);
+        return false;
+    }
+
+    Reply<xcb_get_window_attributes_reply_t> attributes(xcb_window_t window)
+    {
+        return Reply<xcb_get_window_attributes_reply_t>(xcb_get_window_attributes_reply(
+                connection, xcb_get_window_attributes(connection, window), nullptr));
+    }
+
+    Reply<xcb_query_tree_reply_t> tree(xcb_window_t window)
+    {
+        return Reply<xcb_query_tree_reply_t>(
+                xcb_query_tree_reply(connection, xcb_query_tree(connection, window), nullptr));
+    }
+
+    Reply<xcb_get_property_reply_t> property(xcb_window_t window, xcb_atom_t name,
+                                             xcb_atom_t type, std::uint32_t longs)
+    {
+        return Reply<xcb_get_property_reply_t>(xcb_get_property_reply(
+                connection, xcb_get_property(connection, 0, window, name, type, 0, longs),
+                nullptr));
+    }
+
+    void intern(std::initializer_list<std::pair<const char *, xcb_atom_t *>> atoms)
+    {
+        std::vector<xcb_intern_atom_cookie_t> cookies;
+        for (const auto &atom : atoms)
+            cookies.push_back(xcb_intern_atom(connection, 0, std::uint16_t(std::strlen(atom.first)),
+                                              atom.first));
+        std::size_t i = 0;
+        for (const auto &atom : atoms) {
+            Reply<xcb_intern_atom_reply_t> reply(
+                    xcb_intern_atom_reply(connection, cookies[i++], nullptr));
+            *atom.second = reply ? reply->atom : XCB_NONE;
+        }
+    }
+
+    // Keeps what X11 cannot hold for a window, and watches it so the record goes with it.
+    WindowRecord *record(xcb_window_t window, bool create)
+    {
+        auto it = windows.find(window);
+        if (it != windows.end())
+            return &it->second;
+        if (!create)
+            return nullptr;
+        WindowRecord fresh;
+        fresh.style = derivedStyle(window);
+        const std::uint32_t mask[] = { XCB_EVENT_MASK_STRUCTURE_NOTIFY };
+        // Only our connection's own selection on the window changes; the owner's stays.
+        xcb_change_window_attributes(connection, window, XCB_CW_EVENT_MASK, mask);
+        return &windows.emplace(window, fresh).first->second;
+    }
+
+    // A window we never styled: a child, or a top-level framed unless its Motif hints say not.
+    LongPtr derivedStyle(xcb_window_t window)
+    {
+        const auto node = tree(window);
+        if (node && node->parent != node->root)
+            return WsChild;
+        const auto hints = property(window, atomMotifHints, atomMotifHints, 5);
+        if (hints && hints->format == 32 && xcb_get_property_value_length(hints.get()) >= 12) {
+            const auto *v = static_cast<const std::uint32_t *>(xcb_get_property_value(hints.get()));
+            if ((v[0] & MWM_HINTS_DECORATIONS) && v[2] == 0)
+                return 0;
+        }
+        return FRAME_STYLES;
+    }
+
+    LongPtr styleOf(WindowHandle window, int index, bool *alive)
+    {
+        drain();
+        *alive = false;
+        if (!ok() || !isXid(window) || (index != GwlStyle && index != GwlExStyle))
+            return 0;
+        const auto state = attributes(xcb_window_t(window));
+        if (!state)
+            return 0;
+        *alive = true;
+        const WindowRecord *known = record(xcb_window_t(window), true);
+        if (index == GwlExStyle)
+            return known->exStyle;
+        // Visibility is the X server's: mapped or not, whoever mapped it.
+        const bool mapped = state->map_state != XCB_MAP_STATE_UNMAPPED;
+        return (known->style & ~LongPtr(WsVisible)) | (mapped ? LongPtr(WsVisible) : 0);
+    }
+
+    void writeFrame(xcb_window_t window, LongPtr style)
+    {
+        std::uint32_t decorations = 0;
+        if (style & WsCaption)
+            decorations |= MWM_DECOR_TITLE | MWM_DECOR_BORDER;
+        if (style & WsThickFrame)
+            decorations |= MWM_DECOR_BORDER | MWM_DECOR_RESIZEH;
+        if (style & WsSysMenu)
+            decorations |= MWM_DECOR_MENU;
+        if (style & WsMinimizeBox)
+            decorations |= MWM_DECOR_MINIMIZE;
+        if (style & WsMaximizeBox)
+            decorations |= MWM_DECOR_MAXIMIZE;
+        const std::uint32_t hints[5] = { MWM_HINTS_DECORATIONS, 0, decorations, 0, 0 };
+        xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, atomMotifHints,
+                            atomMotifHints, 32, 5, hints);
+    }
+
+    void forget(xcb_window_t window)
+    {
+        windows.erase(window);
+        auto it = pending.find(window);
+        if (it != pending.end())
+            settle(it);
+    }
+
+    std::unordered_map<xcb_window_t, PendingCopy>::iterator
+    settle(std::unordered_map<xcb_window_t, PendingCopy>::iterator it)
+    {
+        pendingBytes -= it->second.bytes;
+        auto backlog = backlogs.find(it->second.target);
+        if (backlog != backlogs.end()) {
+            backlog->second.bytes -= it->second.bytes;
+            if (--backlog->second.copies <= 0)
+                backlogs.erase(backlog);
+        }
+        return pending.erase(it);
+    }
+
+    bool backlogFull(xcb_window_t target, std::uint32_t more) const
+    {
+        const auto it = backlogs.find(target);
+        return it != backlogs.end()
+                && (it->second.copies >= MAX_PENDING_PER_WINDOW
+                    || it->second.bytes + more > MAX_PENDING_BYTES_PER_WINDOW);
+    }
+
+    // Waits, at most BACKPRESSURE_WAIT_MS, for a receiver with a full backlog to read.
+    bool waitForRoom(xcb_window_t target, std::uint32_t more)
+    {
+        const Clock::time_point deadline =
+                Clock::now() + std::chrono::milliseconds(BACKPRESSURE_WAIT_MS);
+        while (backlogFull(target, more)) {
+            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                    deadline - Clock::now()).count();
+            if (left <= 0 || !ok())
+                return false;
+            pollfd fd{ xcb_get_file_descriptor(connection), POLLIN, 0 };
+            ::poll(&fd, 1, int(left));
+            drain();
+        }
+        return true;
+    }
+
+    void drain()
+    {
+        if (!ok())
+            return;
+        while (xcb_generic_event_t *event = xcb_poll_for_event(connection)) {
+            // Errors of requests nobody checks (a save-set entry for our own window, a
+            // receiver that destroyed a payload first) mean nothing here.
+            if ((event->response_type & 0x7f) == XCB_DESTROY_NOTIFY)
+                forget(reinterpret_cast<xcb_destroy_notify_event_t *>(event)->window);
+            std::free(event);
+        }
+        expire();
+    }
+
+    // A payload unread for too long is withdrawn: its receiver is not reading.
+    void expire()
+    {
+        const Clock::time_point now = Clock::now();
+        bool destroyed = false;
+        for (auto it = pending.begin(); it != pending.end();) {
+            if (now - it->second.sent < std::chrono::milliseconds(COPY_DATA_TIMEOUT_MS)) {
+                ++it;
+                continue;
+            }
+            xcb_destroy_window(connection, it->first);
+            it = settle(it);
+            destroyed = true;
+        }
+        if (destroyed)
+            xcb_flush(connection);
+    }
+
+    bool sendClientMessage(xcb_window_t window, xcb_atom_t type, const std::uint32_t data[5])
+    {
+        xcb_client_message_event_t event;
+        std::memset(&event, 0, sizeof event);
+        event.response_type = XCB_CLIENT_MESSAGE;
+        event.format = 32;
+        event.window = window;
+        event.type = type;
+        std::memcpy(event.data.data32, data, 5 * sizeof(std::uint32_t));
+        // No event mask: the event goes to the client that created the window, its owner.
+        return checked(xcb_send_event_checked(connection, 0, window, XCB_EVENT_MASK_NO_EVENT,
+                                              reinterpret_cast<const char *>(&event)));
+    }
+
+    bool supportsDelete(xcb_window_t window)
+    {
+        const auto reply = property(window, atomProtocols, XCB_ATOM_ATOM, 64);
+        if (!reply || reply->format != 32)
+            return false;
+        const int count = xcb_get_property_value_length(reply.get()) / 4;
+        const auto *atoms = static_cast<const xcb_atom_t *>(xcb_get_property_value(reply.get()));
+        return std::find(atoms, atoms + count, atomDeleteWindow) != atoms + count;
+    }
+
+    bool close(xcb_window_t window)
+    {
+        WindowRecord *own = record(window, false);
+        if (own && own->ours) {
+            // Our container: WM_CLOSE's default is to destroy the window.
+            const bool done = checked(xcb_destroy_window_checked(connection, window));
+            forget(window);
+            return done;
+        }
+        if (supportsDelete(window)) {
+            const std::uint32_t data[5] = { atomDeleteWindow, XCB_CURRENT_TIME, 0, 0, 0 };
+            return sendClientMessage(window, atomProtocols, data);
+        }
+        const std::uint32_t data[5] = { WmClose, 0, 0, 0, 0 };
+        return sendClientMessage(window, atomMessage, data);
+    }
+
+    bool plainMessage(xcb_window_t window, MessageId message, WParam wParam, LParam lParam)
+    {
+        const std::uint64_t w = wParam;
+        const std::uint64_t l = std::uint64_t(lParam);
+        const std::uint32_t data[5] = { message, std::uint32_t(w), std::uint32_t(w >> 32),
+                                        std::uint32_t(l), std::uint32_t(l >> 32) };
+        return sendClientMessage(window, atomMessage, data);
+    }
+
+    LResult copyData(xcb_window_t target, WParam wParam, const CopyDataStruct *copy)
+    {
+        if (!copy || (copy->cbData != 0 && !copy->lpData))
+            return 0;
+        if (copy->cbData > MAX_COPY_DATA) {
+            KX_DEBUG(lcWindow, "Dashboard Error: WM_COPYDATA of %u bytes refused (largest %u).",
+                     unsigned(copy->cbData), unsigned(MAX_COPY_DATA));
+            return 0;
+        }
+        if (pendingBytes + copy->cbData > MAX_PENDING_BYTES
+            || !waitForRoom(target, copy->cbData)) {
+            KX_DEBUG(lcWindow,
+                     "Dashboard Error: WM_COPYDATA to window %u refused: %d payloads (%llu bytes) "
+                     "are still unread by their receivers.",
+                     unsigned(target), int(pending.size()),
+                     static_cast<unsigned long long>(pendingBytes));
+            return 0;
+        }
+
+        // The payload lives in a window of its own: unique while it lives, freed by the server
+        // with its window, and watched for its destruction, which is the receiver's receipt.
+        const xcb_window_t carrier = xcb_generate_id(connection);
+        const std::uint32_t mask[] = { XCB_EVENT_MASK_STRUCTURE_NOTIFY };
+        xcb_create_window(connection, 0, carrier, root, -1, -1, 1, 1, 0,
+                          XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK,
+                          mask);
+
+        const std::uint32_t serial = nextSerial++;
+        if (nextSerial == 0)
+            nextSerial = 1;
+        unsigned char header[COPY_HEADER] = {};
+        std::memcpy(header, COPY_MAGIC, 4);
+        putLe32(header + 4, serial);
+        putLe32(header + 8, copy->cbData);
+        putLe64(header + 16, copy->dwData);
+        xcb_change_property(connection, XCB_PROP_MODE_REPLACE, carrier, atomPayload, atomPayload,
+                            8, COPY_HEADER, header);
+        // One request may not exceed the server's limit: the bytes go in appended chunks.
+        const auto *bytes = static_cast<const unsigned char *>(copy->lpData);
+        for (std::uint32_t done = 0; done < copy->cbData;) {
+            const std::uint32_t chunk = std::min(maxChunk, copy->cbData - done);
+            xcb_change_property(connection, XCB_PROP_MODE_APPEND, carrier, atomPayload,
+                                atomPayload, 8, chunk, bytes + done);
+            done += chunk;
+        }
+
+        const std::uint64_t w = wParam;
+        const std::uint32_t data[5] = { carrier, serial, std::uint32_t(w), std::uint32_t(w >> 32),
+                                        copy->cbData };
+        if (!sendClientMessage(target, atomCopyData, data)) {
+            xcb_destroy_window(connection, carrier);
+            xcb_flush(connection);
+            return 0;
+        }
+        pending[carrier] = PendingCopy{ Clock::now(), copy->cbData, target };
+        pendingBytes += copy->cbData;
+        Backlog &backlog = backlogs[target];
+        ++backlog.copies;
+        backlog.bytes += copy->cbData;
+        return 1;
+    }
+
+    const Message *receiveCopyData(const xcb_client_message_event_t *event, Message *storage)
+    {
+        const xcb_window_t carrier = event->data.data32[0];
+        const std::uint32_t serial = event->data.data32[1];
+        const std::uint32_t size = event->data.data32[4];
+        if (!isXid(carrier) || size > MAX_COPY_DATA)
+            return nullptr;
+        const std::uint32_t total = COPY_HEADER + size;
+        const auto reply = property(carrier, atomPayload, atomPayload, (total + 3) / 4);
+        // Gone (the sender died or withdrew it), or not a payload of this size and type.
+        if (!reply || reply->type != atomPayload || reply->format != 8 || reply->bytes_after != 0
+            || std::uint32_t(xcb_get_property_value_length(reply.get())) != total)
+            return nullptr;
+        const auto *value = static_cast<const unsigned char *>(xcb_get_property_value(reply.get()));
+        if (std::memcmp(value, COPY_MAGIC, 4) != 0 || getLe32(value + 4) != serial
+            || getLe32(value + 8) != size)
+            return nullptr;
+
+        Retained &slot = retained[nextRetained];
+        nextRetained = (nextRetained + 1) % retained.size();
+        slot.bytes.assign(value + COPY_HEADER, value + total);
+        slot.bytes.shrink_to_fit();
+        slot.copyData.dwData = std::uintptr_t(getLe64(value + 16));
+        slot.copyData.cbData = size;
+        slot.copyData.lpData = size ? slot.bytes.data() : nullptr;
+        // The receipt: the sender sees its carrier destroyed.
+        xcb_destroy_window(connection, carrier);
+        xcb_flush(connection);
+
+        *storage = Message{};
+        storage->hwnd = event->window;
+        storage->message = WmCopyData;
+        storage->wParam = WParam(std::uint64_t(event->data.data32[2])
+                                 | (std::uint64_t(event->data.data32[3]) << 32));
+        storage->lParam = reinterpret_cast<LParam>(&slot.copyData);
+        return storage;
+    }
+
+    // The display's table of registered names: NUL-terminated UTF-8 names in a root window
+    // property, a name's id being its place. Appending is one request, so two programs that
+    // register the same name at once both append it and both take its first place.
+    bool readTable(std::vector<std::string> *names, bool *usable, bool *terminated = nullptr)
+    {
+        if (terminated)
+            *terminated = true;
+        const auto reply = property(root, atomTable, XCB_GET_PROPERTY_TYPE_ANY,
+                                    MAX_TABLE_BYTES / 4);
+        if (!reply)
+            return false;
+        names->clear();
+        *usable = reply->type == XCB_NONE || (reply->type == atomUtf8 && reply->format == 8);
+        if (reply->type == XCB_NONE || !*usable)
+            return true;
+        const auto *text = static_cast<const char *>(xcb_get_property_value(reply.get()));
+        const int length = xcb_get_property_value_length(reply.get());
+        if (terminated)
+            *terminated = length == 0 || text[length - 1] == '\0';
+        int start = 0;
+        for (int i = 0; i <= length; ++i) {
+            if (i == length || text[i] == '\0') {
+                if (i > start || i < length)
+                    names->emplace_back(text + start, std::size_t(i - start));
+                start = i + 1;
+            }
+        }
+        return true;
+    }
+
+    static MessageId idOf(const std::vector<std::string> &names, const std::string &name)
+    {
+        const auto it = std::find(names.begin(), names.end(), name);
+        if (it == names.end())
+            return 0;
+        const std::size_t place = std::size_t(it - names.begin());
+        if (place > LAST_REGISTERED_ID - FIRST_REGISTERED_ID)
+            return 0;
+        return FIRST_REGISTERED_ID + MessageId(place);
+    }
+
+    MessageId registerName(const std::u16string &name)
+    {
+        const auto cached = registered.find(name);
+        if (cached != registered.end())
+            return cached->second;
+        const QByteArray utf8 = QString::fromUtf16(name.data(), qsizetype(name.size())).toUtf8();
+        if (utf8.isEmpty() || std::size_t(utf8.size()) > MAX_NAME_BYTES
+            || utf8.contains('\0'))
+            return 0;
+        const std::string key(utf8.constData(), std::size_t(utf8.size()));
+        std::vector<std::string> names;
+        bool usable = false;
+        bool terminated = true;
+        if (!readTable(&names, &usable, &terminated))
+            return 0;
+        MessageId id = idOf(names, key);
+        if (!id) {
+            if (!usable || names.size() > LAST_REGISTERED_ID - FIRST_REGISTERED_ID) {
+                KX_DEBUG(lcWindow, "Dashboard Error: no registered message id left for %s.",
+                         key.c_str());
+                return 0;
+            }
+            // A table that does not end a name (someone else's bytes) is ended first, so the
+            // new name stands on its own.
+            const std::string entry = (terminated ? std::string() : std::string(1, '\0')) + key
+                    + '\0';
+            if (!checked(xcb_change_property_checked(connection, XCB_PROP_MODE_APPEND, root,
+                                                     atomTable, atomUtf8, 8,
+                                                     std::uint32_t(entry.size()), entry.data()))
+                || !readTable(&names, &usable))
+                return 0;
+            id = idOf(names, key);
+        }
+        if (id)
+            registered.emplace(name, id);
+        return id;
+    }
+};
+
+XcbNativeWindowBackend::XcbNativeWindowBackend(const char *displayName) : d(new Private)
+{
+    int screenNumber = 0;
+    d->connection = xcb_connect(displayName, &screenNumber);
+    if (!d->ok()) {
+        KX_DEBUG(lcWindow, "Dashboard Error: cannot connect to the X server; no window calls.");
+        return;
+    }
+    const xcb_setup_t *setup = xcb_get_setup(d->connection);
+    xcb_screen_iterator_t screens = xcb_setup_roots_iterator(setup);
+    for (int i = 0; i < screenNumber && screens.rem; ++i)
+        xcb_screen_next(&screens);
+    d->root = screens.data ? screens.data->root : XCB_NONE;
+
+    // Requests stay well under the server's limit (4-byte units; 256 KiB without
+    // BIG-REQUESTS), leaving room for the request's own header.
+    const std::uint32_t limit = std::min<std::uint32_t>(
+            xcb_get_maximum_request_length(d->connection), 65535u);
+    d->maxChunk = std::max<std::uint32_t>(limit * 4u - 64u, 1024u) & ~3u;
+
+    d->intern({ { "_KORVEX_WM_MESSAGE", &d->atomMessage },
+                { "_KORVEX_WM_COPYDATA", &d->atomCopyData },
+                { "_KORVEX_COPYDATA_PAYLOAD", &d->atomPayload },
+                { "_KORVEX_WM_REGISTERED_MESSAGES", &d->atomTable },
+                { "UTF8_STRING", &d->atomUtf8 },
+                { "WM_PROTOCOLS", &d->atomProtocols },
+                { "WM_DELETE_WINDOW", &d->atomDeleteWindow },
+                { "_MOTIF_WM_HINTS", &d->atomMotifHints } });
+
+    // Receipts and window ends arrive between calls; a Qt event loop takes them as they come.
+    if (QCoreApplication::instance()
+        && QThread::currentThread() == QCoreApplication::instance()->thread()) {
+        d->notifier = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(d->connection),
+                                                        QSocketNotifier::Read);
+        Private *p = d.get();
+        QObject::connect(d->notifier.get(), &QSocketNotifier::activated, d->notifier.get(),
+                         [p] { p->drain(); });
+    }
+}
+
+XcbNativeWindowBackend::~XcbNativeWindowBackend()
+{
+    d->notifier.reset();
+    // Disconnecting frees every window of this connection, payloads included: a module that
+    // reports and quits would lose its last words. They get a short, bounded time to be read.
+    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(EXIT_GRACE_MS);
+    while (d->ok() && !d->pending.empty()) {
+        d->drain();
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                deadline - Clock::now()).count();
+        if (d->pending.empty() || left <= 0)
+            break;
+        pollfd fd{ xcb_get_file_descriptor(d->connection), POLLIN, 0 };
+        ::poll(&fd, 1, int(std::min<long long>(left, 50)));
+    }
+    if (d->connection)
+        xcb_disconnect(d->connection);
+}
+
+bool XcbNativeWindowBackend::isConnected() const
+{
+    return d->ok();
+}
+
+int XcbNativeWindowBackend::pendingCopies() const
+{
+    return int(d->pending.size());
+}
+
+void XcbNativeWindowBackend::processPendingEvents()
+{
+    d->drain();
+}
+
+WindowHandle XcbNativeWindowBackend::createWindowEx(std::uint32_t exStyle,
+                                                    const char16_t *className,
+                                                    const char16_t *windowName,
+                                                    std::uint32_t style, int x, int y, int width,
+                                                    int height, WindowHandle parent,
+                                                    WindowHandle menu, void *instance, void *param)
+{
+    d->drain();
+    const bool child = (style & WsChild) != 0;
+    if (!d->ok() || !className || (child && !parent) || (parent && !isXid(parent)))
+        return 0;
+    const xcb_window_t parentWindow = parent ? xcb_window_t(parent) : d->root;
+    const xcb_window_t window = xcb_generate_id(d->connection);
+    const std::uint32_t mask[] = { XCB_EVENT_MASK_STRUCTURE_NOTIFY };
+    if (!d->checked(xcb_create_window_checked(
+                d->connection, XCB_COPY_FROM_PARENT, window, parentWindow, clamp16(x), clamp16(y),
+                clampSize(width), clampSize(height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+                XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, mask)))
+        return 0;
+    if (windowName && *windowName) {
+        const QByteArray title = QString::fromUtf16(windowName).toUtf8();
+        xcb_change_property(d->connection, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NAME,
+                            d->atomUtf8, 8, std::uint32_t(title.size()), title.constData());
+    }
+    Private::WindowRecord record;
+    record.style = LongPtr(style);
+    record.exStyle = LongPtr(exStyle);
+    record.ours = true;
+    d->windows[window] = record;
+    if (!child && !(style & FRAME_STYLES))
+        d->writeFrame(window, 0);
+    if (style & WsVisible)
+        xcb_map_window(d->connection, window);
+    xcb_flush(d->connection);
+    return window;
+}
+
+WindowHandle XcbNativeWindowBackend::setParent(WindowHandle child, WindowHandle newParent)
+{
+    d->drain();
+    if (!d->ok() || !isXid(child) || (newParent && (!isXid(newParent) || newParent == child)))
+        return 0;
+    const auto node = d->tree(xcb_window_t(child));
+    if (!node)
+        return 0;
+    if (newParent && !d->attributes(xcb_window_t(newParent)))
+        return 0;
+    // Styles are taken before the move: a module's window keeps its top-level style, as
+    // SetParent keeps it.
+    d->record(xcb_window_t(child), true);
+    const xcb_window_t target = newParent ? xcb_window_t(newParent) : d->root;
+    // The place inside the parent is kept, as Windows keeps it.
+    Reply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(
+            d->connection, xcb_get_geometry(d->connection, xcb_window_t(child)), nullptr));
+    if (!d->checked(xcb_reparent_window_checked(d->connection, xcb_window_t(child), target,
+                                                geometry ? geometry->x : 0,
+                                                geometry ? geometry->y : 0)))
+        return 0;
+    // In the save-set, the window goes back to the root if this process dies, and lives on.
+    // Our own windows cannot be in it; the server says so and nothing changes.
+    xcb_change_save_set(d->connection,
+                        newParent ? XCB_SET_MODE_INSERT : XCB_SET_MODE_DELETE,
+                        xcb_window_t(child));
+    xcb_flush(d->connection);
+    return node->parent;
+}
+
+LongPtr XcbNativeWindowBackend::getWindowLongPtr(WindowHandle window, int index)
+{
+    bool alive = false;
+    return d->styleOf(window, index, &alive);
+}
+
+LongPtr XcbNativeWindowBackend::setWindowLongPtr(WindowHandle window, int index, LongPtr newLong)
+{
+    bool alive = false;
+    const LongPtr previous = d->styleOf(window, index, &alive);
+    Private::WindowRecord *record = alive ? d->record(xcb_window_t(window), false) : nullptr;
+    if (!record)
+        return 0;
+    if (index == GwlExStyle) {
+        record->exStyle = newLong;
+        return previous;
+    }
+    record->style = newLong;
+    const xcb_window_t w = xcb_window_t(window);
+    if ((previous ^ newLong) & FRAME_STYLES)
+        d->writeFrame(w, newLong);
+    if ((previous ^ newLong) & WsVisible) {
+        if (newLong & WsVisible)
+            xcb_map_window(d->connection, w);
+        else
+            xcb_unmap_window(d->connection, w);
+    }
+    xcb_flush(d->connection);
+    return previous;
+}
+
+bool XcbNativeWindowBackend::setWindowPos(WindowHandle window, WindowHandle insertAfter, int x,
+                                          int y, int cx, int cy, std::uint32_t flags)
+{
+    d->drain();
+    if (!d->ok() || !isXid(window))
+        return false;
+    std::uint16_t mask = 0;
+    std::uint32_t values[6];
+    int n = 0;
+    if (!(flags & SwpNoMove)) {
+        mask |= XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y;
+        values[n++] = std::uint32_t(std::int32_t(clamp16(x)));
+        values[n++] = std::uint32_t(std::int32_t(clamp16(y)));
+    }
+    if (!(flags & SwpNoSize)) {
+        mask |= XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT;
+        values[n++] = clampSize(cx);
+        values[n++] = clampSize(cy);
+    }
+    if (!(flags & SwpNoZOrder)) {
+        if (insertAfter == HwndBottom) {
+            mask |= XCB_CONFIG_WINDOW_STACK_MODE;
+            values[n++] = XCB_STACK_MODE_BELOW;
+        } else if (insertAfter == 0 || insertAfter == HwndTopMost
+                   || insertAfter == HwndNoTopMost || !isXid(insertAfter)) {
+            mask |= XCB_CONFIG_WINDOW_STACK_MODE;
+            values[n++] = XCB_STACK_MODE_ABOVE;
+        } else {
+            // Windows puts the window behind insertAfter.
+            mask |= XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE;
+            values[n++] = std::uint32_t(insertAfter);
+            values[n++] = XCB_STACK_MODE_BELOW;
+        }
+    }
+    const xcb_window_t w = xcb_window_t(window);
+    if (!d->checked(xcb_configure_window_checked(d->connection, w, mask, values)))
+        return false;
+    if (flags & SwpShowWindow)
+        xcb_map_window(d->connection, w);
+    else if (flags & SwpHideWindow)
+        xcb_unmap_window(d->connection, w);
+    xcb_flush(d->connection);
+    return true;
+}
+
+bool XcbNativeWindowBackend::showWindow(WindowHandle window, int command)
+{
+    d->drain();
+    if (!d->ok() || !isXid(window))
+        return false;
+    const auto attributes = d->attributes(xcb_window_t(window));
+    if (!attributes)
+        return false;
+    if (command == SwHide)
+        xcb_unmap_window(d->connection, xcb_window_t(window));
+    else
+        xcb_map_window(d->connection, xcb_window_t(window));
+    xcb_flush(d->connection);
+    return attributes->map_state != XCB_MAP_STATE_UNMAPPED;
+}
+
+bool XcbNativeWindowBackend::isWindow(WindowHandle window)
+{
+    d->drain();
+    if (!d->ok() || !isXid(window))
+        return false;
+    // Asked of the server every time: the window may have gone by anybody's hand.
+    if (d->attributes(xcb_window_t(window)))
+        return true;
+    d->forget(xcb_window_t(window));
+    return false;
+}
+
+LResult XcbNativeWindowBackend::sendMessage(WindowHandle window, MessageId message, WParam wParam,
+                                            LParam lParam)
+{
+    d->drain();
+    if (!d->ok() || !isXid(window))
+        return 0;
+    const xcb_window_t w = xcb_window_t(window);
+    bool sent = false;
+    if (message == WmCopyData)
+        sent = d->copyData(w, wParam, reinterpret_cast<const CopyDataStruct *>(lParam)) != 0;
+    else if (message == WmClose)
+        sent = d->close(w);
+    else
+        sent = d->plainMessage(w, message, wParam, lParam);
+    xcb_flush(d->connection);
+    return sent ? 1 : 0;
+}
+
+bool XcbNativeWindowBackend::postMessage(WindowHandle window, MessageId message, WParam wParam,
+                                         LParam lParam)
+{
+    d->drain();
+    // As on Windows, data travels only with a sent message: a posted pointer would dangle.
+    if (!d->ok() || !isXid(window) || message == WmCopyData)
+        return false;
+    const xcb_window_t w = xcb_window_t(window);
+    const bool sent = message == WmClose ? d->close(w) : d->plainMessage(w, message, wParam, lParam);
+    xcb_flush(d->connection);
+    return sent;
+}
+
+MessageId XcbNativeWindowBackend::registerWindowMessage(const char16_t *name)
+{
+    d->drain();
+    if (!d->ok() || !name)
+        return 0;
+    return d->registerName(std::u16string(name));
+}
+
+const Message *XcbNativeWindowBackend::translateNativeEvent(const char *eventType,
+                                                            std::size_t eventTypeSize,
+                                                            void *message, Message *storage)
+{
+    if (!eventType || !message || !storage || eventTypeSize != sizeof EVENT_TYPE - 1
+        || std::memcmp(eventType, EVENT_TYPE, eventTypeSize) != 0 || !d->ok())
+        return nullptr;
+    const auto *generic = static_cast<const xcb_generic_event_t *>(message);
+    if ((generic->response_type & 0x7f) != XCB_CLIENT_MESSAGE)
+        return nullptr;
+    const auto *event = static_cast<const xcb_client_message_event_t *>(message);
+    if (event->format != 32)
+        return nullptr;
+
+    if (event->type == d->atomCopyData)
+        return d->receiveCopyData(event, storage);
+
+    *storage = Message{};
+    storage->hwnd = event->window;
+    if (event->type == d->atomMessage) {
+        const MessageId id = event->data.data32[0];
+        // Only WM_COPYDATA's lParam is read as a pointer; an announcement of another shape
+        // would hand the receiver a number from another process as an address.
+        if (id == WmCopyData)
+            return nullptr;
+        storage->message = id;
+        storage->wParam = WParam(std::uint64_t(event->data.data32[1])
+                                 | (std::uint64_t(event->data.data32[2]) << 32));
+        storage->lParam = LParam(std::uint64_t(event->data.data32[3])
+                                 | (std::uint64_t(event->data.data32[4]) << 32));
+        return storage;
+    }
+    if (event->type == d->atomProtocols && event->data.data32[0] == d->atomDeleteWindow) {
+        storage->message = WmClose;
+        return storage;
+    }
+    return nullptr;
+}
+
+bool XcbNativeWindowBackend::isBackendTransport(const char *eventType, std::size_t eventTypeSize,
+                                                void *message)
+{
+    if (!eventType || !message || eventTypeSize != sizeof EVENT_TYPE - 1
+        || std::memcmp(eventType, EVENT_TYPE, eventTypeSize) != 0 || !d->ok())
+        return false;
+    const auto *event = static_cast<const xcb_client_message_event_t *>(message);
+    return (event->response_type & 0x7f) == XCB_CLIENT_MESSAGE && event->format == 32
+            && (event->type == d->atomMessage || event->type == d->atomCopyData);
+}
+
+std::unique_ptr<NativeWindowBackend> createXcbNativeWindowBackend(const char *displayName)
+{
+    return std::make_unique<XcbNativeWindowBackend>(displayName);
+}
+
+} // namespace KorvexNative

@@ -1,0 +1,95 @@
+#pragma once
+
+// The X11 side of the native-window interface, spoken over an xcb connection of its own. No xcb
+// header here: xcb stays below the seam, in the source.
+
+#include "korvexdashboard_export.h"
+#include "platforms/native_window_backend.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace KorvexNative {
+
+// Each call does on X11 what its Win32 namesake does; how, and why so, is in
+// docs/native_window.md. In short:
+//  - windows are X windows; "STATIC" children are plain child windows, SetParent re-parents and
+//    adds the window to the save-set, styles that X11 cannot express are kept per window;
+//  - messages are ClientMessage events to the window's owner; WM_COPYDATA bytes travel in a
+//    property of a short-lived window of the sender, which the receiver reads and destroys;
+//  - SendMessageW never waits for the receiving program, only for the X server: it returns
+//    1 once the message is queued for the window's owner and 0 when it cannot be.
+// Use it from one thread, the one that runs the Qt event loop of the process.
+class KORVEXDASHBOARD_EXPORT XcbNativeWindowBackend final : public NativeWindowBackend
+{
+public:
+    // Largest WM_COPYDATA payload, either way. Bigger sends are refused (0), bigger
+    // announcements are dropped.
+    static constexpr std::uint32_t MAX_COPY_DATA = 16u * 1024u * 1024u;
+    // A payload nobody has read by then is withdrawn by its sender (the receiver hangs).
+    static constexpr int COPY_DATA_TIMEOUT_MS = 30000;
+    // Payloads of one process waiting to be read by one window. A send beyond waits at most
+    // BACKPRESSURE_WAIT_MS for that window to read one, then is refused (0).
+    static constexpr int MAX_PENDING_PER_WINDOW = 4096;
+    static constexpr std::uint64_t MAX_PENDING_BYTES_PER_WINDOW = 64u * 1024u * 1024u;
+    static constexpr int BACKPRESSURE_WAIT_MS = 1000;
+    // All unread payloads of one process; beyond, a send is refused at once.
+    static constexpr std::uint64_t MAX_PENDING_BYTES = 256u * 1024u * 1024u;
+    // A backend being destroyed (at the latest when its process exits) waits this long for its
+    // unread payloads to be read before the server frees them with its connection.
+    static constexpr int EXIT_GRACE_MS = 2000;
+    // The CopyDataStruct that translateNativeEvent hands out, and its bytes, stay valid until
+    // this many further WM_COPYDATA messages have been translated by the same backend.
+    static constexpr int RETAINED_COPIES = 4;
+    // Registered message ids: FIRST_REGISTERED_ID + the name's place in the display's table.
+    static constexpr MessageId FIRST_REGISTERED_ID = 0xC000;
+    static constexpr MessageId LAST_REGISTERED_ID = 0xFFFF;
+    // The eventType of the events translateNativeEvent understands.
+    static constexpr char EVENT_TYPE[] = "xcb_generic_event_t";
+
+    // displayName: as for xcb_connect; null takes $DISPLAY. A backend that cannot connect
+    // fails every call, as calls on invalid handles fail.
+    explicit XcbNativeWindowBackend(const char *displayName = nullptr);
+    ~XcbNativeWindowBackend() override;
+    XcbNativeWindowBackend(const XcbNativeWindowBackend &) = delete;
+    XcbNativeWindowBackend &operator=(const XcbNativeWindowBackend &) = delete;
+
+    bool isConnected() const;
+    // Payloads this process has sent that no receiver has read yet.
+    int pendingCopies() const;
+    // Handles queued events of the backend's own connection: the receivers' acknowledgements
+    // and the ends of watched windows. Every call does this first; a Qt event loop does it as
+    // the events arrive.
+    void processPendingEvents();
+
+    const char *name() const override { return "xcb"; }
+    WindowHandle createWindowEx(std::uint32_t exStyle, const char16_t *className,
+                                const char16_t *windowName, std::uint32_t style, int x, int y,
+                                int width, int height, WindowHandle parent, WindowHandle menu,
+                                void *instance, void *param) override;
+    WindowHandle setParent(WindowHandle child, WindowHandle newParent) override;
+    LongPtr getWindowLongPtr(WindowHandle window, int index) override;
+    LongPtr setWindowLongPtr(WindowHandle window, int index, LongPtr newLong) override;
+    bool setWindowPos(WindowHandle window, WindowHandle insertAfter, int x, int y, int cx, int cy,
+                      std::uint32_t flags) override;
+    bool showWindow(WindowHandle window, int command) override;
+    bool isWindow(WindowHandle window) override;
+    LResult sendMessage(WindowHandle window, MessageId message, WParam wParam,
+                        LParam lParam) override;
+    bool postMessage(WindowHandle window, MessageId message, WParam wParam,
+                     LParam lParam) override;
+    MessageId registerWindowMessage(const char16_t *name) override;
+    const Message *translateNativeEvent(const char *eventType, std::size_t eventTypeSize,
+                                        void *message, Message *storage) override;
+    bool isBackendTransport(const char *eventType, std::size_t eventTypeSize,
+                            void *message) override;
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+KORVEXDASHBOARD_EXPORT std::unique_ptr<NativeWindowBackend>
+createXcbNativeWindowBackend(const char *displayName = nullptr);
+
+} // namespace KorvexNative

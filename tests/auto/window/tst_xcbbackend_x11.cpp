@@ -1,0 +1,515 @@
+// The X11 backend with a real X server and real module processes: messages both ways, ids
+// shared across processes, the save-set, and hostile or failing senders. The backend-neutral
+// behaviour is in tests/contract.
+
+#include "Controllers/qvipc_message.h"
+#include "Controllers/qvipchelper_win32.h"
+#include "dashboard_main_window.h"
+#include "native_window_system.h"
+#include "platforms/xcb/native_window_backend_xcb.h"
+#include "printer_fixture.h"
+
+#include <QProcess>
+#include <QSignalSpy>
+#include <QWindow>
+#include <QtTest>
+
+#include <xcb/xcb.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+
+using namespace KorvexNative;
+
+namespace {
+
+QString helperPath(const char *name)
+{
+    return QStringLiteral(KORVEX_HELPER_DIR "/") + QLatin1String(name);
+}
+
+// A client of the X server of its own, for what neither backend would do.
+class RawClient
+{
+public:
+    RawClient() : m_c(xcb_connect(nullptr, nullptr))
+    {
+        m_root = xcb_setup_roots_iterator(xcb_get_setup(m_c)).data->root;
+    }
+    ~RawClient() { disconnect(); }
+
+    xcb_connection_t *c() const { return m_c; }
+    xcb_window_t root() const { return m_root; }
+
+    xcb_atom_t atom(const char *name)
+    {
+        xcb_intern_atom_reply_t *reply = xcb_intern_atom_reply(
+                m_c, xcb_intern_atom(m_c, 0, std::uint16_t(std::strlen(name)), name), nullptr);
+        const xcb_atom_t atom = reply ? reply->atom : XCB_NONE;
+        std::free(reply);
+        return atom;
+    }
+
+    xcb_window_t createWindow()
+    {
+        const xcb_window_t w = xcb_generate_id(m_c);
+        xcb_create_window(m_c, XCB_COPY_FROM_PARENT, w, m_root, 0, 0, 1, 1, 0,
+                          XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+        return w;
+    }
+
+    void setProperty(xcb_window_t w, xcb_atom_t name, xcb_atom_t type, int format,
+                     const QByteArray &bytes)
+    {
+        xcb_change_property(m_c, XCB_PROP_MODE_REPLACE, w, name, type, std::uint8_t(format),
+                            std::uint32_t(bytes.size() / (format / 8)), bytes.constData());
+    }
+
+    void clientMessage(xcb_window_t to, xcb_atom_t type, const std::uint32_t data[5])
+    {
+        xcb_client_message_event_t event;
+        std::memset(&event, 0, sizeof event);
+        event.response_type = XCB_CLIENT_MESSAGE;
+        event.format = 32;
+        event.window = to;
+        event.type = type;
+        std::memcpy(event.data.data32, data, 20);
+        xcb_send_event(m_c, 0, to, 0, reinterpret_cast<const char *>(&event));
+    }
+
+    xcb_window_t parentOf(xcb_window_t w)
+    {
+        xcb_query_tree_reply_t *tree =
+                xcb_query_tree_reply(m_c, xcb_query_tree(m_c, w), nullptr);
+        const xcb_window_t parent = tree ? tree->parent : XCB_NONE;
+        std::free(tree);
+        return parent;
+    }
+
+    void sync() { std::free(xcb_get_input_focus_reply(m_c, xcb_get_input_focus(m_c), nullptr)); }
+
+    void disconnect()
+    {
+        if (m_c)
+            xcb_disconnect(m_c);
+        m_c = nullptr;
+    }
+
+private:
+    xcb_connection_t *m_c;
+    xcb_window_t m_root = 0;
+};
+
+QByteArray header(std::uint32_t serial, std::uint32_t size, quint64 dwData)
+{
+    QByteArray h(24, '\0');
+    std::memcpy(h.data(), "KXCD", 4);
+    for (int i = 0; i < 4; ++i) {
+        h[4 + i] = char(serial >> (8 * i));
+        h[8 + i] = char(size >> (8 * i));
+    }
+    for (int i = 0; i < 8; ++i)
+        h[16 + i] = char(dwData >> (8 * i));
+    return h;
+}
+
+QByteArray focusReport(uint windowId)
+{
+    MessageStruct record;
+    record.methodName = QStringLiteral("applicationFocused");
+    record.dataType = QStringLiteral("-");
+    record.arguments = { true, windowId };
+    return QVIPCMessage::encode(record);
+}
+
+} // namespace
+
+class tst_XcbBackendX11 : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void defaultBackendIsX11();
+    void moduleRegistersReportsAndGetsItsReply();
+    void registeredIdsAgreeAcrossProcesses();
+    void sendsReportHandingOver();
+    void stoppedModuleStallsNothingAndKeepsItsMessages();
+    void moduleFloodOfTenThousand();
+    void moduleKilledInTheMiddleOfItsMessages();
+    void hostileAnnouncements_data();
+    void hostileAnnouncements();
+    void transportIsConsumedOnlyWhenItIsOurs();
+    void saveSetKeepsTheModuleWindowAlive();
+    void closeAsksAQtWindowToClose();
+    void registeredTableWithGarbage();
+
+private:
+    void showDashboard();
+    std::unique_ptr<PrinterFixture> m_printers;
+    std::unique_ptr<NativeWindowBackend> m_backend;
+    std::unique_ptr<DashboardMainWindow> m_dashboard;
+};
+
+void tst_XcbBackendX11::initTestCase()
+{
+    QStandardPaths::setTestModeEnabled(true);
+    if (QGuiApplication::platformName() != u"xcb")
+        QSKIP("needs the xcb platform (run under tests/run_with_xvfb)");
+}
+
+void tst_XcbBackendX11::init()
+{
+    m_printers = std::make_unique<PrinterFixture>();
+    m_printers->writePrinters({ PrinterFixture::printer(QStringLiteral("P1"),
+                                                        QStringLiteral("Ondrel M4"), 4) });
+    m_backend = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
+    QCOMPARE(QByteArray(m_backend->name()), QByteArray("xcb"));
+}
+
+void tst_XcbBackendX11::cleanup()
+{
+    m_dashboard.reset();
+    m_backend.reset();
+    m_printers.reset();
+}
+
+void tst_XcbBackendX11::showDashboard()
+{
+    m_dashboard = std::make_unique<DashboardMainWindow>(nullptr, m_backend.get());
+    m_dashboard->resize(640, 480);
+    m_dashboard->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_dashboard.get()));
+}
+
+void tst_XcbBackendX11::defaultBackendIsX11()
+{
+    QCOMPARE(QByteArray(NativeWindowSystem::backend()->name()), QByteArray("xcb"));
+    auto *x11 = dynamic_cast<XcbNativeWindowBackend *>(m_backend.get());
+    QVERIFY(x11);
+    QVERIFY(x11->isConnected());
+}
+
+void tst_XcbBackendX11::moduleRegistersReportsAndGetsItsReply()
+{
+    showDashboard();
+    QSignalSpy ready(m_dashboard.get(), &DashboardMainWindow::applicationReady);
+    QProcess module;
+    module.start(helperPath("x11_module_report"), { QString::number(m_dashboard->winId()) });
+    QVERIFY(module.waitForStarted());
+    QTRY_COMPARE_WITH_TIMEOUT(ready.size(), 1, 20000);
+    const QList<QVariant> args = ready.constFirst();
+    QCOMPARE(args.at(1).toLongLong(), module.processId());
+    QCOMPARE(args.at(2).toString(), QStringLiteral("x11 module"));
+    const auto moduleWindow = QVIPCHelper_win32::HWND(uint(args.at(0).toInt()));
+    QCOMPARE(m_dashboard->messagingHelper()->registeredModules(),
+             QList<QVIPCHelper_win32::HWND>{ moduleWindow });
+    // The request was answered on the status controller: printer P1's status is 4.
+    QTRY_VERIFY_WITH_TIMEOUT(module.canReadLine(), 20000);
+    QCOMPARE(module.readLine().trimmed(), QByteArray("reply 4"));
+    // Broadcasts reach it too.
+    m_dashboard->messagingHelper()->closeApplicationRequest();
+    QTRY_COMPARE_WITH_TIMEOUT(module.state(), QProcess::NotRunning, 20000);
+    QCOMPARE(module.exitCode(), 0);
+    QCOMPARE(module.readAllStandardOutput().trimmed(), QByteArray("closed"));
+}
+
+void tst_XcbBackendX11::registeredIdsAgreeAcrossProcesses()
+{
+    const QString fresh = QStringLiteral("Fresh-%1").arg(QCoreApplication::applicationPid());
+    // One name known before the other process starts, one it registers first.
+    const MessageId status = NativeWindowSystem::registerWindowMessage(m_backend.get(),
+                                                                        QStringLiteral("StatusChanged"));
+    QProcess names;
+    names.start(helperPath("x11_module_names"), { fresh, QStringLiteral("StatusChanged") });
+    QVERIFY(names.waitForFinished(30000));
+    QCOMPARE(names.exitCode(), 0);
+    const QList<QByteArray> lines = names.readAllStandardOutput().trimmed().split('\n');
+    QCOMPARE(lines.size(), 2);
+    const MessageId theirFresh = lines.at(0).split(' ').at(1).toUInt();
+    QVERIFY(theirFresh >= 0xC000 && theirFresh <= 0xFFFF);
+    QCOMPARE(NativeWindowSystem::registerWindowMessage(m_backend.get(), fresh), theirFresh);
+    QCOMPARE(lines.at(1), QByteArray("StatusChanged ") + QByteArray::number(status));
+}
+
+void tst_XcbBackendX11::sendsReportHandingOver()
+{
+    // SendMessageW returns once the X server has the message for the window's owner: 1, and 0
+    // where there is no window.
+    QWindow target;
+    target.create();
+    QByteArray bytes = focusReport(5);
+    CopyDataStruct copy{ 0, std::uint32_t(bytes.size()), bytes.data() };
+    QCOMPARE(m_backend->sendMessage(target.winId(), WmCopyData, 0, reinterpret_cast<LParam>(&copy)),
+             LResult(1));
+    QCOMPARE(m_backend->sendMessage(target.winId(), 0xC0FF, 0, 0), LResult(1));
+    auto *x11 = static_cast<XcbNativeWindowBackend *>(m_backend.get());
+    QCOMPARE(x11->pendingCopies(), 1);
+    // Nobody reads for target here, so the payload waits; a payload too big is refused.
+    CopyDataStruct huge{ 0, XcbNativeWindowBackend::MAX_COPY_DATA + 1, bytes.data() };
+    QCOMPARE(m_backend->sendMessage(target.winId(), WmCopyData, 0, reinterpret_cast<LParam>(&huge)),
+             LResult(0));
+    CopyDataStruct noBytes{ 0, 10, nullptr };
+    QCOMPARE(m_backend->sendMessage(target.winId(), WmCopyData, 0,
+                                    reinterpret_cast<LParam>(&noBytes)),
+             LResult(0));
+    QCOMPARE(m_backend->sendMessage(target.winId(), WmCopyData, 0, 0), LResult(0));
+    QCOMPARE(x11->pendingCopies(), 1);
+}
+
+void tst_XcbBackendX11::stoppedModuleStallsNothingAndKeepsItsMessages()
+{
+    showDashboard();
+    QSignalSpy ready(m_dashboard.get(), &DashboardMainWindow::applicationReady);
+    QProcess module;
+    module.start(helperPath("x11_module_report"), { QString::number(m_dashboard->winId()) });
+    QVERIFY(module.waitForStarted());
+    QTRY_COMPARE_WITH_TIMEOUT(ready.size(), 1, 20000);
+    // The module stops answering altogether; the dashboard broadcasts to it all the same, and
+    // every send returns without waiting for it (a wait here would hang the test).
+    const pid_t pid = pid_t(module.processId());
+    QVERIFY(pid > 0); // never 0: that would stop this whole process group
+    ::kill(pid, SIGSTOP);
+    QVIPCHelper_win32 *helper = m_dashboard->messagingHelper();
+    for (int i = 0; i < 200; ++i)
+        helper->onStatusChanged(i % 5, QStringLiteral("P1"));
+    bool timerRan = false;
+    QTimer::singleShot(0, this, [&] { timerRan = true; });
+    QTRY_VERIFY(timerRan);
+    // Woken up, it reads everything that waited for it, its reply included.
+    ::kill(pid, SIGCONT);
+    QTRY_VERIFY_WITH_TIMEOUT(module.canReadLine(), 20000);
+    QCOMPARE(module.readLine().trimmed(), QByteArray("reply 4"));
+    helper->closeApplicationRequest();
+    QTRY_COMPARE_WITH_TIMEOUT(module.state(), QProcess::NotRunning, 20000);
+    QCOMPARE(module.exitCode(), 0);
+    QCOMPARE(module.readAllStandardOutput().trimmed(), QByteArray("closed"));
+}
+
+void tst_XcbBackendX11::moduleFloodOfTenThousand()
+{
+    showDashboard();
+    QSignalSpy focused(m_dashboard.get(), &DashboardMainWindow::applicationFocused);
+    QSignalSpy ready(m_dashboard.get(), &DashboardMainWindow::applicationReady);
+    QProcess module;
+    module.start(helperPath("x11_module_flood"),
+                 { QString::number(m_dashboard->winId()), QStringLiteral("10000") });
+    QVERIFY(module.waitForStarted());
+    QTRY_COMPARE_WITH_TIMEOUT(ready.size(), 1, 120000);
+    // All of them, in order, and the last word after them.
+    QCOMPARE(focused.size(), 10000);
+    for (int i = 0; i < focused.size(); i += 997)
+        QCOMPARE(focused.at(i).at(1).toUInt(), uint(i));
+    QCOMPARE(focused.constLast().at(1).toUInt(), 9999u);
+    QTRY_COMPARE_WITH_TIMEOUT(module.state(), QProcess::NotRunning, 30000);
+    QCOMPARE(module.readAllStandardOutput().trimmed(), QByteArray("sent 10001"));
+}
+
+void tst_XcbBackendX11::moduleKilledInTheMiddleOfItsMessages()
+{
+    showDashboard();
+    QSignalSpy opened(m_dashboard->messagingHelper(), &QVIPCHelper_win32::openLabel);
+    QSignalSpy focused(m_dashboard.get(), &DashboardMainWindow::applicationFocused);
+    QProcess module;
+    module.start(helperPath("x11_module_bigsender"), { QString::number(m_dashboard->winId()) });
+    QVERIFY(module.waitForStarted());
+    QTRY_VERIFY_WITH_TIMEOUT(opened.size() >= 2, 30000);
+    module.kill();
+    QVERIFY(module.waitForFinished(10000));
+    // What arrived arrived whole; then the dashboard hears the next module as before.
+    QTest::qWait(0);
+    for (const QList<QVariant> &args : std::as_const(opened))
+        QCOMPARE(args.at(0).toString(), QString(1024 * 1024, QLatin1Char('x')));
+    auto other = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
+    QByteArray bytes = focusReport(31);
+    CopyDataStruct copy{ 0, std::uint32_t(bytes.size()), bytes.data() };
+    QCOMPARE(other->sendMessage(m_dashboard->winId(), WmCopyData, 0, reinterpret_cast<LParam>(&copy)),
+             LResult(1));
+    QTRY_COMPARE(focused.size(), 1);
+    QCOMPARE(focused.constFirst().at(1).toUInt(), 31u);
+}
+
+void tst_XcbBackendX11::hostileAnnouncements_data()
+{
+    QTest::addColumn<QString>("what");
+    for (const char *what : { "wrong property type", "wrong format", "shorter than announced",
+                              "longer than announced", "bad magic", "other serial",
+                              "carrier gone", "sender died while writing", "not a window",
+                              "announced size over the limit", "data pointer as a plain message",
+                              "unknown message type", "truncated header" })
+        QTest::newRow(what) << QString::fromLatin1(what);
+}
+
+// Each hostile announcement carries a focus report for window 13 where it can; the honest
+// report for window 77 sent after it must be the only one the dashboard hears.
+void tst_XcbBackendX11::hostileAnnouncements()
+{
+    QFETCH(QString, what);
+    showDashboard();
+    QSignalSpy focused(m_dashboard.get(), &DashboardMainWindow::applicationFocused);
+    const xcb_window_t dashboard = xcb_window_t(m_dashboard->winId());
+
+    RawClient raw;
+    const xcb_atom_t payload = raw.atom("_KORVEX_COPYDATA_PAYLOAD");
+    const xcb_atom_t announce = raw.atom("_KORVEX_WM_COPYDATA");
+    const QByteArray body = focusReport(13);
+    const std::uint32_t size = std::uint32_t(body.size());
+    xcb_window_t carrier = raw.createWindow();
+    std::uint32_t announced = size;
+    std::uint32_t serial = 7;
+    xcb_atom_t type = announce;
+
+    if (what == u"wrong property type") {
+        raw.setProperty(carrier, payload, XCB_ATOM_STRING, 8, header(7, size, 0) + body);
+    } else if (what == u"wrong format") {
+        raw.setProperty(carrier, payload, payload, 32, header(7, size, 0) + body + QByteArray(4 - size % 4, 0));
+    } else if (what == u"shorter than announced") {
+        raw.setProperty(carrier, payload, payload, 8, header(7, size, 0) + body);
+        announced = size + 10;
+    } else if (what == u"longer than announced") {
+        raw.setProperty(carrier, payload, payload, 8, header(7, size, 0) + body + "tail");
+    } else if (what == u"bad magic") {
+        QByteArray h = header(7, size, 0);
+        h[0] = 'Z';
+        raw.setProperty(carrier, payload, payload, 8, h + body);
+    } else if (what == u"other serial") {
+        raw.setProperty(carrier, payload, payload, 8, header(8, size, 0) + body);
+    } else if (what == u"carrier gone") {
+        raw.setProperty(carrier, payload, payload, 8, header(7, size, 0) + body);
+        xcb_destroy_window(raw.c(), carrier);
+    } else if (what == u"sender died while writing") {
+        // The first half is written and announced, then the sender's connection ends: the
+        // server takes its windows with it.
+        raw.setProperty(carrier, payload, payload, 8, header(7, size, 0) + body.left(body.size() / 2));
+    } else if (what == u"not a window") {
+        xcb_destroy_window(raw.c(), carrier);
+        carrier = 0x1FFFFFFF;
+    } else if (what == u"announced size over the limit") {
+        raw.setProperty(carrier, payload, payload, 8, header(7, size, 0) + body);
+        announced = XcbNativeWindowBackend::MAX_COPY_DATA + 1;
+    } else if (what == u"truncated header") {
+        raw.setProperty(carrier, payload, payload, 8, header(7, size, 0).left(10));
+        announced = 0;
+    } else if (what == u"data pointer as a plain message") {
+        type = raw.atom("_KORVEX_WM_MESSAGE");
+    } else if (what == u"unknown message type") {
+        type = raw.atom("_KORVEX_SOMETHING_ELSE");
+    }
+
+    std::uint32_t data[5] = { carrier, serial, 0, 0, announced };
+    if (what == u"data pointer as a plain message") {
+        // WM_COPYDATA with an lParam that is an address in no process of ours.
+        const quint64 address = quint64(quintptr(&focused));
+        const std::uint32_t plain[5] = { WmCopyData, 0, 0, std::uint32_t(address),
+                                         std::uint32_t(address >> 32) };
+        std::memcpy(data, plain, sizeof data);
+    }
+    raw.clientMessage(dashboard, type, data);
+    raw.sync();
+    if (what == u"sender died while writing")
+        raw.disconnect();
+
+    auto honest = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
+    QByteArray good = focusReport(77);
+    CopyDataStruct copy{ 0, std::uint32_t(good.size()), good.data() };
+    QCOMPARE(honest->sendMessage(dashboard, WmCopyData, 0, reinterpret_cast<LParam>(&copy)), LResult(1));
+    QTRY_COMPARE(focused.size(), 1);
+    QCOMPARE(focused.constFirst().at(1).toUInt(), 77u);
+}
+
+void tst_XcbBackendX11::transportIsConsumedOnlyWhenItIsOurs()
+{
+    RawClient raw;
+    xcb_client_message_event_t event;
+    std::memset(&event, 0, sizeof event);
+    event.response_type = XCB_CLIENT_MESSAGE | 0x80;
+    event.format = 32;
+    event.type = raw.atom("_KORVEX_WM_MESSAGE");
+    const QByteArray type("xcb_generic_event_t");
+    QVERIFY(m_backend->isBackendTransport(type.constData(), std::size_t(type.size()), &event));
+    event.type = raw.atom("_KORVEX_WM_COPYDATA");
+    QVERIFY(m_backend->isBackendTransport(type.constData(), std::size_t(type.size()), &event));
+    // Closing goes through Qt's own handling: the window must hear it.
+    event.type = raw.atom("WM_PROTOCOLS");
+    event.data.data32[0] = raw.atom("WM_DELETE_WINDOW");
+    QVERIFY(!m_backend->isBackendTransport(type.constData(), std::size_t(type.size()), &event));
+    Message storage{};
+    const Message *close = m_backend->translateNativeEvent(type.constData(),
+                                                          std::size_t(type.size()), &event, &storage);
+    QVERIFY(close);
+    QCOMPARE(close->message, WmClose);
+    event.format = 8;
+    event.type = raw.atom("_KORVEX_WM_MESSAGE");
+    QVERIFY(!m_backend->isBackendTransport(type.constData(), std::size_t(type.size()), &event));
+    QVERIFY(!m_backend->translateNativeEvent(type.constData(), std::size_t(type.size()), &event,
+                                             &storage));
+}
+
+void tst_XcbBackendX11::saveSetKeepsTheModuleWindowAlive()
+{
+    QWindow moduleWindow;
+    moduleWindow.resize(300, 200);
+    moduleWindow.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&moduleWindow));
+    RawClient raw;
+    const xcb_window_t window = xcb_window_t(moduleWindow.winId());
+
+    QProcess embedder;
+    embedder.start(helperPath("x11_module_embedder"), { QString::number(window) });
+    QVERIFY(embedder.waitForReadyRead(30000));
+    const QByteArray line = embedder.readLine().trimmed();
+    QVERIFY2(line.startsWith("embedded "), line.constData());
+    const xcb_window_t container = xcb_window_t(line.mid(9).toULongLong());
+    QCOMPARE(raw.parentOf(window), container);
+
+    // The embedding process dies without a word; the module's window goes back to the root.
+    embedder.kill();
+    QVERIFY(embedder.waitForFinished(10000));
+    QTRY_COMPARE(raw.parentOf(window), raw.root());
+    QVERIFY(m_backend->isWindow(window));
+    QVERIFY(!m_backend->isWindow(container));
+}
+
+void tst_XcbBackendX11::closeAsksAQtWindowToClose()
+{
+    QWindow moduleWindow;
+    moduleWindow.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&moduleWindow));
+    QVERIFY(moduleWindow.isVisible());
+    // WM_CLOSE is WM_DELETE_WINDOW for a window that speaks it: Qt closes the window itself.
+    QCOMPARE(m_backend->sendMessage(moduleWindow.winId(), WmClose, 0, 0), LResult(1));
+    QTRY_VERIFY(!moduleWindow.isVisible());
+}
+
+void tst_XcbBackendX11::registeredTableWithGarbage()
+{
+    RawClient raw;
+    const xcb_atom_t table = raw.atom("_KORVEX_WM_REGISTERED_MESSAGES");
+    const xcb_atom_t utf8 = raw.atom("UTF8_STRING");
+
+    // Bytes that are no list of names still give every process the same ids.
+    QByteArray garbage(4000, '\0');
+    for (int i = 0; i < garbage.size(); ++i)
+        garbage[i] = char((i * 7919) % 251);
+    raw.setProperty(raw.root(), table, utf8, 8, garbage);
+    raw.sync();
+    auto first = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
+    auto second = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
+    const MessageId id = first->registerWindowMessage(u"AfterGarbage");
+    QVERIFY(id >= 0xC000 && id <= 0xFFFF);
+    QCOMPARE(second->registerWindowMessage(u"AfterGarbage"), id);
+
+    // A table of another type cannot be extended: no id, as Windows when it has none left.
+    raw.setProperty(raw.root(), table, XCB_ATOM_INTEGER, 32, QByteArray(64, '\1'));
+    raw.sync();
+    auto third = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
+    QCOMPARE(third->registerWindowMessage(u"NeverRegistered"), MessageId(0));
+    xcb_delete_property(raw.c(), raw.root(), table);
+    raw.sync();
+}
+
+QTEST_MAIN(tst_XcbBackendX11)
+#include "tst_xcbbackend_x11.moc"
