@@ -1,4 +1,5 @@
 #include <korvexdashboard.h>
+#include <module_command_line.h>
 #include <platforms/memory/memory_native_window_backend.h>
 
 #include <QCoreApplication>
@@ -18,6 +19,11 @@ int main(int argc, char **argv)
     MemoryNativeWindowBackend backend;
     if (backend.registerWindowMessage(u"registerQVIPC") != backend.registerWindowMessage(u"registerQVIPC"))
         return 3;
+    // The module side's library reads the launcher's command line.
+    const ModuleCommandLine line = ModuleCommandLine::parse(
+            { "NFPAMain.exe", "--dashboard", "42", "--p P1,0", "--qvtestmode" });
+    if (!line.hasDashboard || line.dashboardWindow != 42 || line.printerName != "P1" || !line.testMode)
+        return 4;
     std::puts("consumer ok");
     return 0;
 }

@@ -1,0 +1,259 @@
+#include "demo_module.h"
+
+#include "demo_module_window.h"
+#include "module_logging.h"
+
+#include "widgetutils/file_controller_tools.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+#include <QWindow>
+
+namespace {
+
+const char ORGANIZATION[] = "Quorvane Inc";
+const char HISTORY_GROUP[] = "fileHistory";
+// As many entries as a module keeps in its history.
+constexpr int MAX_HISTORY = 50;
+
+} // namespace
+
+QString describeValue(const QVariant &value)
+{
+    if (!value.isValid())
+        return QStringLiteral("(nothing)");
+    if (value.metaType().id() == QMetaType::QStringList)
+        return QLatin1Char('[') + value.toStringList().join(QStringLiteral(", ")) + QLatin1Char(']');
+    if (value.metaType().id() == QMetaType::QVariantList) {
+        QStringList parts;
+        for (const QVariant &item : value.toList())
+            parts << describeValue(item);
+        return QLatin1Char('[') + parts.join(QStringLiteral(", ")) + QLatin1Char(']');
+    }
+    if (value.canConvert<QString>())
+        return value.toString();
+    return QStringLiteral("<%1>").arg(QString::fromLatin1(value.typeName()));
+}
+
+DemoModule::DemoModule(const ModuleCommandLine &commandLine,
+                       KorvexNative::NativeWindowBackend *backend, QObject *parent)
+    : QObject(parent),
+      m_commandLine(commandLine),
+      m_window(std::make_unique<DemoModuleWindow>()),
+      m_client(std::make_unique<ModuleClient>(backend))
+{
+    const ModuleInfo &module = m_commandLine.module;
+    m_window->setModuleName(module.isValid() ? module.displayName : tr("Unknown module"),
+                            applicationName());
+    const QString dashboard = m_commandLine.hasDashboard
+            ? QString::number(quint64(m_commandLine.dashboardWindow))
+            //: Demo module: started without a dashboard
+            : tr("none (running on its own)");
+    const QString printer = !m_commandLine.hasPrinterArgument
+            //: Demo module: no printer argument was given
+            ? tr("not given")
+            : m_commandLine.printerArgument.isEmpty()
+            //: Demo module: the printer argument was empty
+            ? tr("(empty)")
+            : QStringLiteral("%1 (%2)").arg(m_commandLine.printerName,
+                                           m_commandLine.printerIsSuitePrinter
+                                                   ? tr("suite printer")
+                                                   : tr("other printer"));
+    m_window->setDetails(dashboard, m_commandLine.filePath.isEmpty() ? tr("none") : m_commandLine.filePath,
+                         printer, m_commandLine.testMode);
+    m_window->setRequestArgument(m_commandLine.printerName);
+    if (!m_commandLine.error.isEmpty())
+        KX_DEBUG(lcModule, "Module command line: %s", qUtf8Printable(m_commandLine.error));
+
+    connect(m_window.get(), &DemoModuleWindow::openRequested, this, &DemoModule::openInDashboard);
+    connect(m_window.get(), &DemoModuleWindow::requestRequested, this, &DemoModule::sendRequest);
+    connect(m_client.get(), &ModuleClient::broadcastReceived, this,
+            [this](const QString &name, const QVariantList &arguments) {
+                QStringList parts;
+                for (const QVariant &argument : arguments)
+                    parts << describeValue(argument);
+                const QString text = name + QStringLiteral(": ") + parts.join(QStringLiteral(", "));
+                m_window->addBroadcast(text);
+                log(QStringLiteral("broadcast ") + text);
+            });
+    connect(m_client.get(), &ModuleClient::replyReceived, this, &DemoModule::showReply);
+    connect(m_client.get(), &ModuleClient::requestTimedOut, this, &DemoModule::showTimeout);
+    connect(m_client.get(), &ModuleClient::closeApplicationRequested, this,
+            [this] { closeWindow("CloseApplicationSignal"); });
+    connect(m_client.get(), &ModuleClient::windowCloseRequested, this,
+            [this] { closeWindow("WM_CLOSE"); });
+}
+
+DemoModule::~DemoModule()
+{
+    // Off the dashboard's list while the window handle still means this module.
+    if (m_client->isRegistered())
+        m_client->unregisterFromDashboard();
+    log(QStringLiteral("exit"));
+}
+
+QString DemoModule::applicationName() const
+{
+    return m_commandLine.module.isValid()
+            ? m_commandLine.module.executableName
+            : QFileInfo(QCoreApplication::applicationFilePath()).fileName();
+}
+
+void DemoModule::setEventLog(const QString &filePath)
+{
+    m_eventLog = filePath;
+}
+
+void DemoModule::configureFromEnvironment()
+{
+    const QString logDir = qEnvironmentVariable("KORVEX_DEMO_MODULE_LOG");
+    if (!logDir.isEmpty())
+        setEventLog(QDir(logDir).filePath(QString::number(QCoreApplication::applicationPid())
+                                          + QStringLiteral(".log")));
+    setOpenOnStart(qEnvironmentVariable("KORVEX_DEMO_MODULE_OPEN"));
+}
+
+void DemoModule::log(const QString &line)
+{
+    if (m_eventLog.isEmpty())
+        return;
+    // Opened per line and flushed at once: whoever follows the file sees each line whole.
+    QFile file(m_eventLog);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Append))
+        file.write(line.toUtf8().replace('\n', ' ') + '\n');
+}
+
+void DemoModule::start()
+{
+    log(QStringLiteral("start %1 %2").arg(applicationName(),
+                                          m_commandLine.arguments.mid(1).join(QLatin1Char(' '))));
+    if (!m_commandLine.filePath.isEmpty()) {
+        QString error;
+        if (recordFileView(m_commandLine.filePath, &error)) {
+            //: Demo module: the file was recorded in the module's view history
+            m_window->setFileStatus(tr("Opened and added to the view history."));
+            log(QStringLiteral("file ") + m_commandLine.filePath);
+        } else {
+            m_window->setFileStatus(error);
+            log(QStringLiteral("file-refused ") + m_commandLine.filePath);
+        }
+    }
+
+    m_window->show();
+    m_client->setWindow(m_window->windowHandle());
+    if (!m_commandLine.hasDashboard)
+        return;
+    m_client->setDashboardWindow(m_commandLine.dashboardWindow);
+    if (!m_client->registerWithDashboard() || !m_client->reportReady(applicationName())) {
+        //: Demo module: the dashboard named on the command line could not be reached
+        m_window->setOpenStatus(tr("The dashboard's window %1 cannot be reached.")
+                                        .arg(quint64(m_commandLine.dashboardWindow)));
+        log(QStringLiteral("unreachable"));
+        return;
+    }
+    log(QStringLiteral("ready %1").arg(quint64(m_client->windowHandle())));
+    if (!m_commandLine.printerName.isEmpty())
+        m_client->reportPrinterName(m_commandLine.printerName);
+    if (!m_openOnStart.isEmpty()) {
+        m_window->setPathToOpen(m_openOnStart);
+        openInDashboard(m_window->pathToOpen());
+    }
+}
+
+bool DemoModule::recordFileView(const QString &filePath, QString *error)
+{
+    const QFileInfo file(filePath);
+    if (!file.isFile()) {
+        if (error)
+            //: Demo module: the label file it was asked to open does not exist
+            *error = tr("The file does not exist; nothing was recorded.");
+        return false;
+    }
+    const QString storeName = m_commandLine.module.isValid() ? m_commandLine.module.storeName
+                                                            : QStringLiteral("DemoModule");
+    QSettings store(QSettings::IniFormat, QSettings::UserScope, QLatin1String(ORGANIZATION),
+                    storeName);
+    if (!FileControllerTools::isStoreSafe(store.fileName())) {
+        if (error)
+            //: Demo module: the history store holds data it does not open
+            *error = tr("The view history %1 holds data that is not safe to open; nothing was recorded.")
+                             .arg(QDir::toNativeSeparators(store.fileName()));
+        return false;
+    }
+    FileControllerTools::recordFileView(&store, QLatin1String(HISTORY_GROUP),
+                                        file.absoluteFilePath(), QDateTime::currentDateTime(),
+                                        MAX_HISTORY);
+    store.sync();
+    if (store.status() != QSettings::NoError) {
+        if (error)
+            //: Demo module: writing the history store failed
+            *error = tr("The view history %1 could not be written.")
+                             .arg(QDir::toNativeSeparators(store.fileName()));
+        return false;
+    }
+    return true;
+}
+
+void DemoModule::openInDashboard(const QString &path)
+{
+    if (path.isEmpty()) {
+        //: Demo module: the open button was pressed without a path
+        m_window->setOpenStatus(tr("Enter or choose a label file first."));
+        return;
+    }
+    const QString absolute = QFileInfo(path).absoluteFilePath();
+    if (m_client->requestOpenLabelFile(absolute)) {
+        //: Demo module: the request to open a file went to the dashboard
+        m_window->setOpenStatus(tr("Asked the dashboard to open %1.").arg(absolute));
+        log(QStringLiteral("open ") + absolute);
+    } else
+        //: Demo module: the request to open a file could not be sent
+        m_window->setOpenStatus(tr("Not sent: no dashboard to ask."));
+}
+
+void DemoModule::sendRequest(int choice, const QString &argument)
+{
+    const auto &choices = DemoModuleWindow::requestChoices();
+    if (choice < 0 || choice >= choices.size())
+        return;
+    const DemoModuleWindow::RequestChoice &request = choices.at(choice);
+    QVariantList arguments;
+    if (request.takesPrinter)
+        arguments << argument;
+    arguments << QStringLiteral("-");
+    m_lastRequest = m_client->sendRequest(request.methodType, request.methodName, request.dataType,
+                                          arguments);
+    if (m_lastRequest)
+        //: Demo module: a request is waiting for its reply
+        m_window->setReplyText(tr("%1: waiting for the reply...").arg(request.methodName));
+    else
+        m_window->setReplyText(tr("%1: not sent: no dashboard to ask.").arg(request.methodName));
+}
+
+void DemoModule::showReply(int requestId, const MessageStruct &reply)
+{
+    Q_UNUSED(requestId);
+    m_window->setReplyText(QStringLiteral("%1 -> %2").arg(reply.methodName, describeValue(reply.data)));
+    log(QStringLiteral("reply ") + m_window->replyText());
+}
+
+void DemoModule::showTimeout(int requestId, const MessageStruct &request)
+{
+    Q_UNUSED(requestId);
+    //: Demo module: the dashboard did not answer a request
+    m_window->setReplyText(tr("%1: no reply from the dashboard.").arg(request.methodName));
+}
+
+void DemoModule::closeWindow(const char *reason)
+{
+    log(QStringLiteral("close ") + QLatin1String(reason));
+    if (m_client->isRegistered())
+        m_client->unregisterFromDashboard();
+    if (m_window->isVisible())
+        m_window->close();
+    Q_EMIT closed();
+}

@@ -1,0 +1,3 @@
+#include "module_logging.h"
+
+Q_LOGGING_CATEGORY(lcModule, "korvex.module")
