@@ -63,6 +63,8 @@ private Q_SLOTS:
     void emptySearchAfterSearchShowsFolderFiles();
     void isLabelInListComparesDirectories();
     void rootSearchWalksLikeQDirIterator();
+    void searchWithRootEndingInSeparator_data();
+    void searchWithRootEndingInSeparator();
 
     void symlinkLoop();
     void unreadableSubFolders();
@@ -504,6 +506,43 @@ void tst_MyLabelsController::rootSearchWalksLikeQDirIterator()
     QCOMPARE(found, expected);
     // d*/sub*, the link to a file, and the link to the fifo (the fifo itself is left out).
     QCOMPARE(found.size(), 6 * 3 + 2);
+}
+
+void tst_MyLabelsController::searchWithRootEndingInSeparator_data()
+{
+    QTest::addColumn<QString>("suffix");
+    QTest::newRow("as listed") << QString();
+    QTest::newRow("trailing separator") << "/";
+    QTest::newRow("doubled separator") << "//";
+}
+
+void tst_MyLabelsController::searchWithRootEndingInSeparator()
+{
+    QFETCH(QString, suffix);
+    for (const char *file : { "a_label.kxld", "b_label.kxld", "sub/c_label.kxld", "sub/d_label.kxld",
+                              "sub/deep/e_label.kxld", "sub/deep/f_label.kxld" })
+        QVERIFY(makeFile(m_root + "/" + file));
+    m_controller->setRootFolder(m_root + suffix);
+    m_controller->updateFileLists();
+    m_controller->setSearchString("label");
+    m_controller->searchLabelFileList();
+    QStringList folders;
+    for (const auto &r : m_controller->getSearchedLabelFilesList())
+        folders << r.filePath;
+    folders.sort();
+    // One match for each directory of the tree.
+    QCOMPARE(folders, QStringList({ m_root, m_root + "/sub", m_root + "/sub/deep" }));
+
+    // Inside a sub-folder the walk starts from the folder entries, whatever the root looked like.
+    m_controller->setSearchString(QString());
+    m_controller->enterFolder("sub");
+    m_controller->setSearchString("label");
+    m_controller->searchLabelFileList();
+    auto found = names(m_controller->getSearchedLabelFilesList());
+    QCOMPARE(found.size(), 3);
+    found.sort();
+    QCOMPARE(found.mid(0, 2), QStringList({ "c_label.kxld", "d_label.kxld" }));
+    QVERIFY(found.at(2) == "e_label.kxld" || found.at(2) == "f_label.kxld");
 }
 
 void tst_MyLabelsController::symlinkLoop()
