@@ -621,10 +621,26 @@ void tst_MyLabelsController::nonUtf8Names()
     QCOMPARE(names(found), QStringList({ "good_label.kxam", "good_label.kxld" }));
     m_controller->setSortType(DashboardGlobal::NEWEST);
     m_controller->sortLabelFilesList();
+    auto sorted = names(m_controller->getSearchedLabelFilesList());
+    sorted.sort();
+    QCOMPARE(sorted, QStringList({ "good_label.kxam", "good_label.kxld" }));
+    // The records found open their own files.
+    QSignalSpy launch(m_controller.get(), &DashboardCommonFileController::launchLabelInModule);
     for (const auto &r : found)
         m_controller->openLabel(r.id);
+    QCOMPARE(launch.count(), 2);
+    QStringList opened = { launch.at(0).at(1).toString(), launch.at(1).at(1).toString() };
+    opened.sort();
+    QCOMPARE(opened, QStringList({ m_root + "/good_label.kxld", m_root + "/sub/good_label.kxam" }));
+
+    // The folder that does not decode cannot be named again: entering it lists nothing new.
     m_controller->setSearchString(QString());
+    m_controller->searchLabelFileList();
     m_controller->enterFolder(QFile::decodeName(QByteArray("dir\x80")));
+    QCOMPARE(m_controller->getCurrentFolder(), m_root + "/" + QFile::decodeName(QByteArray("dir\x80")));
+    QCOMPARE(names(m_controller->getSearchedLabelFilesList()), QStringList({ "good_label.kxld" }));
+    QCOMPARE(m_controller->exitFolder(QFile::decodeName(QByteArray("dir\x80"))), QString());
+    QCOMPARE(m_controller->getCurrentFolder(), m_root);
 }
 
 void tst_MyLabelsController::filesVanishingDuringWalks()
