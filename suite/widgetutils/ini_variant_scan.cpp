@@ -452,7 +452,11 @@ int deepestNesting(QByteArrayView data, int limit)
         pos = i;
         if (i <= start || data[start] == '[' || equals < 0)
             continue;
-        for (const QString &text : unescapedValue(data.sliced(equals + 1, i - equals - 1)))
+        const QByteArrayView raw = data.sliced(equals + 1, i - equals - 1);
+        // Without "@" or an escape that could spell one, no element of the value decodes.
+        if (!raw.contains('@') && !raw.contains('\\'))
+            continue;
+        for (const QString &text : unescapedValue(raw))
             deepest = std::max(deepest, valueNesting(text, limit));
     }
     return std::min(deepest, limit + 1);
