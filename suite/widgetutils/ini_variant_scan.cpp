@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace IniVariantScan {
@@ -256,6 +257,17 @@ private:
     int m_deepest = 0;
 };
 
+bool isLineSpecial(char c)
+{
+    static const auto table = [] {
+        std::array<bool, 256> t{};
+        for (uchar special : { '=', '\n', '\r', '\\', '"', ';' })
+            t[special] = true;
+        return t;
+    }();
+    return table[uchar(c)];
+}
+
 bool isSpace(char c)
 {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
@@ -417,6 +429,11 @@ int deepestNesting(QByteArrayView data, int limit)
         qsizetype equals = -1;
         bool inQuotes = false;
         while (i < n) {
+            // Most bytes are none of the ones below; skip them in one tight loop.
+            while (i < n && !isLineSpecial(data[i]))
+                ++i;
+            if (i >= n)
+                break;
             const char c = data[i++];
             if (c == '=') {
                 if (!inQuotes && equals < 0)
