@@ -22,4 +22,5 @@ korvex_dashboard_add_sources(
         Controllers/my_labels_controller.cpp
         Controllers/recently_viewed_controller.cpp
         Controllers/favorites_controller.cpp
+        Controllers/label_tree_walker.cpp
         ${_files_platform})

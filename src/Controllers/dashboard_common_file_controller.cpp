@@ -206,7 +206,7 @@ std::unique_ptr<QSettings> DashboardCommonFileController::openCheckedStore(const
     // Constructing the store reads nothing yet; the check runs before any section is parsed.
     auto store = DashboardSettings::openStore(applicationName);
     if (!FileControllerTools::isStoreSafe(store->fileName())) {
-        KX_DEBUG(lcFiles, "Ignoring settings store %s: it holds a value too large to read safely",
+        KX_DEBUG(lcFiles, "Ignoring settings store %s: it holds a value nested too deeply to read safely",
                  qUtf8Printable(store->fileName()));
         return nullptr;
     }
@@ -237,11 +237,13 @@ void DashboardCommonFileController::closeFavoriteSettings()
     m_dashboardSettings.reset();
 }
 
-void DashboardCommonFileController::checkWritten(QSettings *settings, const char *what) const
+bool DashboardCommonFileController::checkWritten(QSettings *settings, const char *what) const
 {
     settings->sync();
-    if (settings->status() == QSettings::AccessError)
-        KX_DEBUG(lcFiles, "Could not save %s in %s", what, qUtf8Printable(settings->fileName()));
+    if (settings->status() != QSettings::AccessError)
+        return true;
+    KX_DEBUG(lcFiles, "Could not save %s in %s", what, qUtf8Printable(settings->fileName()));
+    return false;
 }
 
 QMap<QString, QDateTime> DashboardCommonFileController::getFileHistoryMap(
@@ -458,29 +460,36 @@ bool DashboardCommonFileController::setFavorite(bool currentValue, int id)
 {
     const auto it = std::find_if(m_searchedLabelFilesList.begin(), m_searchedLabelFilesList.end(),
                                  [id](const DashboardFileInfoStruct &r) { return r.id == id; });
-    if (it != m_searchedLabelFilesList.end()) {
-        openFavoriteSettings();
-        if (m_dashboardSettings) {
-            m_dashboardSettings->beginGroup(FAVORITES_GROUP);
-            const QString key = it->fullPath();
-            if (currentValue)
-                removeExactKey(m_dashboardSettings.get(), key);
-            else
-                m_dashboardSettings->setValue(key, true);
-            m_dashboardSettings->endGroup();
-        }
-        closeFavoriteSettings();
+    if (it == m_searchedLabelFilesList.end())
+        return !currentValue;
 
-        it->isFavorite = !currentValue;
-        const auto full = std::find_if(m_labelFilesList.begin(), m_labelFilesList.end(),
-                                       [&](const DashboardFileInfoStruct &r) {
-                                           return r.filePath == it->filePath
-                                                   && r.labelFileName == it->labelFileName;
-                                       });
-        if (full != m_labelFilesList.end())
-            full->isFavorite = !currentValue;
-        Q_EMIT favoriteChanged();
+    // A favourite that cannot be stored (a store left closed as unsafe, a read-only folder)
+    // is refused: the record keeps its flag and the caller gets the unchanged value back.
+    bool written = false;
+    openFavoriteSettings();
+    if (m_dashboardSettings) {
+        m_dashboardSettings->beginGroup(FAVORITES_GROUP);
+        const QString key = it->fullPath();
+        if (currentValue)
+            removeExactKey(m_dashboardSettings.get(), key);
+        else
+            m_dashboardSettings->setValue(key, true);
+        m_dashboardSettings->endGroup();
+        written = checkWritten(m_dashboardSettings.get(), "favourites");
     }
+    m_dashboardSettings.reset();
+    if (!written)
+        return currentValue;
+
+    it->isFavorite = !currentValue;
+    const auto full = std::find_if(m_labelFilesList.begin(), m_labelFilesList.end(),
+                                   [&](const DashboardFileInfoStruct &r) {
+                                       return r.filePath == it->filePath
+                                               && r.labelFileName == it->labelFileName;
+                                   });
+    if (full != m_labelFilesList.end())
+        full->isFavorite = !currentValue;
+    Q_EMIT favoriteChanged();
     return !currentValue;
 }
 

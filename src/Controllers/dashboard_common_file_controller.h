@@ -42,7 +42,7 @@ public:
 
     // Each operation that touches a store opens it first and destroys it at its end, which
     // writes it out; nothing stays open between operations. A store whose file holds a
-    // value too large to decode safely is left closed (null) and logged.
+    // value nested too deeply to decode safely is left closed (null) and logged.
     void openSettingsFiles();
     void closeSettingsFiles();
     void openFavoriteSettings();
@@ -87,8 +87,8 @@ protected:
     QString timeSince(const QDateTime &date, const QDate &today) const;
     // A store of the given program, or null when its file is not safe to parse.
     std::unique_ptr<QSettings> openCheckedStore(const QString &applicationName) const;
-    // Logs a store that could not be written.
-    void checkWritten(QSettings *settings, const char *what) const;
+    // Writes the store out; logs it and returns false when it could not be written.
+    bool checkWritten(QSettings *settings, const char *what) const;
 
     QList<DashboardFileInfoStruct> m_labelFilesList;
     QList<DashboardFileInfoStruct> m_searchedLabelFilesList;

@@ -1,7 +1,6 @@
 #include "Controllers/label_tree_walker.h"
 
 #include <QFile>
-#include <QFileInfo>
 
 #include <vector>
 
@@ -25,7 +24,9 @@ struct Level
 // cost; only links and entries of unknown type are looked at further.
 void walkFiles(const QString &root, const Visitor &visit)
 {
-    const QString rootPath = QFileInfo(root).absoluteFilePath();
+    // Every directory's path is built from the root's, so a root written "labels/" would give
+    // "labels/" and "labels//sub", which never equal the records' folders.
+    const QString rootPath = cleanRoot(root);
     const QByteArray nativeRoot = QFile::encodeName(rootPath);
     DIR *rootHandle = opendir(nativeRoot.constData());
     if (!rootHandle)
@@ -50,7 +51,9 @@ void walkFiles(const QString &root, const Visitor &visit)
             continue;
 
         const Level &level = stack.back();
-        const QByteArray nativePath = level.nativePath + '/' + nativeName8;
+        const QByteArray nativePath = level.nativePath.endsWith('/')
+                ? level.nativePath + nativeName8
+                : level.nativePath + '/' + nativeName8;
         bool isDir = false;
         bool isLink = false;
         switch (entry->d_type) {
@@ -79,7 +82,7 @@ void walkFiles(const QString &root, const Visitor &visit)
         if (isDir) {
             if (!isLink) {
                 if (DIR *sub = opendir(nativePath.constData())) {
-                    QString path = level.path + QLatin1Char('/') + name;
+                    QString path = childPath(level.path, name);
                     stack.push_back({ sub, std::move(path), nativePath });
                 }
             }

@@ -183,7 +183,7 @@ void MyLabelsController::walkForMatches(const QString &dir, const QString &lower
             ++m_idCounter;
             return;
         }
-        appendSearched(buildRecord(QFileInfo(directory + QLatin1Char('/') + name)));
+        appendSearched(buildRecord(QFileInfo(LabelTreeWalker::childPath(directory, name))));
     });
 }
 

@@ -1,5 +1,7 @@
 #include "widgetutils/file_controller_tools.h"
 
+#include "widgetutils/ini_variant_scan.h"
+
 #include "logging/cute_logger.h"
 
 #include <QFile>
@@ -84,53 +86,24 @@ void FileControllerTools::recordFileView(QSettings *settings, const QString &gro
     saveFileHistory(settings, group, entries);
 }
 
-bool FileControllerTools::isStoreSafe(const QString &fileName, qsizetype maxValueLength)
+bool FileControllerTools::isStoreSafe(const QString &fileName, int maxNesting)
 {
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
         return true; // QSettings cannot read it either
 
-    // One pass over the raw bytes. A logical line ends at a line break that no backslash
-    // continues; its value is what follows the first "=".
-    bool inValue = false;
-    bool risky = false;
-    bool escaped = false;      // the previous byte was an unescaped backslash
-    bool continuedCr = false;  // a backslash-CR continuation, whose LF belongs to it
-    qsizetype valueLength = 0;
-    char buffer[64 * 1024];
-    qint64 got;
-    while ((got = file.read(buffer, sizeof buffer)) > 0) {
-        for (qint64 i = 0; i < got; ++i) {
-            const char c = buffer[i];
-            if (continuedCr && c == '\n') {
-                continuedCr = false;
-                continue;
-            }
-            continuedCr = false;
-            if (c == '\n' || c == '\r') {
-                if (escaped) {
-                    escaped = false;
-                    continuedCr = c == '\r';
-                    continue;
-                }
-                inValue = false;
-                risky = false;
-                valueLength = 0;
-                continue;
-            }
-            escaped = !escaped && c == '\\';
-            if (!inValue) {
-                inValue = c == '=';
-                continue;
-            }
-            ++valueLength;
-            risky = risky || c == '@' || c == '\\';
-            if (risky && valueLength > maxValueLength) {
-                KX_DEBUG(lcWidgetUtils, "Store %s holds a value too large to decode safely",
-                         qUtf8Printable(fileName));
-                return false;
-            }
-        }
+    const qint64 size = file.size();
+    const uchar *mapped = size > 0 ? file.map(0, size) : nullptr;
+    QByteArray read;
+    if (!mapped)
+        read = file.readAll();
+    const QByteArrayView data = mapped
+            ? QByteArrayView(reinterpret_cast<const char *>(mapped), qsizetype(size))
+            : QByteArrayView(read);
+    if (IniVariantScan::deepestNesting(data, maxNesting) > maxNesting) {
+        KX_DEBUG(lcWidgetUtils, "Store %s holds a value nested too deeply to decode safely",
+                 qUtf8Printable(fileName));
+        return false;
     }
     return true;
 }

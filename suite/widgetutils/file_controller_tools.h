@@ -45,12 +45,17 @@ public:
     static void recordFileView(QSettings *settings, const QString &group, const QString &filePath,
                                const QDateTime &viewedAt, int maxEntries = 0);
 
+    // Deepest nesting of variants a store may hold: each level costs Qt's reader a few hundred
+    // bytes of stack, so this stays far below what a 1 MiB main-thread stack can take.
+    static constexpr int MAX_VARIANT_NESTING = 512;
+
     // Whether QSettings can open the INI file fileName without risk. QSettings decodes
-    // "@Variant(...)" values with QDataStream, which follows nested lists without limit: a
-    // few hundred kilobytes in any section of another program's store overflow the stack as
-    // soon as that section is parsed (and every section is parsed when the store is written).
-    // A value that could spell such a payload (it holds "@" or an escape) and is longer than
-    // maxValueLength characters makes the file unsafe; the default bounds the nesting to a
-    // few hundred levels. A missing file is safe.
-    static bool isStoreSafe(const QString &fileName, qsizetype maxValueLength = 4096);
+    // "@Variant(...)" and "@DateTime(...)" values with QDataStream, which follows variants
+    // nested in variants and in their lists and maps without limit: a few thousand levels in
+    // any section of another program's store overflow the stack as soon as that section is
+    // parsed (and every section is parsed when the store is written). The file is unsafe when
+    // a value, unescaped as QSettings unescapes it, nests deeper than maxNesting; large
+    // values of any other kind (a window state's @ByteArray, long texts, long flat variant
+    // lists) are safe. A missing file is safe.
+    static bool isStoreSafe(const QString &fileName, int maxNesting = MAX_VARIANT_NESTING);
 };

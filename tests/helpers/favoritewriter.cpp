@@ -4,7 +4,8 @@
 // labelFolder whose names start with namePrefix. The settings stores live under configDir.
 // With uid (root only) the program first drops to that user. After listing the folder it
 // prints "ready" and waits for one line on stdin, so a test can start two writers together;
-// then prints one line per favourite set and exits 0. Exit codes: 2 bad arguments,
+// then prints one line per favourite, "<name> saved" or "<name> refused" as setFavorite
+// answered, and exits 0. Exit codes: 2 bad arguments,
 // 4 privileges could not be dropped.
 #include "Controllers/my_labels_controller.h"
 
@@ -58,8 +59,8 @@ int main(int argc, char **argv)
     for (const DashboardFileInfoStruct &record : labels.getSearchedLabelFilesList()) {
         if (!record.labelFileName.startsWith(prefix))
             continue;
-        labels.setFavorite(false, record.id);
-        std::printf("%s\n", qPrintable(record.labelFileName));
+        const bool saved = labels.setFavorite(false, record.id);
+        std::printf("%s %s\n", qPrintable(record.labelFileName), saved ? "saved" : "refused");
     }
     std::fflush(stdout);
     return 0;

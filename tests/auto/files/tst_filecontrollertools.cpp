@@ -2,7 +2,11 @@
 
 #include "files_test_util.h"
 
+#include <QDataStream>
+#include <QRect>
+#include <QSize>
 #include <QTemporaryDir>
+#include <QUuid>
 #include <QtTest>
 
 using namespace FilesTest;
@@ -161,25 +165,127 @@ void tst_FileControllerTools::hostileArrays()
     QCOMPARE(FileControllerTools::loadFileHistory(store.get(), "fileHistory"), expected);
 }
 
+namespace {
+
+// A QDataStream payload of a variant as the INI file spells it: every byte escaped.
+QByteArray escaped(const QByteArray &bytes)
+{
+    QByteArray out;
+    for (char c : bytes)
+        out += "\\x" + QByteArray::number(uchar(c), 16);
+    return out;
+}
+
+QByteArray streamed(const QVariant &value, QDataStream::Version version)
+{
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    out.setVersion(version);
+    out << value;
+    return bytes;
+}
+
+// Lists nested `levels` deep around an int, through Qt's own writer.
+QVariant nestedLists(int levels)
+{
+    QVariant value(1);
+    for (int i = 0; i < levels; ++i)
+        value = QVariantList{ value };
+    return value;
+}
+
+QVariant nestedMaps(int levels)
+{
+    QVariant value(1);
+    for (int i = 0; i < levels; ++i)
+        value = QVariantMap{ { "k", value } };
+    return value;
+}
+
+// Variants inside variants: the Qt 4 id of QVariant, four bytes a level.
+QByteArray variantChain(int levels)
+{
+    return "@Variant(" + QByteArray("\\0\\0\\0\\x8a").repeated(levels) + "\\0\\0\\0\\x2\\0\\0\\0\\x1)";
+}
+
+// Lists named by type name ("QVariantList" as a user type).
+QByteArray namedListChain(int levels)
+{
+    const QByteArray level = "\\0\\0\\0\\x7f\\0\\0\\0\\xdQVariantList\\0\\0\\0\\0\\x1";
+    return "@Variant(" + level.repeated(levels) + "\\0\\0\\0\\x2\\0\\0\\0\\x1)";
+}
+
+} // namespace
+
 void tst_FileControllerTools::storeSafety_data()
 {
     QTest::addColumn<QByteArray>("ini");
     QTest::addColumn<bool>("safe");
+    const int limit = FileControllerTools::MAX_VARIANT_NESTING;
     const QByteArray longText(10000, 'x');
-    const QByteArray half(3000, 'y');
+    const QByteArray deep = nestedVariantValue(limit); // limit lists around an int
+    const QByteArray atLimit = nestedVariantValue(limit - 1);
+    QByteArray windowState(64 * 1024, '\0');
+    for (int i = 0; i < windowState.size(); ++i)
+        windowState[i] = char((i * 7919) >> 3);
+    QVariantList flat;
+    for (int i = 0; i < 20000; ++i)
+        flat << i << QString("entry %1").arg(i);
+    QVariantMap shallow;
+    for (int i = 0; i < 2000; ++i)
+        shallow.insert(QString("key%1").arg(i), QVariantList{ i, QSize(i, i), QRect(0, 0, i, i), QUuid(), QByteArray(20, 'b') });
+
     QTest::newRow("empty") << QByteArray() << true;
     QTest::newRow("ordinary store") << QByteArray("[fileHistory]\nsize=1\n1\\path=/a\n1\\date=2024\n") << true;
     QTest::newRow("long plain value") << "[a]\nk=" + longText + "\n" << true;
     QTest::newRow("long key") << "[a]\n" + longText + "\\@=1\n" << true;
-    QTest::newRow("long value with @") << "[a]\nk=@" + longText + "\n" << false;
-    QTest::newRow("long value with escapes") << "[a]\nk=\\x40" + longText + "\n" << false;
-    QTest::newRow("nested variant") << "[other]\nk=" + nestedVariantValue(20000) + "\n" << false;
-    QTest::newRow("split by continuations") << "[a]\nk=@" + half + "\\\n" + half + "\\\n" + half + "\n" << false;
-    QTest::newRow("split by CRLF continuations") << "[a]\r\nk=@" + half + "\\\r\n" + half + "\\\r\n" + half + "\r\n" << false;
-    QTest::newRow("escaped backslash ends the line")
-            << "[a]\nk=@" + half + "\\\\\nj=@" + half + "\\\\\nl=@" + half + "\n" << true;
-    QTest::newRow("many short risky values") << QByteArray("[a]\n") + QByteArray("k=@Rect(1 2 3 4)\n").repeated(10000) << true;
+    QTest::newRow("long value with @") << "[a]\nk=@" + longText + "\n" << true;
+    QTest::newRow("long value with escapes") << "[a]\nk=\\x40" + longText + "\n" << true;
+    QTest::newRow("64 KiB window state") << "[window]\nstate=@ByteArray(" + escaped(windowState) + ")\n" << true;
+    QTest::newRow("64 KiB window state, raw bytes") << "[window]\nstate=@ByteArray(" + windowState + ")\n" << true;
+    QTest::newRow("long flat variant list")
+            << "[a]\nk=@Variant(" + escaped(streamed(flat, QDataStream::Qt_4_0)) + ")\n" << true;
+    QTest::newRow("large shallow variant map")
+            << "[a]\nk=@Variant(" + escaped(streamed(shallow, QDataStream::Qt_4_0)) + ")\n" << true;
+    QTest::newRow("many short variants") << QByteArray("[a]\n") + QByteArray("k=@Variant(\\0\\0\\0\\x2\\0\\0\\0\\x1)\n").repeated(10000) << true;
     QTest::newRow("binary garbage") << QByteArray(100000, '\xff') << true;
+
+    QTest::newRow("lists at the limit") << "[other]\nk=" + atLimit + "\n" << true;
+    QTest::newRow("lists over the limit") << "[other]\nk=" + deep + "\n" << false;
+    QTest::newRow("lists far over the limit") << "[other]\nk=" + nestedVariantValue(20000) + "\n" << false;
+    QTest::newRow("lists from Qt's writer")
+            << "[a]\nk=@Variant(" + escaped(streamed(nestedLists(limit), QDataStream::Qt_4_0)) + ")\n" << false;
+    QTest::newRow("maps from Qt's writer")
+            << "[a]\nk=@Variant(" + escaped(streamed(nestedMaps(limit), QDataStream::Qt_4_0)) + ")\n" << false;
+    QTest::newRow("maps at the limit")
+            << "[a]\nk=@Variant(" + escaped(streamed(nestedMaps(limit - 1), QDataStream::Qt_4_0)) + ")\n" << true;
+    QTest::newRow("variants in variants at the limit") << "[a]\nk=" + variantChain(limit - 1) + "\n" << true;
+    QTest::newRow("variants in variants over the limit") << "[a]\nk=" + variantChain(limit) + "\n" << false;
+    QTest::newRow("lists by type name") << "[a]\nk=" + namedListChain(limit) + "\n" << false;
+    QTest::newRow("date-time form")
+            << "[a]\nk=@DateTime(" + escaped(streamed(nestedLists(limit), QDataStream::Qt_5_6)) + ")\n" << false;
+    QTest::newRow("in the general section") << "k=" + deep + "\n" << false;
+    QTest::newRow("element of a list value") << "[a]\nk=plain, " + deep + ", x\n" << false;
+    QTest::newRow("quoted") << "[a]\nk=\"" + deep + "\"\n" << false;
+    QTest::newRow("spaces around") << "[a]\nk=   " + deep + "   \n" << false;
+    QTest::newRow("@ spelled as an escape") << "[a]\nk=\\x40" + deep.mid(1) + "\n" << false;
+    QTest::newRow("@ spelled in octal") << "[a]\nk=\\100" + deep.mid(1) + "\n" << false;
+    QTest::newRow("split by a continuation") << "[a]\nk=" + deep.left(3000) + "\\\n" + deep.mid(3000) + "\n" << false;
+    QTest::newRow("split by a CRLF continuation") << "[a]\r\nk=" + deep.left(3000) + "\\\r\n" + deep.mid(3000) + "\r\n" << false;
+    QTest::newRow("after a byte order mark") << "\xef\xbb\xbf[a]\nk=" + deep + "\n" << false;
+    QTest::newRow("after a bad string in a map")
+            << "[a]\nk=@Variant(\\0\\0\\0\\b\\0\\0\\0\\x1\\0\\0\\0\\x3" + deep.mid(9) + "\n" << false;
+    QTest::newRow("commented out") << "[a]\n;k=" + deep + "\n" << true;
+    QTest::newRow("escaped at") << "[a]\nk=@" + deep + "\n" << true;
+    QTest::newRow("no closing parenthesis") << "[a]\nk=" + deep.chopped(1) + "\n" << true;
+    QTest::newRow("text after the parenthesis") << "[a]\nk=" + deep + "x\n" << true;
+    QTest::newRow("a section header") << "[" + deep + "]\nk=1\n" << true;
+    QTest::newRow("a key") << "[a]\n" + deep + "x=1\n" << true;
+    // An image (Qt 4 id 70): its encoding is not followed, and it cannot hold variants.
+    QTest::newRow("image at the top") << "[a]\nk=@Variant(\\0\\0\\0\\x46" + QByteArray("\\0\\0\\0\\t").repeated(limit * 2) + ")\n" << true;
+    // Inside a list the next element starts where the image ends, which is not known here.
+    QTest::newRow("image in a list")
+            << "[a]\nk=@Variant(\\0\\0\\0\\t\\0\\0\\0\\x2\\0\\0\\0\\x46" + QByteArray("\\0\\0\\0\\t").repeated(limit * 2) + ")\n" << false;
 }
 
 void tst_FileControllerTools::storeSafety()
@@ -190,18 +296,33 @@ void tst_FileControllerTools::storeSafety()
     QVERIFY(makeFile(file, ini));
     QCOMPARE(FileControllerTools::isStoreSafe(file), safe);
     QVERIFY(FileControllerTools::isStoreSafe(file + ".missing"));
+    if (!safe)
+        return;
+    // What passes is read by QSettings without harm, every section of it.
+    auto store = open();
+    QCOMPARE(store->status(), QSettings::NoError);
+    for (const QString &key : store->allKeys())
+        store->value(key);
 }
 
 void tst_FileControllerTools::safeBoundStillDecodes()
 {
-    // The largest nesting that passes the check decodes without harm.
-    const QByteArray value = nestedVariantValue(4096 / 19 - 1);
-    QVERIFY(value.size() - 1 <= 4096);
-    QVERIFY(makeFile(storeFile("GHS"), "[fileHistory]\nsize=1\n1\\path=/a\n[other]\nk=" + value + "\n"));
+    // The deepest nesting that passes the check decodes, and is what Qt's own writer makes.
+    const int limit = FileControllerTools::MAX_VARIANT_NESTING;
+    QVERIFY(makeFile(storeFile("GHS"), "[fileHistory]\nsize=1\n1\\path=/a\n[other]\nk="
+                                               + nestedVariantValue(limit - 1) + "\n"));
     QVERIFY(FileControllerTools::isStoreSafe(storeFile("GHS")));
     auto store = open();
     QCOMPARE(store->childGroups(), QStringList({ "fileHistory", "other" }));
-    QCOMPARE(store->value("other/k").toList().size(), 1);
+    QVariant value = store->value("other/k");
+    int depth = 0;
+    while (value.typeId() == QMetaType::QVariantList) {
+        QCOMPARE(value.toList().size(), 1);
+        value = value.toList().first();
+        ++depth;
+    }
+    QCOMPARE(depth, limit - 1);
+    QCOMPARE(value, QVariant(1));
     QCOMPARE(FileControllerTools::loadFileHistory(store.get(), "fileHistory"), Entries({ { "/a", "" } }));
 }
 

@@ -63,6 +63,8 @@ private Q_SLOTS:
     void emptySearchAfterSearchShowsFolderFiles();
     void isLabelInListComparesDirectories();
     void rootSearchWalksLikeQDirIterator();
+    void searchWithRootEndingInSeparator_data();
+    void searchWithRootEndingInSeparator();
 
     void symlinkLoop();
     void unreadableSubFolders();
@@ -506,6 +508,43 @@ void tst_MyLabelsController::rootSearchWalksLikeQDirIterator()
     QCOMPARE(found.size(), 6 * 3 + 2);
 }
 
+void tst_MyLabelsController::searchWithRootEndingInSeparator_data()
+{
+    QTest::addColumn<QString>("suffix");
+    QTest::newRow("as listed") << QString();
+    QTest::newRow("trailing separator") << "/";
+    QTest::newRow("doubled separator") << "//";
+}
+
+void tst_MyLabelsController::searchWithRootEndingInSeparator()
+{
+    QFETCH(QString, suffix);
+    for (const char *file : { "a_label.kxld", "b_label.kxld", "sub/c_label.kxld", "sub/d_label.kxld",
+                              "sub/deep/e_label.kxld", "sub/deep/f_label.kxld" })
+        QVERIFY(makeFile(m_root + "/" + file));
+    m_controller->setRootFolder(m_root + suffix);
+    m_controller->updateFileLists();
+    m_controller->setSearchString("label");
+    m_controller->searchLabelFileList();
+    QStringList folders;
+    for (const auto &r : m_controller->getSearchedLabelFilesList())
+        folders << r.filePath;
+    folders.sort();
+    // One match for each directory of the tree.
+    QCOMPARE(folders, QStringList({ m_root, m_root + "/sub", m_root + "/sub/deep" }));
+
+    // Inside a sub-folder the walk starts from the folder entries, whatever the root looked like.
+    m_controller->setSearchString(QString());
+    m_controller->enterFolder("sub");
+    m_controller->setSearchString("label");
+    m_controller->searchLabelFileList();
+    auto found = names(m_controller->getSearchedLabelFilesList());
+    QCOMPARE(found.size(), 3);
+    found.sort();
+    QCOMPARE(found.mid(0, 2), QStringList({ "c_label.kxld", "d_label.kxld" }));
+    QVERIFY(found.at(2) == "e_label.kxld" || found.at(2) == "f_label.kxld");
+}
+
 void tst_MyLabelsController::symlinkLoop()
 {
     QVERIFY(makeFile(m_root + "/a/label_in_a.kxld"));
@@ -582,10 +621,26 @@ void tst_MyLabelsController::nonUtf8Names()
     QCOMPARE(names(found), QStringList({ "good_label.kxam", "good_label.kxld" }));
     m_controller->setSortType(DashboardGlobal::NEWEST);
     m_controller->sortLabelFilesList();
+    auto sorted = names(m_controller->getSearchedLabelFilesList());
+    sorted.sort();
+    QCOMPARE(sorted, QStringList({ "good_label.kxam", "good_label.kxld" }));
+    // The records found open their own files.
+    QSignalSpy launch(m_controller.get(), &DashboardCommonFileController::launchLabelInModule);
     for (const auto &r : found)
         m_controller->openLabel(r.id);
+    QCOMPARE(launch.count(), 2);
+    QStringList opened = { launch.at(0).at(1).toString(), launch.at(1).at(1).toString() };
+    opened.sort();
+    QCOMPARE(opened, QStringList({ m_root + "/good_label.kxld", m_root + "/sub/good_label.kxam" }));
+
+    // The folder that does not decode cannot be named again: entering it lists nothing new.
     m_controller->setSearchString(QString());
+    m_controller->searchLabelFileList();
     m_controller->enterFolder(QFile::decodeName(QByteArray("dir\x80")));
+    QCOMPARE(m_controller->getCurrentFolder(), m_root + "/" + QFile::decodeName(QByteArray("dir\x80")));
+    QCOMPARE(names(m_controller->getSearchedLabelFilesList()), QStringList({ "good_label.kxld" }));
+    QCOMPARE(m_controller->exitFolder(QFile::decodeName(QByteArray("dir\x80"))), QString());
+    QCOMPARE(m_controller->getCurrentFolder(), m_root);
 }
 
 void tst_MyLabelsController::filesVanishingDuringWalks()

@@ -39,6 +39,7 @@ private Q_SLOTS:
     void hostileStores();
     void largeStore();
     void nestedVariantsInStores();
+    void largeWindowStateKeepsHistoryAndFavorites();
 
 private:
     std::unique_ptr<RecentlyViewedController> make()
@@ -155,7 +156,10 @@ void tst_RecentlyViewedController::keysInCodeUnitOrder()
     auto c = make();
     // Ids follow the code-unit order of the full paths, whatever the display order.
     const auto list = c->getSearchedLabelFilesList();
-    QCOMPARE(names(list), QStringList({ "_x.kxld", "a.kxld", "B.kxld", "b.kxld" }).mid(0, 1) + names(list).mid(1));
+    // A to Z lower-cases the names, so "_" (0x5F) goes before "a" and B.kxld ties with b.kxld.
+    const QStringList shown = names(list);
+    QCOMPARE(shown.mid(0, 2), QStringList({ "_x.kxld", "a.kxld" }));
+    QCOMPARE(QSet<QString>(shown.cbegin() + 2, shown.cend()), QSet<QString>({ "B.kxld", "b.kxld" }));
     QCOMPARE(findByName(list, "B.kxld")->id, 0);
     QCOMPARE(findByName(list, "_x.kxld")->id, 1);
     QCOMPARE(findByName(list, "a.kxld")->id, 2);
@@ -325,9 +329,46 @@ void tst_RecentlyViewedController::nestedVariantsInStores()
     c->updateFileLists();
     QCOMPARE(names(c->getSearchedLabelFilesList()), QStringList({ "safe.kxld" }));
     QVERIFY(!c->getSearchedLabelFilesList().first().isFavorite);
-    QVERIFY(c->setFavorite(false, c->getSearchedLabelFilesList().first().id));
+    // The favourite cannot be stored, so it is refused rather than shown as set.
+    QSignalSpy changed(c.get(), &DashboardCommonFileController::favoriteChanged);
+    QCOMPARE(c->setFavorite(false, c->getSearchedLabelFilesList().first().id), false);
+    QCOMPARE(changed.count(), 0);
+    QVERIFY(!c->getSearchedLabelFilesList().first().isFavorite);
+    const QByteArray dashboardBefore = [] { QFile f(storeFile("KorvexPro")); f.open(QIODevice::ReadOnly); return f.readAll(); }();
     c->removeFavorite(true, m_dir->filePath("safe.kxld"), DashboardGlobal::LABEL_LOCAL);
-    QVERIFY(QFileInfo(storeFile("KorvexPro")).size() > 100000);
+    const QByteArray dashboardAfter = [] { QFile f(storeFile("KorvexPro")); f.open(QIODevice::ReadOnly); return f.readAll(); }();
+    QCOMPARE(dashboardAfter, dashboardBefore);
+}
+
+void tst_RecentlyViewedController::largeWindowStateKeepsHistoryAndFavorites()
+{
+    QVERIFY(makeFile(m_dir->filePath("module.kxld")));
+    QVERIFY(makeFile(m_dir->filePath("dashboard.kxld")));
+    recordView("GHS", m_dir->filePath("module.kxld"), NOW);
+    recordView("KorvexPro", m_dir->filePath("dashboard.kxld"), NOW.addDays(-1));
+    // What a module (and the dashboard) saves of its window: 64 KiB of state, through QSettings.
+    QByteArray state(64 * 1024, '\0');
+    for (int i = 0; i < state.size(); ++i)
+        state[i] = char((i * 7919) >> 3);
+    for (const char *app : { "GHS", "KorvexPro" }) {
+        auto store = DashboardSettings::openStore(app);
+        store->setValue("window/state", state);
+        store->setValue("window/layout", QVariantMap{ { "panels", QVariantList{ 1, 2, 3 } }, { "state", state } });
+    }
+    QVERIFY(QFileInfo(storeFile("GHS")).size() > 128 * 1024);
+
+    auto c = make();
+    QCOMPARE(names(c->getSearchedLabelFilesList()), QStringList({ "dashboard.kxld", "module.kxld" }));
+    QSignalSpy changed(c.get(), &DashboardCommonFileController::favoriteChanged);
+    const int id = findByName(c->getSearchedLabelFilesList(), "module.kxld")->id;
+    QCOMPARE(c->setFavorite(false, id), true);
+    QCOMPARE(changed.count(), 1);
+    QVERIFY(findByName(c->getSearchedLabelFilesList(), "module.kxld")->isFavorite);
+    QCOMPARE(favoriteKeysOnDisk().size(), 1);
+    c->updateFileLists();
+    QVERIFY(findByName(c->getSearchedLabelFilesList(), "module.kxld")->isFavorite);
+    // The window state is still there, unchanged.
+    QCOMPARE(DashboardSettings::openStore("KorvexPro")->value("window/state").toByteArray(), state);
 }
 
 QTEST_GUILESS_MAIN(tst_RecentlyViewedController)
