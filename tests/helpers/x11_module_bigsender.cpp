@@ -1,5 +1,5 @@
-// Registers, then sends 2 MiB "applicationWasClicked" reports (the bytes in an argument nobody
-// reads) without end, printing "sending" once the first is out, until it is killed: a module
+// Registers, then sends a 1 MiB "applicationWasClicked" report (the bytes in an argument nobody
+// reads) every 100 ms, printing "sending" once the first is out, until it is killed: a module
 // that dies in the middle of its messages.
 #include "x11_module_common.h"
 
@@ -13,7 +13,7 @@ int main(int argc, char **argv)
     const auto dashboard = KorvexNative::WindowHandle(QByteArray(argv[1]).toULongLong());
     X11Module module;
     module.registerWith(dashboard);
-    const QString big(1024 * 1024, QLatin1Char('x')); // 2 MiB as UTF-16
+    const QString big(512 * 1024, QLatin1Char('x')); // 1 MiB as UTF-16
     QTimer timer;
     bool first = true;
     QObject::connect(&timer, &QTimer::timeout, &app, [&] {
@@ -22,6 +22,6 @@ int main(int argc, char **argv)
             say("sending");
         first = false;
     });
-    timer.start(0);
+    timer.start(100);
     return app.exec();
 }

@@ -39,7 +39,9 @@ public:
     // unread payloads to be read before the server frees them with its connection.
     static constexpr int EXIT_GRACE_MS = 2000;
     // The CopyDataStruct that translateNativeEvent hands out, and its bytes, stay valid until
-    // this many further WM_COPYDATA messages have been translated by the same backend.
+    // this many further WM_COPYDATA messages have been translated by the same backend. The
+    // first translation of an announcement takes the payload; translating the same event again
+    // gives null, so each WM_COPYDATA is seen once whoever looks first.
     static constexpr int RETAINED_COPIES = 4;
     // Registered message ids: FIRST_REGISTERED_ID + the name's place in the display's table.
     static constexpr MessageId FIRST_REGISTERED_ID = 0xC000;

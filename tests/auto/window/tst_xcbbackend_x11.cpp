@@ -336,7 +336,7 @@ void tst_XcbBackendX11::moduleFloodOfTenThousand()
 void tst_XcbBackendX11::moduleKilledInTheMiddleOfItsMessages()
 {
     showDashboard();
-    // Each 2 MiB report that arrives whole decodes into one signal; a cut one would not.
+    // Each 1 MiB report that arrives whole decodes into one signal; a cut one would not.
     QSignalSpy clicked(m_dashboard->messagingHelper(), &QVIPCHelper_win32::applicationClicked);
     QSignalSpy focused(m_dashboard.get(), &DashboardMainWindow::applicationFocused);
     QProcess module;
