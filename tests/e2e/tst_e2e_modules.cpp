@@ -433,9 +433,6 @@ void tst_E2eModules::moduleKeepsItsWindowWhenTheDashboardDies()
     // The container went with its program; the module's window is back on the root window.
     QTRY_VERIFY_WITH_TIMEOUT(!E2e::windowExists(container), EVENT_TIMEOUT_MS);
     const auto tree = E2e::queryTree(module);
-    // Known bug of the X11 backend: the module's window is destroyed with its dashboard
-    // although the module lives on, so the save-set did not take it back to the root window.
-    QEXPECT_FAIL("", "the X11 backend's save-set does not keep the module's window yet", Abort);
     QVERIFY2(tree.has_value(), qPrintable(QStringLiteral("module alive: %1; its log: %2")
                                                   .arg(::kill(pid_t(pid), 0) == 0)
                                                   .arg(E2e::moduleLog(m_events.path(), pid).join(u'|'))));

@@ -3,6 +3,7 @@
 #include "dashboard_logging.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QSocketNotifier>
 #include <QString>
 #include <QThread>
@@ -710,10 +711,28 @@ WindowHandle XcbNativeWindowBackend::setParent(WindowHandle child, WindowHandle 
         return 0;
     // In the save-set, the window goes back to the root if this process dies, and lives on.
     // Our own windows cannot be in it; the server says so and nothing changes.
-    xcb_change_save_set(d->connection,
-                        newParent ? XCB_SET_MODE_INSERT : XCB_SET_MODE_DELETE,
-                        xcb_window_t(child));
+    const auto mode = newParent ? XCB_SET_MODE_INSERT : XCB_SET_MODE_DELETE;
+    xcb_change_save_set(d->connection, mode, xcb_window_t(child));
     xcb_flush(d->connection);
+    // Our container hangs below a window of Qt's own connection, and the server may close that
+    // connection first when the process dies, taking the container and the module with it. In
+    // Qt's save-set too, the container goes to the root first and the module stays inside it
+    // until our own connection's save-set frees it, whichever connection closes first.
+    auto *qtX11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+    if (xcb_connection_t *qt = qtX11 ? qtX11->connection() : nullptr) {
+        const xcb_setup_t *setup = xcb_get_setup(qt);
+        // A window of Qt's own cannot be in its save-set (the server answers BadMatch).
+        const auto notQts = [setup](xcb_window_t w) {
+            return (w & ~setup->resource_id_mask) != setup->resource_id_base;
+        };
+        if (notQts(xcb_window_t(child)))
+            xcb_change_save_set(qt, mode, xcb_window_t(child));
+        const auto parentRecord = d->windows.find(xcb_window_t(newParent));
+        if (newParent && parentRecord != d->windows.end() && parentRecord->second.ours
+            && notQts(xcb_window_t(newParent)))
+            xcb_change_save_set(qt, XCB_SET_MODE_INSERT, xcb_window_t(newParent));
+        xcb_flush(qt);
+    }
     return node->parent;
 }
 
