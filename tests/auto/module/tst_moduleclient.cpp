@@ -274,8 +274,9 @@ void tst_ModuleClient::requestGetsItsReply_data()
                              << QVariant(QStringList{ "R1", "R2" });
     QTest::newRow("unknown method") << 0 << "noSuchMethod" << "i" << QVariantList{ "-" }
                                     << QVariant(0);
+    // No object answers methodType 2: the reply carries the type's empty value.
     QTest::newRow("no third target") << 2 << "getPrinterNames" << "11QStringList"
-                                     << QVariantList{ "-" } << QVariant();
+                                     << QVariantList{ "-" } << QVariant(QStringList());
 }
 
 void tst_ModuleClient::requestGetsItsReply()
