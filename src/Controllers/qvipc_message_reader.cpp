@@ -32,7 +32,7 @@ constexpr qint64 JsonContainerCost = 256;
 // So does a URL: its parsed parts (about 260 bytes for "a", ten bytes on the wire).
 constexpr qint64 UrlCost = 256;
 
-// QDateTime's spec bytes read: local time, UTC, an offset. A time zone (3) makes Qt open the
+// QDateTime's time-spec bytes read: local time, UTC, an offset. A time zone (3) makes Qt open the
 // file the block names; other values make Qt 6.4 build a date-time in an invalid zone, which
 // it writes back as a time zone.
 constexpr char LastPlainSpec = 2;
@@ -346,7 +346,7 @@ void MessageReader::readAllowedValue(QMetaType type, QVariant *value, bool isNul
         readThroughQt(type, slotOf(value, type, isNull), -1);
         return;
     case QMetaType::QDateTime: {
-        // Date, time, spec byte.
+        // Date, time, time-spec byte.
         const QByteArray head = m_in.device()->peek(8 + 4 + 1);
         if (head.size() == 13 && (head.at(12) < 0 || head.at(12) > LastPlainSpec)) {
             refuse();

@@ -467,9 +467,9 @@ void tst_MessageReader::typeWhitelist_data()
     // A date-time in a time zone: Qt opens the zone's file, by a name the block gives.
     QTest::newRow("QDateTime in a time zone") << variantHeader(QMetaType::QDateTime)
             + QByteArray(13, '\3') + str("../../../etc/passwd");
-    // Any other spec: Qt makes a date-time in an invalid zone of it, and writes it back as
+    // Any other time spec: Qt makes a date-time in an invalid zone of it, and writes it back as
     // a zone by name.
-    QTest::newRow("QDateTime spec 7") << variantHeader(QMetaType::QDateTime)
+    QTest::newRow("QDateTime time spec 7") << variantHeader(QMetaType::QDateTime)
             + QByteArray::fromHex("0000000000258a98" "0038cef8" "07");
     // A function pointer from the block.
     QTest::newRow("QEasingCurve") << variantHeader(QMetaType::QEasingCurve) + QByteArray(40, '\1');
