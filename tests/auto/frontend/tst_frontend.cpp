@@ -1,6 +1,7 @@
 #include "dashboard_host.h"
 #include "host_services.h"
 #include "label_folder.h"
+#include "url_recorder.h"
 
 #include <korvexdashboard.h>
 
@@ -20,15 +21,6 @@
 
 #include <memory>
 
-// Records the addresses the front end asks the desktop to open.
-class UrlRecorder : public QObject
-{
-    Q_OBJECT
-public:
-    QList<QUrl> urls;
-public Q_SLOTS:
-    void open(const QUrl &url) { urls.append(url); }
-};
 
 // Collects every warning (and worse) written while it lives: the front end must load and run
 // without any.

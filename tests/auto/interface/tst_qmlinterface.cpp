@@ -34,6 +34,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "url_recorder.h"
+
 using namespace Interface;
 
 namespace {
@@ -458,15 +460,6 @@ private:
 
 } // namespace
 
-// Receives the addresses QDesktopServices would hand to the system.
-class UrlRecorder : public QObject
-{
-    Q_OBJECT
-public:
-    QList<QUrl> urls;
-public Q_SLOTS:
-    void open(const QUrl &url) { urls << url; }
-};
 
 class tst_QmlInterface : public QObject
 {

@@ -18,15 +18,8 @@
 #include <QUrl>
 #include <QtTest>
 
-// Receives the URLs QDesktopServices would hand to the system.
-class UrlRecorder : public QObject
-{
-    Q_OBJECT
-public:
-    QList<QUrl> urls;
-public Q_SLOTS:
-    void open(const QUrl &url) { urls << url; }
-};
+#include "url_recorder.h"
+
 
 class tst_DashboardMain : public QObject
 {
