@@ -804,11 +804,12 @@ bool XcbNativeWindowBackend::setWindowPos(WindowHandle window, WindowHandle inse
     const xcb_window_t w = xcb_window_t(window);
     if (!d->checked(xcb_configure_window_checked(d->connection, w, mask, values)))
         return false;
+    // Checked, so the server has done it before we return, as Windows has: X orders requests
+    // per connection only, and another process may look next.
     if (flags & SwpShowWindow)
-        xcb_map_window(d->connection, w);
+        d->checked(xcb_map_window_checked(d->connection, w));
     else if (flags & SwpHideWindow)
-        xcb_unmap_window(d->connection, w);
-    xcb_flush(d->connection);
+        d->checked(xcb_unmap_window_checked(d->connection, w));
     return true;
 }
 
@@ -820,11 +821,11 @@ bool XcbNativeWindowBackend::showWindow(WindowHandle window, int command)
     const auto attributes = d->attributes(xcb_window_t(window));
     if (!attributes)
         return false;
+    // Checked, for the same reason as in setWindowPos: visible to every process on return.
     if (command == SwHide)
-        xcb_unmap_window(d->connection, xcb_window_t(window));
+        d->checked(xcb_unmap_window_checked(d->connection, xcb_window_t(window)));
     else
-        xcb_map_window(d->connection, xcb_window_t(window));
-    xcb_flush(d->connection);
+        d->checked(xcb_map_window_checked(d->connection, xcb_window_t(window)));
     return attributes->map_state != XCB_MAP_STATE_UNMAPPED;
 }
 
