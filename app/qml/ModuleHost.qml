@@ -122,14 +122,17 @@ QtObject {
         modules.stopWaiting(appType)
         const area = modules.contentArea
         const content = modules.mainWindow.contentItem
+        // The item's numbers reach the native window calls unscaled, so on a scaled screen it
+        // is laid out in device pixels to cover the area.
+        const scale = () => modules.mainWindow.dpiScale > 0 ? modules.mainWindow.dpiScale : 1
         const item = appWindowComponent.createObject(content, {
             windowId: windowId >>> 0,
             windowTitle: appName,
             applicationPath: modules.host.programPath(modules.mainWindow.getApplicationExec(appType)),
-            x: Qt.binding(() => area.x),
-            y: Qt.binding(() => area.y),
-            width: Qt.binding(() => area.width),
-            height: Qt.binding(() => area.height)
+            x: Qt.binding(() => area.x * scale()),
+            y: Qt.binding(() => area.y * scale()),
+            width: Qt.binding(() => area.width * scale()),
+            height: Qt.binding(() => area.height * scale())
         })
         if (!item) {
             modules.message = qsTr("%1 started, but its window could not be shown.").arg(appName)

@@ -1,0 +1,123 @@
+// A ready module's window, embedded by the front end, covers the page area in the native
+// window system's own pixels. Built twice: at scale 1 and with QT_SCALE_FACTOR=2.
+
+#include "dashboard_host.h"
+
+#include <korvexdashboard.h>
+#include "platforms/memory/memory_native_window_backend.h"
+
+#include <QQuickItem>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+using KorvexNative::WindowHandle;
+
+class tst_ModuleEmbedding : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void coversThePageAreaInDevicePixels();
+    void followsTheWindowWhenItIsResized();
+
+private:
+    QRect expectedNativeRect() const;
+    QRect nativeRect(WindowHandle window) const;
+    WindowHandle embedModule();
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<MemoryNativeWindowBackend> m_backend;
+    std::unique_ptr<NativeWindowSystem::ScopedBackend> m_scope;
+    std::unique_ptr<DashboardHost> m_host;
+    WindowHandle m_module = 0;
+};
+
+void tst_ModuleEmbedding::initTestCase()
+{
+    QStandardPaths::setTestModeEnabled(true);
+}
+
+void tst_ModuleEmbedding::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+    m_backend = std::make_unique<MemoryNativeWindowBackend>();
+    m_scope = std::make_unique<NativeWindowSystem::ScopedBackend>(m_backend.get());
+    m_host = std::make_unique<DashboardHost>();
+    DashboardHost::Options options;
+    options.labelFolder = m_dir->filePath(QStringLiteral("labels"));
+    QVERIFY2(m_host->start(options), qPrintable(m_host->errors().join(QLatin1Char('\n'))));
+    m_host->window()->setGeometry(0, 0, 1200, 800);
+    QVERIFY(QTest::qWaitForWindowExposed(m_host->window()));
+
+    // The scaled build of this test must really run scaled, or it proves nothing.
+    const double wanted = qEnvironmentVariableIsSet("QT_SCALE_FACTOR")
+            ? qEnvironmentVariable("QT_SCALE_FACTOR").toDouble() : 1.0;
+    QCOMPARE(m_host->window()->devicePixelRatio(), wanted);
+    QCOMPARE(m_host->window()->dpiScale(), wanted);
+    m_backend->adoptWindow(m_host->window()->winId());
+    m_module = m_backend->addWindow();
+}
+
+void tst_ModuleEmbedding::cleanup()
+{
+    m_host.reset();
+    m_scope.reset();
+    m_backend.reset();
+}
+
+QRect tst_ModuleEmbedding::expectedNativeRect() const
+{
+    auto *area = m_host->rootItem()->findChild<QQuickItem *>(QStringLiteral("moduleArea"));
+    if (!area)
+        return {};
+    const QRectF logical = area->mapRectToScene(QRectF(0, 0, area->width(), area->height()));
+    const double ratio = m_host->window()->devicePixelRatio();
+    return QRect(int(logical.x() * ratio), int(logical.y() * ratio), int(logical.width() * ratio),
+                 int(logical.height() * ratio));
+}
+
+// A window's rectangle in its parent, as the window system holds it.
+QRect tst_ModuleEmbedding::nativeRect(WindowHandle window) const
+{
+    return m_backend->window(window).geometry;
+}
+
+WindowHandle tst_ModuleEmbedding::embedModule()
+{
+    Q_EMIT m_host->window()->applicationReady(int(m_module), 4242, QStringLiteral("QVLabelEditor.exe"));
+    const WindowHandle container = m_backend->window(m_module).parent;
+    if (container == 0 || m_backend->window(container).parent != WindowHandle(m_host->window()->winId()))
+        return 0;
+    return container;
+}
+
+void tst_ModuleEmbedding::coversThePageAreaInDevicePixels()
+{
+    const WindowHandle container = embedModule();
+    QVERIFY2(container, "the module window was not placed in a container of the dashboard's window");
+    const QRect expected = expectedNativeRect();
+    QVERIFY(expected.width() > 400 && expected.height() > 300);
+    QCOMPARE(nativeRect(container), expected);
+    QCOMPARE(nativeRect(m_module), QRect(QPoint(0, 0), expected.size()));
+    QVERIFY(m_backend->window(m_module).visible);
+}
+
+void tst_ModuleEmbedding::followsTheWindowWhenItIsResized()
+{
+    const WindowHandle container = embedModule();
+    QVERIFY(container);
+    const QRect before = nativeRect(container);
+    m_host->window()->resize(1000, 700);
+    QTRY_VERIFY(nativeRect(container) != before);
+    QTRY_COMPARE(nativeRect(container), expectedNativeRect());
+    QCOMPARE(nativeRect(m_module).size(), expectedNativeRect().size());
+}
+
+QTEST_MAIN(tst_ModuleEmbedding)
+#include "tst_moduleembedding.moc"
