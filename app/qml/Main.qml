@@ -16,9 +16,11 @@ Item {
     property var dashMain: dashMainComponent.createObject(root)
     readonly property alias navigationBar: navBar
     readonly property alias homePage: homePage
-    readonly property alias cloudPage: cloudPage
-    readonly property alias resourcesPage: resourcesPage
-    readonly property alias settingsPage: settingsPage
+    // Pages other than Home are made the first time they are shown, so the first frame does
+    // not wait for them.
+    readonly property CloudPage cloudPage: cloudLoader.item as CloudPage
+    readonly property ResourcesPage resourcesPage: resourcesLoader.item as ResourcesPage
+    readonly property SettingsPage settingsPage: settingsLoader.item as SettingsPage
     readonly property alias aboutDialog: aboutDialog
     readonly property alias overflowMenu: overflowMenu
     readonly property alias moduleHost: moduleHost
@@ -26,6 +28,8 @@ Item {
     readonly property alias myLabels: myLabels
     readonly property alias favorites: favorites
     readonly property alias settings: settings
+    readonly property alias settingsSections: settingsNav
+    readonly property alias settingsContents: contents
     readonly property alias upgrader: upgrader
     readonly property alias license: license
     property bool updateNoticeDismissed: false
@@ -91,7 +95,8 @@ Item {
         meatballs.populateMeatballsNavItemsList()
         settingsNav.populateSettingsNavItemsList()
         contents.populateLanguagesModelList()
-        settingsPage.languageNames = contents.getLanguagesModelList()
+        if (root.settingsPage)
+            root.settingsPage.languageNames = contents.getLanguagesModelList()
         homePage.reloadAll()
     }
     function syncFavorites(source) {
@@ -156,6 +161,15 @@ Item {
     Connections {
         target: favorites
         function onLaunchLabelInModule(applicationType, filePath) { moduleHost.launch(applicationType, filePath, root.navName(applicationType)) }
+    }
+
+    onPageChanged: {
+        if (root.page === "cloud")
+            cloudLoader.active = true
+        else if (root.page === "resources")
+            resourcesLoader.active = true
+        else if (root.page === "settings")
+            settingsLoader.active = true
     }
 
     Component.onCompleted: {
@@ -287,30 +301,42 @@ Item {
                         onBannerOpened: (bannerType) => root.openBanner(bannerType)
                         onFavoriteRemoved: root.syncFavorites(favorites)
                     }
-                    CloudPage {
-                        id: cloudPage
-                        objectName: "cloudPage"
-                        favorites: favorites
+                    Loader {
+                        id: cloudLoader
+                        active: false
                         focus: root.page === "cloud"
-                        onOpenLabel: (controller, id) => controller.openLabel(id)
-                        onFavoriteRemoved: root.syncFavorites(favorites)
+                        sourceComponent: CloudPage {
+                            objectName: "cloudPage"
+                            favorites: root.favorites
+                            focus: true
+                            onOpenLabel: (controller, id) => controller.openLabel(id)
+                            onFavoriteRemoved: root.syncFavorites(root.favorites)
+                        }
                     }
-                    ResourcesPage {
-                        id: resourcesPage
-                        objectName: "resourcesPage"
-                        resources: root.dashMain.resourcesNavItems
+                    Loader {
+                        id: resourcesLoader
+                        active: false
                         focus: root.page === "resources"
-                        onBannerOpened: (bannerType) => root.openBanner(bannerType)
+                        sourceComponent: ResourcesPage {
+                            objectName: "resourcesPage"
+                            resources: root.dashMain.resourcesNavItems
+                            focus: true
+                            onBannerOpened: (bannerType) => root.openBanner(bannerType)
+                        }
                     }
-                    SettingsPage {
-                        id: settingsPage
-                        objectName: "settingsPage"
-                        settings: settings
-                        sections: settingsNav
-                        contents: contents
-                        host: root.host
+                    Loader {
+                        id: settingsLoader
+                        active: false
                         focus: root.page === "settings"
-                        onShowCloud: root.showPage("cloud")
+                        sourceComponent: SettingsPage {
+                            objectName: "settingsPage"
+                            settings: root.settings
+                            sections: root.settingsSections
+                            contents: root.settingsContents
+                            host: root.host
+                            focus: true
+                            onShowCloud: root.showPage("cloud")
+                        }
                     }
                 }
 
