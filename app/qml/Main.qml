@@ -21,7 +21,8 @@ Item {
     readonly property CloudPage cloudPage: cloudLoader.item as CloudPage
     readonly property ResourcesPage resourcesPage: resourcesLoader.item as ResourcesPage
     readonly property SettingsPage settingsPage: settingsLoader.item as SettingsPage
-    readonly property alias aboutDialog: aboutDialog
+    // Made the first time it is opened.
+    property AboutDialog aboutDialog: null
     readonly property alias overflowMenu: overflowMenu
     readonly property alias moduleHost: moduleHost
     readonly property alias recents: recents
@@ -41,7 +42,7 @@ Item {
     // Shows a page by name; "about" opens the About box over the current page.
     function showPage(name) {
         if (name === "about") {
-            aboutDialog.open()
+            root.openAbout()
             return
         }
         moduleHost.showPages()
@@ -51,6 +52,11 @@ Item {
         } else {
             root.page = name
         }
+    }
+    function openAbout() {
+        if (!root.aboutDialog)
+            root.aboutDialog = aboutComponent.createObject(root) as AboutDialog
+        root.aboutDialog.open()
     }
     function activateNavItem(item) {
         switch (item.navType) {
@@ -80,7 +86,7 @@ Item {
     }
     function chooseMenu(navType) {
         if (navType === MeatballsNavigationModel.NAV_ABOUT)
-            aboutDialog.open()
+            root.openAbout()
         else if (navType === MeatballsNavigationModel.NAV_SETTINGS)
             root.showPage("settings")
         else if (navType === MeatballsNavigationModel.NAV_QUIT)
@@ -377,15 +383,17 @@ Item {
         onChosen: (navType) => root.chooseMenu(navType)
     }
 
-    AboutDialog {
-        id: aboutDialog
-        objectName: "aboutDialog"
-        parent: Overlay.overlay
-        anchors.centerIn: parent
-        width: Math.min(parent.width - 48, 720)
-        height: Math.min(parent.height - 48, 620)
-        upgrader: upgrader
-        license: license
+    Component {
+        id: aboutComponent
+        AboutDialog {
+            objectName: "aboutDialog"
+            parent: Overlay.overlay
+            anchors.centerIn: parent
+            width: Math.min(parent.width - 48, 720)
+            height: Math.min(parent.height - 48, 620)
+            upgrader: root.upgrader
+            license: root.license
+        }
     }
 
     Shortcut {
