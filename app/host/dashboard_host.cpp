@@ -16,7 +16,9 @@
 #include <QQmlError>
 #include <QQuickItem>
 #include <QQuickStyle>
+#include <QQuickWindow>
 #include <QThread>
+#include <QTimer>
 #include <QTranslator>
 #include <QtQml/qqmlextensionplugin.h>
 
@@ -140,6 +142,13 @@ bool DashboardHost::start(const Options &options)
         return false;
     }
     m_root->setParentItem(m_window->contentItem());
+    // What the first screen does not show is made once it is out, before anyone can ask.
+    connect(m_window.get(), &QQuickWindow::frameSwapped, this, [this] {
+        QTimer::singleShot(0, this, [this] {
+            if (m_root)
+                QMetaObject::invokeMethod(m_root, "makeDeferredParts");
+        });
+    }, Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
     if (options.show)
         m_window->show();
     return true;

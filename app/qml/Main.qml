@@ -23,13 +23,15 @@ Item {
     readonly property SettingsPage settingsPage: settingsLoader.item as SettingsPage
     // Made the first time it is opened.
     property AboutDialog aboutDialog: null
-    readonly property alias overflowMenu: overflowMenu
+    // Made once the first frame is out (the host calls makeDeferredParts), or when first opened.
+    property OverflowMenu overflowMenu: null
     readonly property alias moduleHost: moduleHost
     readonly property alias recents: recents
     readonly property alias myLabels: myLabels
     readonly property alias favorites: favorites
     readonly property alias settings: settings
     readonly property alias settingsSections: settingsNav
+    readonly property alias menuModel: meatballs
     readonly property alias settingsContents: contents
     readonly property alias upgrader: upgrader
     readonly property alias license: license
@@ -52,6 +54,15 @@ Item {
         } else {
             root.page = name
         }
+    }
+    function makeDeferredParts() {
+        if (!root.overflowMenu)
+            root.overflowMenu = overflowMenuComponent.createObject(root) as OverflowMenu
+    }
+    function openOverflowMenu() {
+        root.makeDeferredParts()
+        const button = navBar.overflowButton
+        root.overflowMenu.popup(button, button.width + 4, button.height - root.overflowMenu.implicitHeight)
     }
     function openAbout() {
         if (!root.aboutDialog)
@@ -207,7 +218,7 @@ Item {
             loadingApps: moduleHost.loading
             runningApps: moduleHost.running
             onActivated: (item) => root.activateNavItem(item)
-            onOverflowRequested: overflowMenu.popup(navBar.overflowButton, navBar.overflowButton.width + 4, navBar.overflowButton.height - overflowMenu.implicitHeight)
+            onOverflowRequested: root.openOverflowMenu()
         }
 
         ColumnLayout {
@@ -376,11 +387,13 @@ Item {
         contentArea: moduleArea
     }
 
-    OverflowMenu {
-        id: overflowMenu
-        objectName: "overflowMenu"
-        menuModel: meatballs
-        onChosen: (navType) => root.chooseMenu(navType)
+    Component {
+        id: overflowMenuComponent
+        OverflowMenu {
+            objectName: "overflowMenu"
+            menuModel: root.menuModel
+            onChosen: (navType) => root.chooseMenu(navType)
+        }
     }
 
     Component {

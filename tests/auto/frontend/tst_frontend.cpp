@@ -283,8 +283,11 @@ void tst_Frontend::everyPageFromTheNavigationBar()
     QCOMPARE(root->property("page").toString(), QStringLiteral("home"));
 
     // Settings and About through the overflow menu; Quit asks the engine to quit.
+    // The menu is not part of the first frame; it is made once that frame is out.
+    QTRY_VERIFY(rootObject("overflowMenu"));
     QObject *menu = rootObject("overflowMenu");
     click(findItem(root, QStringLiteral("overflowButton")));
+    QCOMPARE(rootObject("overflowMenu"), menu);
     QTRY_VERIFY(menu->property("opened").toBool());
     click(findItem(menu, QStringLiteral("menu_%1").arg(MeatballsNavigationModel::NAV_SETTINGS)));
     QTRY_VERIFY(!menu->property("visible").toBool());
