@@ -1,7 +1,9 @@
 // Start of the dashboard host to its first frame, beside an empty Qt Quick window measured in
 // the same run, and the resident memory of both once the frame is out. Each start is a fresh
 // process (this program again, in the role named by its first argument); the parent times
-// it from the start of the process to the child's report of its first frame.
+// it from the start of the process to the child's report of its first frame. A second peer,
+// an empty QML Window loaded by a QQmlApplicationEngine, shows what a QML engine costs
+// before any of the dashboard's own work.
 
 #include "dashboard_host.h"
 
@@ -12,6 +14,7 @@
 #include <QFile>
 #include <QGuiApplication>
 #include <QProcess>
+#include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTemporaryDir>
@@ -36,20 +39,30 @@ long residentKiB()
     return -1;
 }
 
+enum class Role { Host, EmptyWindow, QmlWindow };
+
 // The child: show the window, and report the resident memory after its first frame.
-int child(int argc, char *argv[], bool host)
+int child(int argc, char *argv[], Role role)
 {
     QGuiApplication app(argc, argv);
     std::unique_ptr<DashboardHost> dashboard;
     std::unique_ptr<QQuickWindow> empty;
+    std::unique_ptr<QQmlApplicationEngine> engine;
     QQuickWindow *window = nullptr;
-    if (host) {
+    if (role == Role::Host) {
         dashboard = std::make_unique<DashboardHost>();
         DashboardHost::Options options;
         options.labelFolder = QString::fromLocal8Bit(qgetenv("KORVEX_BENCH_LABELS"));
         if (!dashboard->start(options))
             return 2;
         window = dashboard->window();
+    } else if (role == Role::QmlWindow) {
+        engine = std::make_unique<QQmlApplicationEngine>();
+        engine->loadData("import QtQuick\nWindow { width: 1024; height: 600; visible: true }");
+        window = engine->rootObjects().isEmpty()
+                ? nullptr : qobject_cast<QQuickWindow *>(engine->rootObjects().constFirst());
+        if (!window)
+            return 2;
     } else {
         empty = std::make_unique<QQuickWindow>();
         empty->resize(1024, 600);
@@ -99,9 +112,11 @@ double median(QList<double> values)
 int main(int argc, char *argv[])
 {
     if (argc > 1 && qstrcmp(argv[1], "--host") == 0)
-        return child(argc, argv, true);
+        return child(argc, argv, Role::Host);
     if (argc > 1 && qstrcmp(argv[1], "--empty") == 0)
-        return child(argc, argv, false);
+        return child(argc, argv, Role::EmptyWindow);
+    if (argc > 1 && qstrcmp(argv[1], "--qml-window") == 0)
+        return child(argc, argv, Role::QmlWindow);
 
     QCoreApplication app(argc, argv);
     QTemporaryDir home;
@@ -111,10 +126,16 @@ int main(int argc, char *argv[])
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
 
-    QList<double> hostMs, emptyMs, hostKiB, emptyKiB;
-    // Alternate the two, so a busy machine slows both alike; the first host run seeds the folder.
+    QList<double> hostMs, emptyMs, hostKiB, emptyKiB, qmlMs, qmlKiB;
+    // Alternate them, so a busy machine slows all alike; the first host run seeds the folder.
     for (int i = 0; i < RUNS; ++i) {
         Run run;
+        if (!measure(QStringLiteral("--qml-window"), &run)) {
+            std::fprintf(stderr, "empty QML window did not start\n");
+            return 1;
+        }
+        qmlMs.append(run.ms);
+        qmlKiB.append(run.kib);
         if (!measure(QStringLiteral("--empty"), &run)) {
             std::fprintf(stderr, "empty Qt Quick window did not start\n");
             return 1;
@@ -136,6 +157,10 @@ int main(int argc, char *argv[])
         << "  ratio                  " << ratio << " (target 1.5)\n"
         << "resident memory after the first frame:\n"
         << "  empty Qt Quick window  " << median(emptyKiB) / 1024.0 << " MiB\n"
-        << "  dashboard host         " << median(hostKiB) / 1024.0 << " MiB\n";
+        << "  dashboard host         " << median(hostKiB) / 1024.0 << " MiB\n"
+        << "second peer, an empty QML Window through QQmlApplicationEngine, same run:\n"
+        << "  start to first frame   " << median(qmlMs) << " ms (host ratio "
+        << median(hostMs) / median(qmlMs) << ")\n"
+        << "  resident memory        " << median(qmlKiB) / 1024.0 << " MiB\n";
     return 0;
 }

@@ -8,6 +8,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFontDatabase>
 #include <QLibraryInfo>
 #include <QLocale>
 #include <QQmlComponent>
@@ -15,6 +16,9 @@
 #include <QQmlError>
 #include <QQuickItem>
 #include <QQuickStyle>
+#include <QQuickWindow>
+#include <QThread>
+#include <QTimer>
 #include <QTranslator>
 #include <QtQml/qqmlextensionplugin.h>
 
@@ -24,6 +28,10 @@ DashboardHost::DashboardHost(QObject *parent) : QObject(parent) {}
 
 DashboardHost::~DashboardHost()
 {
+    if (m_fontWarmUp) {
+        m_fontWarmUp->wait();
+        delete m_fontWarmUp;
+    }
     // The front end goes first: its items live in the window and its objects in the engine.
     delete m_root.data();
     m_window.reset();
@@ -65,6 +73,16 @@ void DashboardHost::applyLanguage(const QString &code)
         m_engine->retranslate();
 }
 
+void DashboardHost::warmUpFonts()
+{
+    // QFontDatabase is thread-safe; the first query fills it from fontconfig.
+    if (m_fontWarmUp)
+        return;
+    m_fontWarmUp = QThread::create([] { QFontDatabase::families(); });
+    m_fontWarmUp->setObjectName(QStringLiteral("font warm-up"));
+    m_fontWarmUp->start(QThread::LowPriority);
+}
+
 bool DashboardHost::start(const Options &options)
 {
     m_errors.clear();
@@ -77,6 +95,19 @@ bool DashboardHost::start(const Options &options)
         applyLanguage(languages.getLanguageCode(languages.getCurrentLanguageId()));
     }
 
+    // Reading the system's fonts is the first text's biggest cost; another thread does it
+    // while this one makes the window and the engine loads the front end's types.
+    warmUpFonts();
+
+    m_engine = std::make_unique<QQmlEngine>();
+    QObject::connect(m_engine.get(), &QQmlEngine::quit, QCoreApplication::instance(),
+                     &QCoreApplication::quit, Qt::QueuedConnection);
+    m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+    const QUrl mainUrl(QStringLiteral("qrc:/qt/qml/Korvex/Dashboard/Main.qml"));
+    // The engine's loader thread reads the front end's types and imports meanwhile; the
+    // synchronous component below then waits for that same load instead of starting its own.
+    QQmlComponent preload(m_engine.get(), mainUrl, QQmlComponent::Asynchronous);
+
     m_labelFolder = options.labelFolder.isEmpty() ? LabelFolder::defaultPath() : options.labelFolder;
     if (options.seedLabelFolder)
         LabelFolder::seed(m_labelFolder);
@@ -86,15 +117,10 @@ bool DashboardHost::start(const Options &options)
     m_window->setMinimumSize(QSize(900, 560));
     m_window->setTestModeEnabled(options.testMode);
 
-    m_engine = std::make_unique<QQmlEngine>();
-    QObject::connect(m_engine.get(), &QQmlEngine::quit, QCoreApplication::instance(),
-                     &QCoreApplication::quit, Qt::QueuedConnection);
-    m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
-
     m_services = new HostServices(m_labelFolder, this);
     m_services->setLanguageHandler([this](const QString &code) { applyLanguage(code); });
 
-    QQmlComponent component(m_engine.get(), QUrl(QStringLiteral("qrc:/qt/qml/Korvex/Dashboard/Main.qml")));
+    QQmlComponent component(m_engine.get(), mainUrl);
     if (!component.isReady()) {
         // Creating from a component that failed to load crashes in Qt 6.4.
         for (const QQmlError &error : component.errors())
@@ -116,6 +142,13 @@ bool DashboardHost::start(const Options &options)
         return false;
     }
     m_root->setParentItem(m_window->contentItem());
+    // What the first screen does not show is made once it is out, before anyone can ask.
+    connect(m_window.get(), &QQuickWindow::frameSwapped, this, [this] {
+        QTimer::singleShot(0, this, [this] {
+            if (m_root)
+                QMetaObject::invokeMethod(m_root, "makeDeferredParts");
+        });
+    }, Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
     if (options.show)
         m_window->show();
     return true;

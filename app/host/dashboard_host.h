@@ -12,6 +12,7 @@ class DashboardMainWindow;
 class HostServices;
 class QQmlEngine;
 
+class QThread;
 class QTranslator;
 
 // Starts the dashboard: the translations of the user's language, the main window, the QML
@@ -53,6 +54,7 @@ public:
 
 private:
     void removeTranslators();
+    void warmUpFonts();
 
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<DashboardMainWindow> m_window;
@@ -61,4 +63,5 @@ private:
     QString m_labelFolder;
     QStringList m_errors;
     QList<QTranslator *> m_translators;
+    QThread *m_fontWarmUp = nullptr;
 };

@@ -158,22 +158,27 @@ FocusScope {
         Accessible.name: qsTr("Labels")
     }
 
-    EmptyState {
-        objectName: "emptyState"
+    // Both are made only while they show: three lists of each would cost the first frame.
+    Loader {
         anchors.centerIn: parent
         width: Math.min(parent.width - 48, 520)
-        visible: !list.busy && list.count === 0
-        error: list.errorTitle.length > 0
-        glyph: error ? Theme.icons.about : list.emptyGlyph
-        title: error ? list.errorTitle : list.emptyTitle
-        message: error ? list.errorMessage : list.emptyMessage
+        active: !list.busy && list.count === 0
+        sourceComponent: EmptyState {
+            objectName: "emptyState"
+            error: list.errorTitle.length > 0
+            glyph: error ? Theme.icons.about : list.emptyGlyph
+            title: error ? list.errorTitle : list.emptyTitle
+            message: error ? list.errorMessage : list.emptyMessage
+        }
     }
 
-    BusyIndicator {
-        objectName: "listBusyIndicator"
+    Loader {
         anchors.centerIn: parent
-        running: list.busy
-        visible: list.busy
-        Accessible.name: qsTr("Loading labels")
+        active: list.busy
+        sourceComponent: BusyIndicator {
+            objectName: "listBusyIndicator"
+            running: true
+            Accessible.name: qsTr("Loading labels")
+        }
     }
 }

@@ -16,16 +16,23 @@ Item {
     property var dashMain: dashMainComponent.createObject(root)
     readonly property alias navigationBar: navBar
     readonly property alias homePage: homePage
-    readonly property alias cloudPage: cloudPage
-    readonly property alias resourcesPage: resourcesPage
-    readonly property alias settingsPage: settingsPage
-    readonly property alias aboutDialog: aboutDialog
-    readonly property alias overflowMenu: overflowMenu
+    // Pages other than Home are made the first time they are shown, so the first frame does
+    // not wait for them.
+    readonly property CloudPage cloudPage: cloudLoader.item as CloudPage
+    readonly property ResourcesPage resourcesPage: resourcesLoader.item as ResourcesPage
+    readonly property SettingsPage settingsPage: settingsLoader.item as SettingsPage
+    // Made the first time it is opened.
+    property AboutDialog aboutDialog: null
+    // Made once the first frame is out (the host calls makeDeferredParts), or when first opened.
+    property OverflowMenu overflowMenu: null
     readonly property alias moduleHost: moduleHost
     readonly property alias recents: recents
     readonly property alias myLabels: myLabels
     readonly property alias favorites: favorites
     readonly property alias settings: settings
+    readonly property alias settingsSections: settingsNav
+    readonly property alias menuModel: meatballs
+    readonly property alias settingsContents: contents
     readonly property alias upgrader: upgrader
     readonly property alias license: license
     property bool updateNoticeDismissed: false
@@ -37,7 +44,7 @@ Item {
     // Shows a page by name; "about" opens the About box over the current page.
     function showPage(name) {
         if (name === "about") {
-            aboutDialog.open()
+            root.openAbout()
             return
         }
         moduleHost.showPages()
@@ -47,6 +54,20 @@ Item {
         } else {
             root.page = name
         }
+    }
+    function makeDeferredParts() {
+        if (!root.overflowMenu)
+            root.overflowMenu = overflowMenuComponent.createObject(root) as OverflowMenu
+    }
+    function openOverflowMenu() {
+        root.makeDeferredParts()
+        const button = navBar.overflowButton
+        root.overflowMenu.popup(button, button.width + 4, button.height - root.overflowMenu.implicitHeight)
+    }
+    function openAbout() {
+        if (!root.aboutDialog)
+            root.aboutDialog = aboutComponent.createObject(root) as AboutDialog
+        root.aboutDialog.open()
     }
     function activateNavItem(item) {
         switch (item.navType) {
@@ -76,7 +97,7 @@ Item {
     }
     function chooseMenu(navType) {
         if (navType === MeatballsNavigationModel.NAV_ABOUT)
-            aboutDialog.open()
+            root.openAbout()
         else if (navType === MeatballsNavigationModel.NAV_SETTINGS)
             root.showPage("settings")
         else if (navType === MeatballsNavigationModel.NAV_QUIT)
@@ -91,7 +112,8 @@ Item {
         meatballs.populateMeatballsNavItemsList()
         settingsNav.populateSettingsNavItemsList()
         contents.populateLanguagesModelList()
-        settingsPage.languageNames = contents.getLanguagesModelList()
+        if (root.settingsPage)
+            root.settingsPage.languageNames = contents.getLanguagesModelList()
         homePage.reloadAll()
     }
     function syncFavorites(source) {
@@ -158,6 +180,15 @@ Item {
         function onLaunchLabelInModule(applicationType, filePath) { moduleHost.launch(applicationType, filePath, root.navName(applicationType)) }
     }
 
+    onPageChanged: {
+        if (root.page === "cloud")
+            cloudLoader.active = true
+        else if (root.page === "resources")
+            resourcesLoader.active = true
+        else if (root.page === "settings")
+            settingsLoader.active = true
+    }
+
     Component.onCompleted: {
         root.applyPalette()
         myLabels.setRootFolder(root.host.labelFolder)
@@ -187,7 +218,7 @@ Item {
             loadingApps: moduleHost.loading
             runningApps: moduleHost.running
             onActivated: (item) => root.activateNavItem(item)
-            onOverflowRequested: overflowMenu.popup(navBar.overflowButton, navBar.overflowButton.width + 4, navBar.overflowButton.height - overflowMenu.implicitHeight)
+            onOverflowRequested: root.openOverflowMenu()
         }
 
         ColumnLayout {
@@ -287,30 +318,42 @@ Item {
                         onBannerOpened: (bannerType) => root.openBanner(bannerType)
                         onFavoriteRemoved: root.syncFavorites(favorites)
                     }
-                    CloudPage {
-                        id: cloudPage
-                        objectName: "cloudPage"
-                        favorites: favorites
+                    Loader {
+                        id: cloudLoader
+                        active: false
                         focus: root.page === "cloud"
-                        onOpenLabel: (controller, id) => controller.openLabel(id)
-                        onFavoriteRemoved: root.syncFavorites(favorites)
+                        sourceComponent: CloudPage {
+                            objectName: "cloudPage"
+                            favorites: root.favorites
+                            focus: true
+                            onOpenLabel: (controller, id) => controller.openLabel(id)
+                            onFavoriteRemoved: root.syncFavorites(root.favorites)
+                        }
                     }
-                    ResourcesPage {
-                        id: resourcesPage
-                        objectName: "resourcesPage"
-                        resources: root.dashMain.resourcesNavItems
+                    Loader {
+                        id: resourcesLoader
+                        active: false
                         focus: root.page === "resources"
-                        onBannerOpened: (bannerType) => root.openBanner(bannerType)
+                        sourceComponent: ResourcesPage {
+                            objectName: "resourcesPage"
+                            resources: root.dashMain.resourcesNavItems
+                            focus: true
+                            onBannerOpened: (bannerType) => root.openBanner(bannerType)
+                        }
                     }
-                    SettingsPage {
-                        id: settingsPage
-                        objectName: "settingsPage"
-                        settings: settings
-                        sections: settingsNav
-                        contents: contents
-                        host: root.host
+                    Loader {
+                        id: settingsLoader
+                        active: false
                         focus: root.page === "settings"
-                        onShowCloud: root.showPage("cloud")
+                        sourceComponent: SettingsPage {
+                            objectName: "settingsPage"
+                            settings: root.settings
+                            sections: root.settingsSections
+                            contents: root.settingsContents
+                            host: root.host
+                            focus: true
+                            onShowCloud: root.showPage("cloud")
+                        }
                     }
                 }
 
@@ -344,22 +387,26 @@ Item {
         contentArea: moduleArea
     }
 
-    OverflowMenu {
-        id: overflowMenu
-        objectName: "overflowMenu"
-        menuModel: meatballs
-        onChosen: (navType) => root.chooseMenu(navType)
+    Component {
+        id: overflowMenuComponent
+        OverflowMenu {
+            objectName: "overflowMenu"
+            menuModel: root.menuModel
+            onChosen: (navType) => root.chooseMenu(navType)
+        }
     }
 
-    AboutDialog {
-        id: aboutDialog
-        objectName: "aboutDialog"
-        parent: Overlay.overlay
-        anchors.centerIn: parent
-        width: Math.min(parent.width - 48, 720)
-        height: Math.min(parent.height - 48, 620)
-        upgrader: upgrader
-        license: license
+    Component {
+        id: aboutComponent
+        AboutDialog {
+            objectName: "aboutDialog"
+            parent: Overlay.overlay
+            anchors.centerIn: parent
+            width: Math.min(parent.width - 48, 720)
+            height: Math.min(parent.height - 48, 620)
+            upgrader: root.upgrader
+            license: root.license
+        }
     }
 
     Shortcut {

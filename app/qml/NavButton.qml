@@ -58,13 +58,16 @@ AbstractButton {
             Layout.preferredWidth: 20
             Layout.preferredHeight: 20
             Layout.rightMargin: Theme.spacingSmall
-            BusyIndicator {
-                objectName: "navBusyIndicator"
+            // Made only while the module starts: one per entry would cost the first frame.
+            Loader {
                 anchors.fill: parent
-                running: button.loading
-                visible: button.loading
-                padding: 0
-                Accessible.name: qsTr("Starting %1").arg(button.text)
+                active: button.loading
+                sourceComponent: BusyIndicator {
+                    objectName: "navBusyIndicator"
+                    running: true
+                    padding: 0
+                    Accessible.name: qsTr("Starting %1").arg(button.text)
+                }
             }
             Rectangle {
                 visible: button.running && !button.loading

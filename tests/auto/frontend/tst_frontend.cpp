@@ -283,16 +283,22 @@ void tst_Frontend::everyPageFromTheNavigationBar()
     QCOMPARE(root->property("page").toString(), QStringLiteral("home"));
 
     // Settings and About through the overflow menu; Quit asks the engine to quit.
+    // The menu is not part of the first frame; it is made once that frame is out.
+    QTRY_VERIFY(rootObject("overflowMenu"));
     QObject *menu = rootObject("overflowMenu");
     click(findItem(root, QStringLiteral("overflowButton")));
+    QCOMPARE(rootObject("overflowMenu"), menu);
     QTRY_VERIFY(menu->property("opened").toBool());
     click(findItem(menu, QStringLiteral("menu_%1").arg(MeatballsNavigationModel::NAV_SETTINGS)));
     QTRY_VERIFY(!menu->property("visible").toBool());
     QCOMPARE(root->property("page").toString(), QStringLiteral("settings"));
     QVERIFY(find("settingsPage")->property("visible").toBool());
 
-    QObject *about = rootObject("aboutDialog");
+    // The About box is made when it is first asked for.
+    QVERIFY(!rootObject("aboutDialog"));
     QMetaObject::invokeMethod(menu, "chosen", Q_ARG(int, MeatballsNavigationModel::NAV_ABOUT));
+    QObject *about = rootObject("aboutDialog");
+    QVERIFY(about);
     QTRY_VERIFY(about->property("opened").toBool());
     QMetaObject::invokeMethod(about, "close");
     QTRY_VERIFY(!about->property("visible").toBool());
@@ -426,6 +432,7 @@ void tst_Frontend::aboutShowsTheLicence()
     QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
     showPage(QStringLiteral("about"));
     QObject *about = rootObject("aboutDialog");
+    QVERIFY(about);
     QTRY_VERIFY(about->property("opened").toBool());
     QFile english(QCoreApplication::applicationDirPath() + QStringLiteral("/eulas/license-Korvex PRO_EN.txt"));
     QVERIFY(english.open(QIODevice::ReadOnly | QIODevice::Text));
@@ -558,6 +565,7 @@ void tst_Frontend::missingLicenceFile()
     QCOMPARE(m_host->services()->languageCode(), QStringLiteral("fr_FR"));
     showPage(QStringLiteral("about"));
     QObject *about = rootObject("aboutDialog");
+    QVERIFY(about);
     QTRY_VERIFY(about->property("opened").toBool());
     QObject *text = about->property("licenseArea").value<QObject *>();
     QVERIFY(text->property("text").toString().startsWith(QStringLiteral("Error: Unable to load license file ")));
