@@ -86,9 +86,10 @@ void DashboardHost::warmUpFonts()
 bool DashboardHost::start(const Options &options)
 {
     m_errors.clear();
-    // The style is chosen once per process, before any Qt Quick Controls are loaded.
-    if (QQuickStyle::name().isEmpty())
-        QQuickStyle::setStyle(QStringLiteral("Basic"));
+    // One style on every system (the front end is drawn and tested in Fusion), unless the
+    // user asks for another; it is chosen once per process, before any control is loaded.
+    if (qEnvironmentVariableIsEmpty("QT_QUICK_CONTROLS_STYLE") && QQuickStyle::name() != QLatin1String("Fusion"))
+        QQuickStyle::setStyle(QStringLiteral("Fusion"));
 
     {
         const QVLocaleLanguages languages;
