@@ -92,12 +92,20 @@ bool measure(const QString &role, Run *run)
     QElapsedTimer timer;
     timer.start();
     process.start();
+    // The clock stops at the report, not at the exit: tearing down is not part of starting.
+    QByteArray out;
+    const auto reported = [&out] {
+        const int at = out.indexOf("frame ");
+        return at >= 0 && out.indexOf('\n', at) >= 0;
+    };
+    while (!reported() && process.waitForReadyRead(60000))
+        out += process.readAllStandardOutput();
+    run->ms = timer.nsecsElapsed() / 1e6;
     if (!process.waitForFinished(60000) || process.exitCode() != 0)
         return false;
-    run->ms = timer.nsecsElapsed() / 1e6;
-    const QByteArray out = process.readAllStandardOutput();
+    out += process.readAllStandardOutput();
     const int at = out.indexOf("frame ");
-    run->kib = at < 0 ? -1 : out.mid(at + 6).trimmed().toLong();
+    run->kib = at < 0 ? -1 : out.mid(at + 6).trimmed().split('\n').first().toLong();
     return at >= 0;
 }
 
