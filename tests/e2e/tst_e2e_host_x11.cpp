@@ -170,6 +170,8 @@ public:
 
 private Q_SLOTS:
     void initTestCase();
+    void init();
+    void cleanup();
     void cleanupTestCase();
 
     void hostShowsItsWindow();
@@ -192,6 +194,8 @@ private:
     bool findModuleWindow();
 
     QProcessEnvironment m_environment;
+    // Each step starts where the one before left the program; after a failure the rest skip.
+    bool m_failed = false;
     QTemporaryDir m_home;
     QTemporaryDir m_scratch;
     QString m_artifacts;
@@ -284,6 +288,17 @@ void tst_E2eHostX11::initTestCase()
     m_host->start(program, {});
     QVERIFY2(m_host->waitForStarted(START_TIMEOUT_MS), qPrintable(m_host->errorString()));
     m_hostPid = m_host->processId();
+}
+
+void tst_E2eHostX11::init()
+{
+    if (m_failed)
+        QSKIP("an earlier step failed");
+}
+
+void tst_E2eHostX11::cleanup()
+{
+    m_failed = m_failed || QTest::currentTestFailed();
 }
 
 void tst_E2eHostX11::cleanupTestCase()
