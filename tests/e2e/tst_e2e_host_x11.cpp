@@ -335,11 +335,17 @@ QImage tst_E2eHostX11::capture(quint32 window)
 void tst_E2eHostX11::screenshot(const QString &name)
 {
     // The whole screen: a window's own picture would not show another program's window in it.
+    // Written aside and checked first, so the artifact is never a half-written file.
+    const QString written = m_scratch.filePath(name + QStringLiteral(".png"));
+    QVERIFY2(runTool(QStringLiteral("import"), { QStringLiteral("-window"), QStringLiteral("root"), written }).ok,
+             qPrintable(QStringLiteral("import could not write ") + written));
+    QVERIFY(!QImage(written).isNull());
     const QString file = m_artifacts + u'/' + name + QStringLiteral(".png");
-    QFile::remove(file);
-    QVERIFY2(runTool(QStringLiteral("import"), { QStringLiteral("-window"), QStringLiteral("root"), file }).ok,
-             qPrintable(QStringLiteral("import could not write ") + file));
-    QVERIFY(!QImage(file).isNull());
+    const QString part = file + QStringLiteral(".%1.part").arg(QCoreApplication::applicationPid());
+    QFile::remove(part);
+    QVERIFY2(QFile::copy(written, part), qPrintable(part));
+    QVERIFY2(std::rename(QFile::encodeName(part).constData(), QFile::encodeName(file).constData()) == 0,
+             qPrintable(file));
     std::fprintf(stdout, "screenshot: %s\n", qPrintable(file));
 }
 
