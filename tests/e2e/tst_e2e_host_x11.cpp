@@ -16,7 +16,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QImage>
-#include <QPointer>
 #include <QProcess>
 #include <QQuickItem>
 #include <QRegularExpression>
