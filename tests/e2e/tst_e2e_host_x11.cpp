@@ -1,0 +1,570 @@
+// The real dashboard program on a real X server, driven the way a user drives it: real pointer
+// clicks (XTEST, through xdotool) start a module from the navigation bar, close it from the
+// module bar and quit from the overflow menu, while the X server's window tree shows the
+// module's window embedded in the dashboard's, and then gone.
+//
+// Where to click comes from the front end itself: the test lays out its own copy of the front
+// end, off screen and at the size of the real window, and reads the controls' places from it.
+// Each click is then checked by its effect on the real program, so a wrong place fails.
+#include "dashboard_host.h"
+#include "label_folder.h"
+
+#include <korvexdashboard.h>
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImage>
+#include <QProcess>
+#include <QQuickItem>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+
+#include <signal.h>
+#include <sys/stat.h>
+
+namespace {
+
+// The host and a module start in well under a second; a loaded machine running the sanitizer
+// build needs far more.
+constexpr int START_TIMEOUT_MS = 60000;
+constexpr int TOOL_TIMEOUT_MS = 20000;
+
+const QStringList &requiredTools()
+{
+    static const QStringList tools = { QStringLiteral("xdotool"), QStringLiteral("xwininfo"),
+                                       QStringLiteral("xprop"), QStringLiteral("import") };
+    return tools;
+}
+
+struct ToolOutput
+{
+    bool ok = false;
+    QString out;
+};
+
+// Runs one X tool to its end; ok when it exited 0.
+ToolOutput runTool(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::SeparateChannels);
+    process.start(program, arguments);
+    ToolOutput result;
+    if (!process.waitForStarted(TOOL_TIMEOUT_MS))
+        return result;
+    if (!process.waitForFinished(TOOL_TIMEOUT_MS)) {
+        process.kill();
+        process.waitForFinished();
+        return result;
+    }
+    result.ok = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    result.out = QString::fromLocal8Bit(process.readAllStandardOutput());
+    return result;
+}
+
+QString hex(quint32 window)
+{
+    return QStringLiteral("0x") + QString::number(window, 16);
+}
+
+struct WindowInfo
+{
+    QRect rect; // absolute, on the root window
+    bool viewable = false;
+};
+
+// What xwininfo says of a window; nothing when it does not exist (any more).
+std::optional<WindowInfo> windowInfo(quint32 window)
+{
+    const ToolOutput info = runTool(QStringLiteral("xwininfo"), { QStringLiteral("-id"), hex(window) });
+    if (!info.ok)
+        return std::nullopt;
+    const auto number = [&](const char *label) {
+        const QRegularExpression pattern(QString::fromLatin1(label) + QStringLiteral(":\\s+(-?\\d+)"));
+        return pattern.match(info.out).captured(1).toInt();
+    };
+    WindowInfo result;
+    result.rect = QRect(number("Absolute upper-left X"), number("Absolute upper-left Y"),
+                        number("Width"), number("Height"));
+    result.viewable = info.out.contains(QLatin1String("Map State: IsViewable"));
+    return result;
+}
+
+// Every window below the given one, at any depth.
+QList<quint32> descendants(quint32 window)
+{
+    const ToolOutput tree = runTool(QStringLiteral("xwininfo"),
+                                    { QStringLiteral("-tree"), QStringLiteral("-id"), hex(window) });
+    QList<quint32> windows;
+    if (!tree.ok)
+        return windows;
+    static const QRegularExpression line(QStringLiteral("^\\s+0x([0-9a-fA-F]+) "),
+                                         QRegularExpression::MultilineOption);
+    for (auto it = line.globalMatch(tree.out); it.hasNext();)
+        windows << it.next().captured(1).toUInt(nullptr, 16);
+    return windows;
+}
+
+// The process a window says it belongs to (_NET_WM_PID), 0 when it says nothing.
+qint64 windowPid(quint32 window)
+{
+    const ToolOutput prop = runTool(QStringLiteral("xprop"),
+                                    { QStringLiteral("-id"), hex(window), QStringLiteral("_NET_WM_PID") });
+    static const QRegularExpression value(QStringLiteral("= (\\d+)"));
+    return prop.ok ? value.match(prop.out).captured(1).toLongLong() : 0;
+}
+
+// The file name of a process's program, and its parent process.
+QString programName(qint64 pid)
+{
+    return QFileInfo(QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(pid))).fileName();
+}
+
+qint64 parentPid(qint64 pid)
+{
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!stat.open(QIODevice::ReadOnly))
+        return 0;
+    // "pid (name) state ppid ...": the name may hold spaces and parentheses.
+    const QByteArray text = stat.readAll();
+    const QList<QByteArray> fields = text.mid(text.lastIndexOf(')') + 2).split(' ');
+    return fields.size() > 1 ? fields.at(1).toLongLong() : 0;
+}
+
+// Gone, or a zombie its parent has yet to collect.
+bool processGone(qint64 pid)
+{
+    QFile status(QStringLiteral("/proc/%1/status").arg(pid));
+    return !status.open(QIODevice::ReadOnly) || status.readAll().contains("State:\tZ");
+}
+
+QPoint centerInWindow(const QQuickItem *item)
+{
+    return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
+}
+
+bool similar(QColor a, QColor b)
+{
+    // Flat fills come out exact; the margin only absorbs a colour conversion.
+    return qAbs(a.red() - b.red()) <= 3 && qAbs(a.green() - b.green()) <= 3
+           && qAbs(a.blue() - b.blue()) <= 3;
+}
+
+} // namespace
+
+class tst_E2eHostX11 : public QObject
+{
+    Q_OBJECT
+
+public:
+    // The environment the host starts from: the test's own, before it chose its platform.
+    explicit tst_E2eHostX11(const QProcessEnvironment &environment) : m_environment(environment) {}
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void cleanupTestCase();
+
+    void hostShowsItsWindow();
+    void moduleButtonClickEmbedsTheModule();
+    void closeButtonEndsTheModule();
+    void quitFromTheMenuEndsTheHost();
+
+private:
+    QQuickItem *layoutItem(const QString &objectName) const;
+    // A real click at a point of the dashboard's window.
+    void click(const QPoint &inWindow);
+    // The X server's picture of a window (the screen's for 0), as the user sees it.
+    QImage capture(quint32 window);
+    void screenshot(const QString &name);
+    // Waits until the dashboard's window shows that colour at that point: the frame with the
+    // control to be clicked is on the screen.
+    bool waitUntilDrawn(const QPoint &inWindow, const QColor &color);
+
+    bool findHostWindow();
+    bool findModuleWindow();
+
+    QProcessEnvironment m_environment;
+    // Each step starts where the one before left the program; after a failure the rest skip.
+    bool m_failed = false;
+    QTemporaryDir m_home;
+    QTemporaryDir m_scratch;
+    QString m_artifacts;
+    std::unique_ptr<QProcess> m_host;
+    qint64 m_hostPid = 0;
+    quint32 m_hostWindow = 0;
+    // The test's own copy of the front end, laid out like the real one.
+    std::unique_ptr<DashboardHost> m_layout;
+    int m_appType = -1;
+    QString m_moduleName;
+    QString m_moduleProgram;
+    qint64 m_modulePid = 0;
+    quint32 m_moduleWindow = 0;
+    QRect m_moduleRect;
+};
+
+// The items below an item on the screen, at any depth: delegates and menu entries included.
+static void collectItems(QQuickItem *item, QList<QQuickItem *> *items)
+{
+    for (QQuickItem *child : item->childItems()) {
+        items->append(child);
+        collectItems(child, items);
+    }
+}
+
+static QList<QQuickItem *> itemsBelow(QQuickItem *item)
+{
+    QList<QQuickItem *> items;
+    if (item)
+        collectItems(item, &items);
+    return items;
+}
+
+// The visible item of that name in the test's copy; the overlay of menus is searched too.
+QQuickItem *tst_E2eHostX11::layoutItem(const QString &objectName) const
+{
+    if (!m_layout)
+        return nullptr;
+    for (QQuickItem *item : itemsBelow(m_layout->window()->contentItem())) {
+        if (item->objectName() == objectName && item->isVisible())
+            return item;
+    }
+    return nullptr;
+}
+
+void tst_E2eHostX11::initTestCase()
+{
+    QVERIFY(m_home.isValid() && m_scratch.isValid());
+    m_artifacts = QCoreApplication::applicationDirPath() + QStringLiteral("/artifacts");
+    QVERIFY(QDir().mkpath(m_artifacts));
+    const QString program = QStringLiteral(KORVEX_E2E_HOST_PROGRAM);
+    QVERIFY2(QFileInfo(program).isExecutable(), qPrintable(program + QStringLiteral(" is not built")));
+
+    // The simulated printer of the run command, with newer firmware known for it.
+    const QString printers = m_scratch.filePath(QStringLiteral("printers.json"));
+    const QString firmware = m_scratch.filePath(QStringLiteral("firmware.json"));
+    {
+        QFile file(printers);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(R"({ "printers": [ { "name": "Ondrel X100 on line 1", "driver": "Ondrel X100 Series",
+            "port": "USB001", "location": "Line 1", "status": 0, "supplyId": "Y-4421",
+            "ribbonIds": ["R-10"], "firmwareVersion": "1.4.2-118", "type": 3, "default": true } ] })");
+        QFile manifest(firmware);
+        QVERIFY(manifest.open(QIODevice::WriteOnly));
+        manifest.write(R"({ "printerTypes": [ { "type": 3, "latestVersion": "1.4.3-120" } ] })");
+    }
+
+    // A user of its own: nothing of the machine's real home is read or written.
+    const QDir home(m_home.path());
+    const QString runtime = home.filePath(QStringLiteral("runtime"));
+    QVERIFY(QDir().mkpath(runtime));
+    QVERIFY(::chmod(QFile::encodeName(runtime).constData(), 0700) == 0);
+    QProcessEnvironment environment = m_environment;
+    environment.insert(QStringLiteral("HOME"), home.path());
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral(".config")));
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral(".local/share")));
+    environment.insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral(".cache")));
+    environment.insert(QStringLiteral("XDG_STATE_HOME"), home.filePath(QStringLiteral(".local/state")));
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
+    environment.remove(QStringLiteral("XDG_CONFIG_DIRS"));
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    environment.insert(QStringLiteral("KORVEX_SIMULATED_PRINTERS"), printers);
+    environment.insert(QStringLiteral("KORVEX_FIRMWARE_MANIFEST"), firmware);
+    environment.insert(QStringLiteral("KORVEX_REAL_PRINTERS"), QStringLiteral("0"));
+
+    m_host = std::make_unique<QProcess>();
+    m_host->setProcessEnvironment(environment);
+    m_host->setWorkingDirectory(home.path());
+    m_host->setProcessChannelMode(QProcess::ForwardedChannels);
+    m_host->start(program, {});
+    QVERIFY2(m_host->waitForStarted(START_TIMEOUT_MS), qPrintable(m_host->errorString()));
+    m_hostPid = m_host->processId();
+}
+
+void tst_E2eHostX11::init()
+{
+    if (m_failed)
+        QSKIP("an earlier step failed");
+}
+
+void tst_E2eHostX11::cleanup()
+{
+    m_failed = m_failed || QTest::currentTestFailed();
+}
+
+void tst_E2eHostX11::cleanupTestCase()
+{
+    // Whatever a failed step left running, the test started it (the module through the host).
+    if (m_modulePid > 0 && !processGone(m_modulePid) && parentPid(m_modulePid) == m_hostPid)
+        ::kill(pid_t(m_modulePid), SIGKILL);
+    if (m_host && m_host->state() != QProcess::NotRunning) {
+        m_host->kill();
+        m_host->waitForFinished(TOOL_TIMEOUT_MS);
+    }
+    m_layout.reset();
+}
+
+void tst_E2eHostX11::click(const QPoint &inWindow)
+{
+    const ToolOutput moved = runTool(QStringLiteral("xdotool"),
+            { QStringLiteral("mousemove"), QStringLiteral("--window"), QString::number(m_hostWindow),
+              QStringLiteral("--sync"), QString::number(inWindow.x()), QString::number(inWindow.y()),
+              QStringLiteral("click"), QStringLiteral("1") });
+    QVERIFY2(moved.ok, "xdotool could not click");
+}
+
+QImage tst_E2eHostX11::capture(quint32 window)
+{
+    const QString file = m_scratch.filePath(QStringLiteral("capture.png"));
+    QFile::remove(file);
+    if (!runTool(QStringLiteral("import"),
+                 { QStringLiteral("-window"), window ? hex(window) : QStringLiteral("root"), file }).ok)
+        return QImage();
+    return QImage(file);
+}
+
+void tst_E2eHostX11::screenshot(const QString &name)
+{
+    // The whole screen: a window's own picture would not show another program's window in it.
+    // Written aside and checked first, so the artifact is never a half-written file.
+    const QString written = m_scratch.filePath(name + QStringLiteral(".png"));
+    QVERIFY2(runTool(QStringLiteral("import"), { QStringLiteral("-window"), QStringLiteral("root"), written }).ok,
+             qPrintable(QStringLiteral("import could not write ") + written));
+    QVERIFY(!QImage(written).isNull());
+    const QString file = m_artifacts + u'/' + name + QStringLiteral(".png");
+    const QString part = file + QStringLiteral(".%1.part").arg(QCoreApplication::applicationPid());
+    QFile::remove(part);
+    QVERIFY2(QFile::copy(written, part), qPrintable(part));
+    QVERIFY2(std::rename(QFile::encodeName(part).constData(), QFile::encodeName(file).constData()) == 0,
+             qPrintable(file));
+    std::fprintf(stdout, "screenshot: %s\n", qPrintable(file));
+}
+
+bool tst_E2eHostX11::waitUntilDrawn(const QPoint &inWindow, const QColor &color)
+{
+    QColor seen;
+    QDeadlineTimer deadline(START_TIMEOUT_MS);
+    while (!deadline.hasExpired()) {
+        const QImage picture = capture(m_hostWindow);
+        if (picture.valid(inWindow)) {
+            seen = picture.pixelColor(inWindow);
+            if (similar(seen, color))
+                return true;
+        }
+        QTest::qWait(50);
+    }
+    qWarning("At %d,%d the window shows %s, not %s", inWindow.x(), inWindow.y(),
+             qPrintable(seen.name()), qPrintable(color.name()));
+    return false;
+}
+
+bool tst_E2eHostX11::findHostWindow()
+{
+    const ToolOutput found = runTool(QStringLiteral("xdotool"),
+            { QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--pid"),
+              QString::number(m_hostPid), QStringLiteral("--name"), QStringLiteral("^Korvex PRO$") });
+    const QStringList ids = found.out.split(u'\n', Qt::SkipEmptyParts);
+    m_hostWindow = ids.size() == 1 ? ids.first().toUInt() : 0;
+    return m_hostWindow != 0;
+}
+
+// A viewable window of another process below the dashboard's window.
+bool tst_E2eHostX11::findModuleWindow()
+{
+    for (quint32 window : descendants(m_hostWindow)) {
+        const qint64 pid = windowPid(window);
+        if (pid <= 0 || pid == m_hostPid)
+            continue;
+        const std::optional<WindowInfo> info = windowInfo(window);
+        if (info && info->viewable && !info->rect.isEmpty()) {
+            m_modulePid = pid;
+            m_moduleWindow = window;
+            m_moduleRect = info->rect;
+            return true;
+        }
+    }
+    return false;
+}
+
+void tst_E2eHostX11::hostShowsItsWindow()
+{
+    // The top-level window of the host process, once it is on the screen.
+    QTRY_VERIFY_WITH_TIMEOUT(findHostWindow() || m_host->state() != QProcess::Running, START_TIMEOUT_MS);
+    QVERIFY2(m_host->state() == QProcess::Running, "the dashboard exited");
+    const std::optional<WindowInfo> window = windowInfo(m_hostWindow);
+    QVERIFY(window && window->viewable);
+    QVERIFY2(window->rect.width() >= 900 && window->rect.height() >= 560,
+             qPrintable(QStringLiteral("the window is %1x%2").arg(window->rect.width()).arg(window->rect.height())));
+
+    // The label folder under the user's documents, seeded on this first run.
+    const QString labels = m_home.filePath(QStringLiteral("Documents/KorvexPro/mylabels"));
+    for (const QString &sample : LabelFolder::sampleFiles())
+        QVERIFY2(QFileInfo::exists(labels + u'/' + sample), qPrintable(sample + QStringLiteral(" was not seeded")));
+
+    // The test's copy of the front end, at the real window's size.
+    QStandardPaths::setTestModeEnabled(true);
+    m_layout = std::make_unique<DashboardHost>();
+    DashboardHost::Options options;
+    options.labelFolder = m_scratch.filePath(QStringLiteral("layout-labels"));
+    QVERIFY2(m_layout->start(options), qPrintable(m_layout->errors().join(u'\n')));
+    QVERIFY(QTest::qWaitForWindowExposed(m_layout->window()));
+    m_layout->window()->resize(window->rect.size());
+    QTRY_COMPARE(m_layout->rootItem()->size().toSize(), window->rect.size());
+    QVERIFY(!m_layout->window()->grabWindow().isNull()); // lays everything out
+}
+
+void tst_E2eHostX11::moduleButtonClickEmbedsTheModule()
+{
+    QVERIFY(m_hostWindow && m_layout);
+    DashboardMainWindow *mirror = m_layout->window();
+    // The first module of the navigation bar.
+    QQuickItem *bar = layoutItem(QStringLiteral("navigationBar"));
+    QVERIFY(bar);
+    QQuickItem *button = nullptr;
+    const QString prefix = QStringLiteral("nav_%1_").arg(int(DashboardGlobal::NAV_APP));
+    for (QQuickItem *item : itemsBelow(bar)) {
+        if (item->objectName().startsWith(prefix) && item->isVisible()
+            && (!button || item->mapToScene(QPointF()).y() < button->mapToScene(QPointF()).y()))
+            button = item;
+    }
+    QVERIFY2(button, "no module in the navigation bar");
+    m_appType = button->objectName().mid(prefix.size()).toInt();
+    m_moduleName = button->property("text").toString();
+    m_moduleProgram = mirror->getApplicationExec(DashboardGlobal::ApplicationType(m_appType));
+    QVERIFY(!m_moduleName.isEmpty() && !m_moduleProgram.isEmpty());
+    const QPoint target = centerInWindow(button);
+    QVERIFY(QRectF(QPointF(), bar->size()).contains(bar->mapFromScene(target)));
+
+    // Click once the navigation bar is on the screen.
+    const QColor barColor = bar->property("color").value<QColor>();
+    QVERIFY(waitUntilDrawn(QPoint(2, target.y()), barColor));
+    screenshot(QStringLiteral("host_dashboard"));
+    click(target);
+
+    // The module's own window, inside the dashboard's, shown over the content area.
+    QTRY_VERIFY_WITH_TIMEOUT(findModuleWindow() || m_host->state() != QProcess::Running, START_TIMEOUT_MS);
+    QVERIFY2(m_host->state() == QProcess::Running, "the dashboard exited");
+    // It is the module whose button was clicked, started by the dashboard.
+    QCOMPARE(programName(m_modulePid), m_moduleProgram);
+    QCOMPARE(parentPid(m_modulePid), m_hostPid);
+    QVERIFY(descendants(m_hostWindow).contains(m_moduleWindow));
+
+    const std::optional<WindowInfo> host = windowInfo(m_hostWindow);
+    QVERIFY(host);
+    QRect content = host->rect;
+    content.setLeft(host->rect.left() + int(bar->width()));
+    QVERIFY2(content.contains(m_moduleRect),
+             qPrintable(QStringLiteral("module window %1,%2 %3x%4 is not in the content area %5,%6 %7x%8")
+                                .arg(m_moduleRect.x()).arg(m_moduleRect.y()).arg(m_moduleRect.width())
+                                .arg(m_moduleRect.height()).arg(content.x()).arg(content.y())
+                                .arg(content.width()).arg(content.height())));
+    // It fills the content area's width, below the module bar.
+    QCOMPARE(m_moduleRect.left(), content.left());
+    QCOMPARE(m_moduleRect.right(), content.right());
+    QVERIFY(m_moduleRect.top() > content.top());
+    QCOMPARE(m_moduleRect.bottom(), content.bottom());
+    screenshot(QStringLiteral("host_module_embedded"));
+}
+
+void tst_E2eHostX11::closeButtonEndsTheModule()
+{
+    QVERIFY(m_moduleWindow && m_modulePid > 0);
+    // The module bar in the test's copy shows the same module.
+    QObject *modules = m_layout->rootItem()->property("moduleHost").value<QObject *>();
+    QVERIFY(modules);
+    QVERIFY(modules->setProperty("names", QVariantMap{ { QString::number(m_appType), m_moduleName } }));
+    QVERIFY(modules->setProperty("shownApp", m_appType));
+    const QImage shown = m_layout->window()->grabWindow();
+    QVERIFY(!shown.isNull());
+    QQuickItem *close = layoutItem(QStringLiteral("closeModuleButton"));
+    QQuickItem *moduleBar = layoutItem(QStringLiteral("moduleBar"));
+    QQuickItem *area = layoutItem(QStringLiteral("moduleArea"));
+    QVERIFY(close && moduleBar && area);
+    QVERIFY(close->isEnabled());
+    // Places are taken from the corners of the module's area, which the real module window
+    // covers: the close button from the top right one, an empty spot of the bar from the left.
+    const std::optional<WindowInfo> host = windowInfo(m_hostWindow);
+    QVERIFY(host);
+    const QPoint areaTopLeft = area->mapToScene(QPointF(0, 0)).toPoint();
+    const QPoint areaTopRight = area->mapToScene(QPointF(area->width(), 0)).toPoint();
+    const QPoint moduleTopLeft = m_moduleRect.topLeft() - host->rect.topLeft();
+    const QPoint moduleTopRight = QPoint(m_moduleRect.right() + 1, m_moduleRect.top()) - host->rect.topLeft();
+    const QPoint barSpot = moduleBar->mapToScene(QPointF(moduleBar->width() * 0.6, moduleBar->height() / 2)).toPoint();
+    QVERIFY(waitUntilDrawn(moduleTopLeft + (barSpot - areaTopLeft), shown.pixelColor(barSpot)));
+    click(moduleTopRight + (centerInWindow(close) - areaTopRight));
+
+    // The module ends, its window leaves the dashboard's, and the dashboard lives on.
+    QTRY_VERIFY_WITH_TIMEOUT(processGone(m_modulePid), START_TIMEOUT_MS);
+    QTRY_VERIFY_WITH_TIMEOUT(!descendants(m_hostWindow).contains(m_moduleWindow), START_TIMEOUT_MS);
+    QVERIFY(m_host->state() == QProcess::Running);
+    const std::optional<WindowInfo> after = windowInfo(m_hostWindow);
+    QVERIFY(after && after->viewable);
+    // No other window of the module is left anywhere.
+    for (quint32 window : descendants(m_hostWindow))
+        QVERIFY(windowPid(window) != m_modulePid);
+    screenshot(QStringLiteral("host_module_closed"));
+}
+
+void tst_E2eHostX11::quitFromTheMenuEndsTheHost()
+{
+    QVERIFY(m_hostWindow && m_layout);
+    QObject *modules = m_layout->rootItem()->property("moduleHost").value<QObject *>();
+    QVERIFY(modules);
+    QVERIFY(modules->setProperty("shownApp", int(DashboardGlobal::APP_NULL)));
+    QQuickItem *more = layoutItem(QStringLiteral("overflowButton"));
+    QVERIFY(more);
+    const QPoint moreAt = centerInWindow(more);
+
+    // Where the menu's Quit entry shows, from the test's copy opened the same way.
+    QVERIFY(QMetaObject::invokeMethod(more, "clicked"));
+    QQuickItem *quit = nullptr;
+    QTRY_VERIFY((quit = layoutItem(QStringLiteral("menu_%1").arg(int(MeatballsNavigationModel::NAV_QUIT))))
+                && quit->isVisible() && quit->height() > 0);
+    const QImage opened = m_layout->window()->grabWindow();
+    const QPoint quitAt = centerInWindow(quit);
+    // The menu's background beside the entry's text, to know the real menu is drawn.
+    const QPoint menuPoint = quit->mapToScene(QPointF(2, quit->height() / 2)).toPoint();
+    const QColor menuColor = opened.pixelColor(menuPoint);
+
+    const QColor before = capture(m_hostWindow).pixelColor(menuPoint);
+    QVERIFY2(!similar(before, menuColor), "the menu's place looks like the menu before it opens");
+    click(moreAt);
+    QVERIFY(waitUntilDrawn(menuPoint, menuColor));
+    click(quitAt);
+    QVERIFY2(m_host->waitForFinished(START_TIMEOUT_MS), "the dashboard did not quit");
+    QCOMPARE(m_host->exitStatus(), QProcess::NormalExit);
+    QCOMPARE(m_host->exitCode(), 0);
+    QVERIFY(!windowInfo(m_hostWindow).has_value());
+}
+
+int main(int argc, char **argv)
+{
+    for (const QString &tool : requiredTools()) {
+        if (QStandardPaths::findExecutable(tool).isEmpty()) {
+            std::printf("SKIP: %s is not installed (Debian packages xdotool, x11-utils, imagemagick)\n",
+                        qPrintable(tool));
+            return 77;
+        }
+    }
+    if (qEnvironmentVariableIsEmpty("DISPLAY")) {
+        std::printf("SKIP: no X display; run this test through tests/run_with_xvfb\n");
+        return 77;
+    }
+    const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    // The test's own copy of the front end must not show on the display the test drives.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("QT_QUICK_BACKEND", "software");
+    QGuiApplication app(argc, argv);
+    tst_E2eHostX11 test(environment);
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_e2e_host_x11.moc"
