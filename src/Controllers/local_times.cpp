@@ -18,24 +18,31 @@ qint64 wallMSecs(QDate date, QTime time)
 
 } // namespace
 
+qint64 LocalTimes::offsetAtStart(qint64 day)
+{
+    const auto cached = m_startOffsets.constFind(day);
+    if (cached != m_startOffsets.cend())
+        return *cached;
+    const qint64 instant = day * MSECS_PER_DAY;
+    const QDateTime local = QDateTime::fromMSecsSinceEpoch(instant, Qt::LocalTime);
+    const qint64 offset = local.isValid() ? wallMSecs(local.date(), local.time()) - instant
+                                          : qint64(NO_OFFSET);
+    m_startOffsets.insert(day, offset);
+    return offset;
+}
+
 int LocalTimes::dayOffset(qint64 day)
 {
     const auto cached = m_dayOffsets.constFind(day);
     if (cached != m_dayOffsets.cend())
         return *cached;
 
-    // Offsets at the first and the last millisecond of the day; offsets change at most once
-    // within a day, so equal ends mean one offset for the whole day.
-    const auto offsetAt = [](qint64 instant) -> qint64 {
-        const QDateTime local = QDateTime::fromMSecsSinceEpoch(instant, Qt::LocalTime);
-        if (!local.isValid())
-            return qint64(NO_OFFSET);
-        return wallMSecs(local.date(), local.time()) - instant;
-    };
-    const qint64 start = day * MSECS_PER_DAY;
-    const qint64 first = offsetAt(start);
-    const qint64 last = offsetAt(start + MSECS_PER_DAY - 1);
-    const int offset = first == last && first != qint64(NO_OFFSET) && qAbs(first) < MSECS_PER_DAY
+    // Offsets at the start of the day and of the next one, each shared by two days; offsets
+    // change at most once between them, so equal ends mean one offset for the whole day (a
+    // change at the next midnight itself makes them differ, and the day is left to QDateTime).
+    const qint64 first = offsetAtStart(day);
+    const qint64 next = offsetAtStart(day + 1);
+    const int offset = first == next && first != qint64(NO_OFFSET) && qAbs(first) < MSECS_PER_DAY
             ? int(first) : NO_OFFSET;
     m_dayOffsets.insert(day, offset);
     return offset;

@@ -31,6 +31,9 @@ private:
     // The offset from UTC in milliseconds over the whole UTC day, or NO_OFFSET when it
     // changes within it.
     int dayOffset(qint64 day);
+    // The offset at the first millisecond of a UTC day, or NO_OFFSET.
+    qint64 offsetAtStart(qint64 day);
 
     QHash<qint64, int> m_dayOffsets;
+    QHash<qint64, qint64> m_startOffsets;
 };
