@@ -48,5 +48,5 @@ BENCHMARK(BM_PeerReadStoresAndStat)->Unit(benchmark::kMillisecond)->MinTime(2);
 
 int main(int argc, char **argv)
 {
-    return runBenchmarks(argc, argv, { { "BM_RecentlyViewedUpdate/min_time:2.000", "BM_PeerReadStoresAndStat/min_time:2.000", 0 } });
+    return runBenchmarks(argc, argv, { { "BM_RecentlyViewedUpdate/min_time:2.000", "BM_PeerReadStoresAndStat/min_time:2.000", 1.5 } });
 }

@@ -112,6 +112,6 @@ int main(int argc, char **argv)
 {
     std::vector<RatioReporter::Pair> pairs;
     for (int i = 0; i < 6; ++i)
-        pairs.push_back({ "BM_SortLabelFilesList/" + std::to_string(i), "BM_PeerStdSortPairs/" + std::to_string(i), 3.0 });
+        pairs.push_back({ "BM_SortLabelFilesList/" + std::to_string(i), "BM_PeerStdSortPairs/" + std::to_string(i), 1.5 });
     return runBenchmarks(argc, argv, pairs);
 }

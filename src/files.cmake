@@ -1,9 +1,11 @@
 # Label file browsing: the file record, the history and favourites stores, and the My Labels,
 # Recently viewed and Favorites lists.
 if(WIN32)
-    set(_files_platform Controllers/favorite_keys_win.cpp Controllers/label_tree_walker_win.cpp)
+    set(_files_platform Controllers/favorite_keys_win.cpp Controllers/label_tree_walker_win.cpp
+                        Controllers/file_status_win.cpp)
 else()
-    set(_files_platform Controllers/favorite_keys_unix.cpp Controllers/label_tree_walker_unix.cpp)
+    set(_files_platform Controllers/favorite_keys_unix.cpp Controllers/label_tree_walker_unix.cpp
+                        Controllers/file_status_unix.cpp)
 endif()
 
 korvex_dashboard_add_sources(
@@ -15,7 +17,9 @@ korvex_dashboard_add_sources(
         Controllers/favorites_controller.h
     PRIVATE_HEADERS
         Controllers/favorite_keys.h
+        Controllers/file_status.h
         Controllers/label_tree_walker.h
+        Controllers/local_times.h
     SOURCES
         Controllers/dashboard_file_info_struct.cpp
         Controllers/dashboard_common_file_controller.cpp
@@ -23,4 +27,5 @@ korvex_dashboard_add_sources(
         Controllers/recently_viewed_controller.cpp
         Controllers/favorites_controller.cpp
         Controllers/label_tree_walker.cpp
+        Controllers/local_times.cpp
         ${_files_platform})

@@ -3,6 +3,8 @@
 #include "dashboard_logging.h"
 #include "dashboard_settings.h"
 #include "Controllers/favorite_keys.h"
+#include "Controllers/file_status.h"
+#include "Controllers/local_times.h"
 #include "widgetutils/file_controller_tools.h"
 
 #include <QFileInfo>
@@ -25,25 +27,31 @@ int twoDigits(const QChar *p)
 
 // History dates are read by the thousand; the general format parser costs about 10 us a
 // date. Texts of the exact shape dddd:dd:dd:dd:dd:dd:ddd that name a real date and time are
-// built directly, which gives the same local date-time; anything else goes to the parser.
+// read directly, which gives the same wall-clock time; anything else goes to the parser.
+bool parseShapedHistoryDate(const QString &text, QDate *date, QTime *time)
+{
+    if (text.size() != 23)
+        return false;
+    const QChar *p = text.constData();
+    for (int i = 0; i < 23; ++i) {
+        const bool colon = i == 4 || i == 7 || i == 10 || i == 13 || i == 16 || i == 19;
+        const bool ok = colon ? p[i] == QLatin1Char(':') : (p[i] >= QLatin1Char('0') && p[i] <= QLatin1Char('9'));
+        if (!ok)
+            return false;
+    }
+    const int year = twoDigits(p) * 100 + twoDigits(p + 2);
+    *date = QDate(year, twoDigits(p + 5), twoDigits(p + 8));
+    *time = QTime(twoDigits(p + 11), twoDigits(p + 14), twoDigits(p + 17),
+                  (p[20].unicode() - '0') * 100 + twoDigits(p + 21));
+    return date->isValid() && time->isValid();
+}
+
 QDateTime parseHistoryDate(const QString &text)
 {
-    if (text.size() == 23) {
-        const QChar *p = text.constData();
-        bool shaped = true;
-        for (int i = 0; i < 23 && shaped; ++i) {
-            const bool colon = i == 4 || i == 7 || i == 10 || i == 13 || i == 16 || i == 19;
-            shaped = colon ? p[i] == QLatin1Char(':') : (p[i] >= QLatin1Char('0') && p[i] <= QLatin1Char('9'));
-        }
-        if (shaped) {
-            const int year = twoDigits(p) * 100 + twoDigits(p + 2);
-            const QDate date(year, twoDigits(p + 5), twoDigits(p + 8));
-            const QTime time(twoDigits(p + 11), twoDigits(p + 14), twoDigits(p + 17),
-                             (p[20].unicode() - '0') * 100 + twoDigits(p + 21));
-            if (date.isValid() && time.isValid())
-                return QDateTime(date, time);
-        }
-    }
+    QDate date;
+    QTime time;
+    if (parseShapedHistoryDate(text, &date, &time))
+        return QDateTime(date, time);
     return QDateTime::fromString(text, DashboardCommonFileController::HISTORY_DATE_FORMAT);
 }
 
@@ -81,26 +89,54 @@ void sortRecords(QList<DashboardFileInfoStruct> &list, KeyOf keyOf, Less less)
 
     // Apply the permutation in place along its cycles, relocating each record once as plain
     // bytes (the record is a relocatable type, as QList itself treats it): no second list to
-    // allocate and free, and no member-wise moves.
+    // allocate and free, and no member-wise moves. Records are read in random order, so each
+    // cycle is walked a few records ahead of the moves to fetch those records early.
     static_assert(QTypeInfo<DashboardFileInfoStruct>::isRelocatable);
     unsigned char *records = reinterpret_cast<unsigned char *>(list.data());
     constexpr size_t size = sizeof(DashboardFileInfoStruct);
-    alignas(DashboardFileInfoStruct) unsigned char held[size];
+    const auto record = [records](int i) { return records + size_t(i) * size; };
+    const auto prefetch = [&record](int i) {
+#if defined(__GNUC__)
+        const unsigned char *p = record(i);
+        for (size_t line = 0; line < size; line += 64)
+            __builtin_prefetch(p + line);
+        __builtin_prefetch(p + size - 1);
+#else
+        Q_UNUSED(record);
+        Q_UNUSED(i);
+#endif
+    };
     const int n = int(proxies.size());
+    std::vector<int> source(size_t(n), 0);
+    for (int i = 0; i < n; ++i)
+        source[size_t(i)] = proxies[size_t(i)].index;
+    proxies = {};
+
+    constexpr int LOOKAHEAD = 8;
+    alignas(DashboardFileInfoStruct) unsigned char held[size];
     for (int start = 0; start < n; ++start) {
-        if (proxies[size_t(start)].index == start)
+        if (source[size_t(start)] == start)
             continue;
-        std::memcpy(held, records + size_t(start) * size, size);
+        int ahead = source[size_t(start)];
+        for (int k = 0; k < LOOKAHEAD && ahead != start; ++k) {
+            prefetch(ahead);
+            ahead = source[size_t(ahead)];
+        }
+        std::memcpy(held, record(start), size);
         int to = start;
         for (;;) {
-            const int from = proxies[size_t(to)].index;
-            proxies[size_t(to)].index = to;
+            const int from = source[size_t(to)];
+            source[size_t(to)] = to;
             if (from == start) {
-                std::memcpy(records + size_t(to) * size, held, size);
+                std::memcpy(record(to), held, size);
                 break;
             }
-            std::memcpy(records + size_t(to) * size, records + size_t(from) * size, size);
+            std::memcpy(record(to), record(from), size);
             to = from;
+            if (ahead != start) {
+                prefetch(ahead);
+                ahead = source[size_t(ahead)];
+            }
         }
     }
 }
@@ -175,7 +211,9 @@ const QDateTime DashboardCommonFileController::DEFAULT_ACCESS_DATE =
                               QStringLiteral("yyyy:MM:dd:hh:mm:ss:zzz"));
 
 DashboardCommonFileController::DashboardCommonFileController(QObject *parent)
-    : QObject(parent), m_clock([] { return QDateTime::currentDateTime(); })
+    : QObject(parent),
+      m_clock([] { return QDateTime::currentDateTime(); }),
+      m_localTimes(std::make_unique<LocalTimes>())
 {
 }
 
@@ -280,6 +318,44 @@ QMap<QString, QDateTime> DashboardCommonFileController::loadFileHistoryMap() con
     return getFileHistoryMap(all);
 }
 
+QMap<QString, qint64> DashboardCommonFileController::loadFileHistoryInstants() const
+{
+    using Tools = FileControllerTools;
+    const QList<std::pair<QString, QString>> histories[] = {
+        Tools::loadFileHistory(m_pipeMarkingSettings.get(), FILE_HISTORY_GROUP),
+        Tools::loadFileHistory(m_nfpaSettings.get(), FILE_HISTORY_GROUP),
+        Tools::loadFileHistory(m_ghsSettings.get(), FILE_HISTORY_GROUP),
+        Tools::loadFileHistory(m_arcFlashSettings.get(), FILE_HISTORY_GROUP),
+        Tools::loadFileHistory(m_labelEditorSettings.get(), FILE_HISTORY_GROUP),
+        Tools::loadFileHistory(m_dashboardSettings.get(), FILE_HISTORY_GROUP),
+    };
+    const qint64 notViewed = m_localTimes->toInstant(DEFAULT_ACCESS_DATE);
+
+    // Merged in the order dashboard, label editor, arc flash, GHS, NFPA, pipe marking, as
+    // getFileHistoryMap merges them: a later view replaces an earlier one, a tie keeps the
+    // first seen, and an unparsable date orders before every date.
+    QMap<QString, qint64> map;
+    for (int store = 5; store >= 0; --store) {
+        for (const auto &[path, text] : histories[store]) {
+            qint64 date = notViewed;
+            if (!text.isEmpty()) {
+                QDate day;
+                QTime time;
+                if (!parseShapedHistoryDate(text, &day, &time) || !m_localTimes->toInstant(day, time, &date)) {
+                    const QDateTime parsed = parseHistoryDate(text);
+                    date = parsed.isValid() ? m_localTimes->toInstant(parsed) : INVALID_VIEW;
+                }
+            }
+            auto it = map.find(path);
+            if (it == map.end())
+                map.insert(path, date);
+            else if (date > it.value())
+                it.value() = date;
+        }
+    }
+    return map;
+}
+
 QStringList DashboardCommonFileController::readFavoriteKeys() const
 {
     QStringList paths;
@@ -306,12 +382,42 @@ void DashboardCommonFileController::fillFileDates(DashboardFileInfoStruct &recor
     // look-up per record.
     record.timeSinceCreated = timeSince(created, today);
     record.timeSinceModified = timeSince(access, today);
+    record.accessDate = toUtc(access);
+    record.createdDate = toUtc(created);
+}
+
+void DashboardCommonFileController::fillFileDates(DashboardFileInfoStruct &record,
+                                                  const FileStatus &status, qint64 viewedAt,
+                                                  const QDate &today) const
+{
+    // Every date here is an instant already; only the texts need local dates.
+    const auto timeSinceInstant = [this, &today](const QDateTime &utc) {
+        if (!utc.isValid())
+            return QString();
+        return adjustDaysSinceModified(
+                int(m_localTimes->localDate(utc.toMSecsSinceEpoch()).daysTo(today)));
+    };
+    QDateTime access;
+    if (viewedAt == m_localTimes->toInstant(DEFAULT_ACCESS_DATE))
+        access = status.lastModified;
+    else if (viewedAt != INVALID_VIEW)
+        access = QDateTime::fromMSecsSinceEpoch(viewedAt, Qt::UTC);
+    record.timeSinceCreated = timeSinceInstant(status.birthTime);
+    record.timeSinceModified = timeSinceInstant(access);
     record.accessDate = access.toUTC();
-    record.createdDate = created.toUTC();
+    record.createdDate = status.birthTime.toUTC();
+}
+
+QDateTime DashboardCommonFileController::toUtc(const QDateTime &local) const
+{
+    if (!local.isValid() || local.timeSpec() != Qt::LocalTime)
+        return local.toUTC();
+    return QDateTime::fromMSecsSinceEpoch(m_localTimes->toInstant(local), Qt::UTC);
 }
 
 QDate DashboardCommonFileController::today() const
 {
+    *m_localTimes = LocalTimes();
     return currentDateTime().toLocalTime().date();
 }
 

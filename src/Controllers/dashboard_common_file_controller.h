@@ -13,9 +13,12 @@
 #include <QStringList>
 
 #include <functional>
+#include <limits>
 #include <memory>
 #include <utility>
 
+class LocalTimes;
+struct FileStatus;
 class QFileInfo;
 
 // Base of the label file lists that QML shows (My Labels, Recently viewed, Favorites): the
@@ -76,6 +79,10 @@ public Q_SLOTS:
 protected:
     // The merged view history of the six stores, newest view per path; stores must be open.
     QMap<QString, QDateTime> loadFileHistoryMap() const;
+    // The same merge as loadFileHistoryMap, with each date as milliseconds since the epoch
+    // (INVALID_VIEW for a text that does not parse); stores must be open.
+    QMap<QString, qint64> loadFileHistoryInstants() const;
+    static constexpr qint64 INVALID_VIEW = std::numeric_limits<qint64>::min();
     // Full paths of the local favourites; the dashboard store must be open.
     QStringList readFavoriteKeys() const;
     // Dates and time-since texts of a record from the file system, with accessDate taken
@@ -83,6 +90,11 @@ protected:
     // today is the clock's local date, taken once per list.
     void fillFileDates(DashboardFileInfoStruct &record, const QFileInfo &info,
                        const QDateTime &viewedAt, const QDate &today) const;
+    // The same from a file's status, with the view as an instant from
+    // loadFileHistoryInstants.
+    void fillFileDates(DashboardFileInfoStruct &record, const FileStatus &status,
+                       qint64 viewedAt, const QDate &today) const;
+    // Also starts a new list: local times are converted afresh from here on.
     QDate today() const;
     QString timeSince(const QDateTime &date, const QDate &today) const;
     // A store of the given program, or null when its file is not safe to parse.
@@ -104,5 +116,8 @@ protected:
     std::unique_ptr<QSettings> m_nfpaSettings;
 
 private:
+    QDateTime toUtc(const QDateTime &local) const;
+
     Clock m_clock;
+    std::unique_ptr<LocalTimes> m_localTimes;
 };

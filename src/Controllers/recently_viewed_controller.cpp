@@ -1,5 +1,7 @@
 #include "Controllers/recently_viewed_controller.h"
 
+#include "Controllers/file_status.h"
+
 #include <QFileInfo>
 #include <QSet>
 
@@ -16,26 +18,28 @@ void RecentlyViewedController::updateFileLists()
 {
     m_labelFilesList.clear();
     m_searchedLabelFilesList.clear();
+    const QDate now = today();
     openSettingsFiles();
     const QStringList favoriteKeys = readFavoriteKeys();
-    const QMap<QString, QDateTime> history = loadFileHistoryMap();
+    const QMap<QString, qint64> history = loadFileHistoryInstants();
     closeSettingsFiles();
 
     const QSet<QString> favorites(favoriteKeys.cbegin(), favoriteKeys.cend());
-    const QDate now = today();
     m_labelFilesList.reserve(history.size());
     // The map iterates in ascending code-unit order of the full paths.
     for (auto it = history.cbegin(); it != history.cend(); ++it) {
-        const QFileInfo info(it.key());
-        if (!info.exists() || !info.isFile() || !info.isReadable())
+        // A path that does not exist is not a file either.
+        const FileStatus status = FileStatus::of(it.key());
+        if (!status.isFile || !status.isReadable)
             continue;
+        const QFileInfo info(it.key());
         DashboardFileInfoStruct record;
         record.labelFileName = info.fileName();
         record.filePath = info.absolutePath();
-        record.isWritable = info.isWritable();
+        record.isWritable = status.isWritable;
         record.type = false;
         record.cloudEnum = DashboardGlobal::LABEL_LOCAL;
-        fillFileDates(record, info, it.value(), now);
+        fillFileDates(record, status, it.value(), now);
         record.isFavorite = favorites.contains(it.key());
         record.id = int(m_labelFilesList.size());
         m_labelFilesList.append(record);
