@@ -18,6 +18,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QtQuickTest/quicktest.h>
 
 #include <memory>
 
@@ -55,6 +56,8 @@ private Q_SLOTS:
     void searchSortAndFavorite();
     void enterAndLeaveFolders();
     void changeAndResetSettings();
+    void settingsSectionByMouse_data();
+    void settingsSectionByMouse();
     void aboutShowsTheLicence();
 
     void emptyLabelFolder();
@@ -195,10 +198,14 @@ QList<QQuickItem *> tst_Frontend::findItems(QObject *in, const QString &objectNa
     return found;
 }
 
+// Clicks where a user would, once the frame showing the item is ready: until the window's next
+// polish, a list view that has just become visible still hides (culls) its delegates, and
+// events pass through them to the view.
 void tst_Frontend::click(QQuickItem *item)
 {
     QVERIFY(item);
     QVERIFY(item->isVisible());
+    QVERIFY(QQuickTest::qWaitForPolish(m_host->window()));
     const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
     QTest::mouseClick(m_host->window(), Qt::LeftButton, {}, centre.toPoint());
 }
@@ -419,6 +426,37 @@ void tst_Frontend::changeAndResetSettings()
     QCOMPARE(m_host->services()->languageCode(), QStringLiteral("en_US"));
     nav = find("navigationBar")->property("navItems").toList();
     QCOMPARE(nav.first().value<NavigationItem>().navName, QStringLiteral("Home"));
+}
+
+void tst_Frontend::settingsSectionByMouse_data()
+{
+    QTest::addColumn<int>("section");
+    QTest::addColumn<QString>("pane");
+    using S = SettingsNavigationModel;
+    QTest::newRow("language") << int(S::NAV_LANGUAGE) << QStringLiteral("languagePane");
+    QTest::newRow("appearance") << int(S::NAV_APPEARANCE) << QStringLiteral("appearancePane");
+    QTest::newRow("privacy") << int(S::NAV_PRIVACY) << QStringLiteral("privacyPane");
+    QTest::newRow("cloud") << int(S::NAV_CLOUD) << QStringLiteral("cloudPane");
+    QTest::newRow("reset") << int(S::NAV_RESET) << QStringLiteral("resetPane");
+}
+
+void tst_Frontend::settingsSectionByMouse()
+{
+    QFETCH(int, section);
+    QFETCH(QString, pane);
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    showPage(QStringLiteral("settings"));
+    QObject *page = find("settingsPage");
+    QCOMPARE(page->property("section").toInt(), int(SettingsNavigationModel::NAV_UNITS));
+    QVERIFY(findItem(page, QStringLiteral("unitsPane")));
+    QVERIFY(findItems(page, pane).isEmpty());
+
+    // A press and release at the centre of the section's row, right after the page opened.
+    click(findItem(page, QStringLiteral("section_%1").arg(section)));
+    QCOMPARE(page->property("section").toInt(), section);
+    QCOMPARE(find("settingsSections")->property("currentIndex").toInt(), section);
+    QVERIFY(findItem(page, pane));
+    QVERIFY(findItems(page, QStringLiteral("unitsPane")).isEmpty());
 }
 
 void tst_Frontend::aboutShowsTheLicence()
