@@ -366,16 +366,29 @@ FocusScope {
         }
     }
 
-    Dialog {
+    ThemedDialog {
         id: resetDialog
         objectName: "resetDialog"
         parent: Overlay.overlay
         anchors.centerIn: parent
-        modal: true
         title: qsTr("Reset all settings?")
-        standardButtons: Dialog.Reset | Dialog.Cancel
-        Label {
+        buttons: [
+            ToolButtonX {
+                objectName: "resetCancelButton"
+                text: qsTr("Cancel")
+                onClicked: resetDialog.reject()
+            },
+            ToolButtonX {
+                objectName: "resetConfirmButton"
+                text: qsTr("Reset")
+                primary: true
+                onClicked: resetDialog.reset()
+            }
+        ]
+        Text {
             text: qsTr("This cannot be undone.")
+            color: Theme.textMuted
+            font.pixelSize: Theme.fontBody
         }
         onReset: {
             page.reset()

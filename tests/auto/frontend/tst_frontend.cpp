@@ -5,6 +5,7 @@
 
 #include <korvexdashboard.h>
 
+#include <QColor>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
@@ -59,6 +60,7 @@ private Q_SLOTS:
     void settingsSectionByMouse_data();
     void settingsSectionByMouse();
     void aboutShowsTheLicence();
+    void aboutFollowsTheTheme();
 
     void emptyLabelFolder();
     void missingLabelFolder();
@@ -420,7 +422,8 @@ void tst_Frontend::changeAndResetSettings()
     click(findItem(page, QStringLiteral("resetButton")));
     QObject *dialog = page->property("resetDialog").value<QObject *>();
     QTRY_VERIFY(dialog->property("opened").toBool());
-    QMetaObject::invokeMethod(dialog, "reset");
+    click(findItem(dialog, QStringLiteral("resetConfirmButton")));
+    QTRY_VERIFY(!dialog->property("visible").toBool());
     QCOMPARE(settings->property("settingAppearance").toBool(), true);
     QCOMPARE(page->property("units").toInt(), 0);
     QCOMPARE(m_host->services()->languageCode(), QStringLiteral("en_US"));
@@ -470,6 +473,40 @@ void tst_Frontend::aboutShowsTheLicence()
     QObject *text = about->property("licenseArea").value<QObject *>();
     QCOMPARE(text->property("text").toString(), QString::fromUtf8(english.readAll()));
     QVERIFY(about->findChild<QObject *>(QStringLiteral("installedVersion")));
+    click(findItem(about, QStringLiteral("aboutCloseButton")));
+    QTRY_VERIFY(!about->property("visible").toBool());
+}
+
+// The About box is drawn in the colours of the pages, light and dark.
+void tst_Frontend::aboutFollowsTheTheme()
+{
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    QObject *settings = rootObject("settings");
+    QObject *about = rootObject("aboutDialog");
+    // A surface of the pages: the frame of the settings sections.
+    QObject *surface = find("settingsSections")->parent();
+    const auto colour = [](QObject *item, const char *property) {
+        return item->property(property).value<QObject *>()->property("color").value<QColor>();
+    };
+    QColor light;
+    for (bool dark : { false, true }) {
+        QMetaObject::invokeMethod(settings, "setSetting", Q_ARG(QString, settings->property("KEY_APPEARANCE").toString()),
+                                  Q_ARG(QVariant, !dark));
+        QTRY_COMPARE(settings->property("settingAppearance").toBool(), !dark);
+        showPage(QStringLiteral("about"));
+        QTRY_VERIFY(about->property("opened").toBool());
+        const QColor background = colour(about, "background");
+        QCOMPARE(background, surface->property("color").value<QColor>());
+        // The title is in the text colour of the pages' titles.
+        QCOMPARE(about->property("header").value<QObject *>()->property("color").value<QColor>(),
+                 qobject_cast<QQuickItem *>(find("unitsPane"))->childItems().constFirst()->property("color").value<QColor>());
+        if (dark)
+            QVERIFY(background != light);
+        else
+            light = background;
+        QMetaObject::invokeMethod(about, "close");
+        QTRY_VERIFY(!about->property("visible").toBool());
+    }
 }
 
 void tst_Frontend::emptyLabelFolder()
