@@ -75,6 +75,12 @@ FocusScope {
         function onSettingLanguageIndexChanged() { page.languageIndex = page.readLanguageIndex() }
     }
 
+    FontMetrics {
+        id: sectionMetrics
+        font.pixelSize: Theme.fontBody
+        font.weight: Font.DemiBold
+    }
+
     component SectionTitle: Text {
         Layout.fillWidth: true
         color: Theme.text
@@ -165,7 +171,16 @@ FocusScope {
             spacing: Theme.spacingLarge
 
             Rectangle {
-                Layout.preferredWidth: 230
+                // Wide enough for the longest section name in the user's language, within
+                // bounds; a row spends 44 px on its margin and icon before the name.
+                Layout.preferredWidth: {
+                    sectionMetrics.font // read, so that the width follows the font as well as the names
+                    let widest = 0
+                    const items = page.sections.settingsNavItemsList
+                    for (let i = 0; i < items.length; ++i)
+                        widest = Math.max(widest, sectionMetrics.advanceWidth(items[i].navName))
+                    return Math.ceil(Math.min(320, Math.max(230, widest + 44 + 2 * Theme.spacing)))
+                }
                 Layout.fillHeight: true
                 radius: Theme.radius + 2
                 color: Theme.surface
@@ -278,6 +293,9 @@ FocusScope {
                             Layout.preferredWidth: 280
                             model: page.languageNames
                             currentIndex: page.languageIndex
+                            // A new list of names, after a change of language, puts the box
+                            // back on its first entry; it shows the chosen language again.
+                            onModelChanged: languageBox.currentIndex = Qt.binding(() => page.languageIndex)
                             Accessible.name: qsTr("Language")
                             onActivated: (index) => page.setLanguage(index)
                         }

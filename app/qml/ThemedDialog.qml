@@ -26,7 +26,6 @@ Dialog {
         color: Theme.text
         font.pixelSize: Theme.fontSubtitle + 2
         font.weight: Font.DemiBold
-        elide: Text.ElideRight
         Accessible.role: Accessible.Heading
         Accessible.name: text
     }

@@ -57,6 +57,7 @@ private Q_SLOTS:
     void searchSortAndFavorite();
     void enterAndLeaveFolders();
     void changeAndResetSettings();
+    void germanAtOnce();
     void settingsSectionByMouse_data();
     void settingsSectionByMouse();
     void aboutShowsTheLicence();
@@ -429,6 +430,107 @@ void tst_Frontend::changeAndResetSettings()
     QCOMPARE(m_host->services()->languageCode(), QStringLiteral("en_US"));
     nav = find("navigationBar")->property("navItems").toList();
     QCOMPARE(nav.first().value<NavigationItem>().navName, QStringLiteral("Home"));
+}
+
+// Texts on screen in one language, by where they are: the object, and the property showing it.
+struct ShownText
+{
+    const char *page;
+    const char *objectName;
+    const char *property;
+    const char *english;
+    const char *german;
+};
+
+void tst_Frontend::germanAtOnce()
+{
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    QObject *settings = rootObject("settings");
+    QObject *page = find("settingsPage");
+    QObject *about = rootObject("aboutDialog");
+    const ShownText texts[] = {
+        { "settings", "languageBox", "displayText", "English", "Deutsch" },
+        { "settings", "section_1", "text", "Language", "Sprache" },
+        { "settings", "section_5", "text", "Reset Settings", "Einstellungen zurücksetzen" },
+        { "settings", "overflowButton", "text", "More", "Mehr" },
+        { "settings", "nav_0_-1", "text", "Home", "Startseite" },
+        { "home", "tab_0", "text", "Recently viewed", "Zuletzt angesehen" },
+        { "home", "searchField", "placeholderText", "Search labels", "Etiketten suchen" },
+        { "home", "sortBox", "displayText", "Name A to Z", "Name A bis Z" },
+        { "home", "premadeBannerButton", "text", "Browse signs", "Schilder durchsuchen" },
+    };
+    const auto expectShown = [&](bool german) {
+        for (const ShownText &text : texts) {
+            showPage(QLatin1String(text.page));
+            page->setProperty("section", int(SettingsNavigationModel::NAV_LANGUAGE));
+            QQuickItem *item = findItem(m_host->rootItem(), QLatin1String(text.objectName));
+            QVERIFY2(item, text.objectName);
+            QCOMPARE(item->property(text.property).toString(), QString::fromUtf8(german ? text.german : text.english));
+        }
+        showPage(QStringLiteral("about"));
+        QTRY_VERIFY(about->property("opened").toBool());
+        QCOMPARE(about->property("title").toString(),
+                 german ? QStringLiteral("Über Korvex PRO") : QStringLiteral("About Korvex PRO"));
+        QCOMPARE(findItem(about, QStringLiteral("aboutCloseButton"))->property("text").toString(),
+                 german ? QStringLiteral("Schließen") : QStringLiteral("Close"));
+        QMetaObject::invokeMethod(about, "close");
+        QTRY_VERIFY(!about->property("visible").toBool());
+    };
+    expectShown(false);
+    if (QTest::currentTestFailed())
+        return;
+
+    // German from the language box, as a user picks it.
+    const auto choose = [&](const QString &code) {
+        showPage(QStringLiteral("settings"));
+        page->setProperty("section", int(SettingsNavigationModel::NAV_LANGUAGE));
+        QQuickItem *box = findItem(page, QStringLiteral("languageBox"));
+        QVERIFY(box);
+        QObject *contents = rootObject("settingsPage")->property("contents").value<QObject *>();
+        int index = -1;
+        for (int i = 0; i < box->property("count").toInt(); ++i) {
+            QString candidate;
+            QMetaObject::invokeMethod(contents, "getLanguageCode", Q_RETURN_ARG(QString, candidate), Q_ARG(int, i));
+            if (candidate == code)
+                index = i;
+        }
+        QVERIFY2(index >= 0, qPrintable(code));
+        box->setProperty("currentIndex", index);
+        QMetaObject::invokeMethod(box, "activated", Q_ARG(int, index));
+        QVariant stored;
+        QMetaObject::invokeMethod(settings, "getSetting", Q_RETURN_ARG(QVariant, stored),
+                                  Q_ARG(QString, settings->property("KEY_LANGUAGE").toString()), Q_ARG(QVariant, QString()));
+        QCOMPARE(stored.toString(), code);
+        QCOMPARE(m_host->services()->languageCode(), code);
+    };
+    choose(QStringLiteral("de_DE"));
+    expectShown(true);
+    if (QTest::currentTestFailed())
+        return;
+    // The long German names are shown whole: the side bar widens for them.
+    using G = DashboardGlobal;
+    showPage(QStringLiteral("settings"));
+    const QString longNames[] = { QStringLiteral("nav_%1_%2").arg(G::NAV_APP).arg(G::APP_PIPEMARKING),
+                                  QStringLiteral("nav_%1_%2").arg(G::NAV_APP).arg(G::APP_LABELDESIGNER) };
+    for (const QString &name : longNames) {
+        QQuickItem *button = findItem(m_host->rootItem(), name);
+        QVERIFY2(button, qPrintable(name));
+        QVERIFY(QQuickTest::qWaitForPolish(m_host->window()));
+        const auto labels = button->property("contentItem").value<QQuickItem *>()->childItems();
+        const auto label = std::find_if(labels.begin(), labels.end(), [button](QQuickItem *child) {
+            return child->property("text") == button->property("text");
+        });
+        QVERIFY2(label != labels.end(), qPrintable(name));
+        QVERIFY2(!(*label)->property("truncated").toBool(), qPrintable(button->property("text").toString()));
+    }
+    {
+        QSettings store(settingsFile(), QSettings::IniFormat);
+        QCOMPARE(store.value(QStringLiteral("locale/language")).toString(), QStringLiteral("de_DE"));
+    }
+    choose(QStringLiteral("en_US"));
+    if (QTest::currentTestFailed())
+        return;
+    expectShown(false);
 }
 
 void tst_Frontend::settingsSectionByMouse_data()
