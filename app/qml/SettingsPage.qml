@@ -208,7 +208,9 @@ FocusScope {
                         readonly property bool selected: page.section === modelData.navType
                         objectName: "section_" + modelData.navType
                         width: sectionList.width
-                        implicitHeight: 40
+                        // Two lines for a name longer than the column, until the column has
+                        // widened for it (the layout takes the new width at the next start).
+                        implicitHeight: Math.max(40, implicitContentHeight + 12)
                         focusPolicy: Qt.NoFocus
                         hoverEnabled: true
                         text: modelData.navName
@@ -231,10 +233,13 @@ FocusScope {
                             }
                             Text {
                                 Layout.fillWidth: true
+                                Layout.rightMargin: Theme.spacingSmall
                                 text: sectionButton.modelData.navName
                                 color: Theme.text
                                 font.pixelSize: Theme.fontBody
                                 font.weight: sectionButton.selected ? Font.DemiBold : Font.Normal
+                                wrapMode: Text.Wrap
+                                maximumLineCount: 2
                                 elide: Text.ElideRight
                             }
                         }

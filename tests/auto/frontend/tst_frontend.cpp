@@ -507,11 +507,13 @@ void tst_Frontend::germanAtOnce()
     expectShown(true);
     if (QTest::currentTestFailed())
         return;
-    // The long German names are shown whole: the side bar widens for them.
+    // The long German names are shown whole: the side bar widens for them, a settings section
+    // takes two lines.
     using G = DashboardGlobal;
     showPage(QStringLiteral("settings"));
     const QString longNames[] = { QStringLiteral("nav_%1_%2").arg(G::NAV_APP).arg(G::APP_PIPEMARKING),
-                                  QStringLiteral("nav_%1_%2").arg(G::NAV_APP).arg(G::APP_LABELDESIGNER) };
+                                  QStringLiteral("nav_%1_%2").arg(G::NAV_APP).arg(G::APP_LABELDESIGNER),
+                                  QStringLiteral("section_%1").arg(SettingsNavigationModel::NAV_RESET) };
     for (const QString &name : longNames) {
         QQuickItem *button = findItem(m_host->rootItem(), name);
         QVERIFY2(button, qPrintable(name));
