@@ -2,6 +2,54 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE">
 <context>
+    <name>DashboardCommonFileController</name>
+    <message>
+        <source>today</source>
+        <extracomment>Under a label file tile: viewed or changed today</extracomment>
+        <translation>heute</translation>
+    </message>
+    <message>
+        <source>one day ago</source>
+        <extracomment>Under a label file tile: viewed or changed yesterday</extracomment>
+        <translation>gestern</translation>
+    </message>
+    <message>
+        <source>%1 days ago</source>
+        <extracomment>Under a label file tile; %1 is a number of days from 2 to 6</extracomment>
+        <translation>vor %1 Tagen</translation>
+    </message>
+    <message>
+        <source>one week ago</source>
+        <extracomment>Under a label file tile: viewed or changed a week ago</extracomment>
+        <translation>vor einer Woche</translation>
+    </message>
+    <message>
+        <source>%1 weeks ago</source>
+        <extracomment>Under a label file tile; %1 is a number of weeks from 2 to 4</extracomment>
+        <translation>vor %1 Wochen</translation>
+    </message>
+    <message>
+        <source>one month ago</source>
+        <extracomment>Under a label file tile: viewed or changed a month ago</extracomment>
+        <translation>vor einem Monat</translation>
+    </message>
+    <message>
+        <source>%1 months ago</source>
+        <extracomment>Under a label file tile; %1 is a number of 30-day months from 2 to 12</extracomment>
+        <translation>vor %1 Monaten</translation>
+    </message>
+    <message>
+        <source>one year ago</source>
+        <extracomment>Under a label file tile: viewed or changed a year ago</extracomment>
+        <translation>vor einem Jahr</translation>
+    </message>
+    <message>
+        <source>%1 years ago</source>
+        <extracomment>Under a label file tile; %1 is a number of years, 2 or more</extracomment>
+        <translation>vor %1 Jahren</translation>
+    </message>
+</context>
+<context>
     <name>DashboardMain</name>
     <message>
         <source>Home</source>
@@ -41,7 +89,7 @@
     <message>
         <source>Pipe Marking</source>
         <comment>Navigation button to open the pipe marking application</comment>
-        <translation>Rohrleitungskennzeichnung</translation>
+        <translation>Rohrkennzeichnung</translation>
     </message>
     <message>
         <source>Symbol Creator</source>
@@ -93,7 +141,7 @@
     <message>
         <source>About</source>
         <comment>About the software</comment>
-        <translation>Info</translation>
+        <translation>Über</translation>
     </message>
     <message>
         <source>Settings</source>

@@ -4,11 +4,13 @@
 
 #include <dashboard_main_window.h>
 
+#include <QCursor>
 #include <QDir>
 #include <QGuiApplication>
 #include <QImage>
 #include <QProcess>
 #include <QQuickItem>
+#include <QScreen>
 #include <QTimer>
 
 namespace {
@@ -70,6 +72,7 @@ ScreenshotTour::ScreenshotTour(DashboardHost *host, const QString &folder, QObje
           },
           {}, false },
         { QStringLiteral("settings-dark"), page("settings"), {}, false },
+        { QStringLiteral("about-dark"), page("about"), {}, false },
     };
 }
 
@@ -85,9 +88,29 @@ void ScreenshotTour::invoke(const char *function, const QVariant &argument)
         QMetaObject::invokeMethod(root, function, Q_ARG(QVariant, argument));
 }
 
+// A pointer resting over the window, where the X server puts it at start (the middle of the
+// screen), would show a hover shade in every picture: it goes to a corner of the screen the
+// window does not cover.
+void ScreenshotTour::parkPointer()
+{
+    QWindow *window = m_host->window();
+    QScreen *screen = window ? window->screen() : nullptr;
+    if (!screen)
+        return;
+    const QRect frame = window->frameGeometry();
+    const QRect area = screen->geometry();
+    for (const QPoint &corner : { area.bottomRight(), area.topRight(), area.bottomLeft(), area.topLeft() }) {
+        if (!frame.contains(corner)) {
+            QCursor::setPos(screen, corner);
+            return;
+        }
+    }
+}
+
 void ScreenshotTour::start()
 {
     QDir().mkpath(m_folder);
+    parkPointer();
     m_current = -1;
     // The lists fill after the first frame; give them and the first paint time.
     QTimer::singleShot(START_DELAY_MS, this, &ScreenshotTour::runStep);
@@ -107,6 +130,7 @@ void ScreenshotTour::runStep()
         return;
     }
     const Step &step = m_steps.at(m_current);
+    parkPointer();
     step.action();
     m_waited = 0;
     auto *poll = new QTimer(this);

@@ -11,7 +11,7 @@ class QTimer;
 
 // Drives the front end through its main pages by itself and writes a screenshot of each to a
 // folder: home, My Labels, favourites, resources, settings, about, a running module, and
-// home in the dark theme. Used by scripts/run on a machine without a display, and by tests.
+// home, settings and about in the dark theme. Used by scripts/run on a machine without a display, and by tests.
 class ScreenshotTour : public QObject
 {
     Q_OBJECT
@@ -42,6 +42,7 @@ private:
     };
 
     void runStep();
+    void parkPointer();
     void capture(const Step &step);
     void invoke(const char *function, const QVariant &argument);
     QObject *frontEndObject(const char *property) const;

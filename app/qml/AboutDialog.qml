@@ -4,18 +4,21 @@ import QtQuick.Layouts
 import Korvex.Dashboard
 
 // About: the installed and the available version, and the licence agreement.
-Dialog {
+ThemedDialog {
     id: dialog
 
     required property DashboardUpgraderHelper upgrader
     required property DashboardGetLicenseHelper license
     readonly property alias licenseArea: licenseArea
 
-    modal: true
     focus: true
-    padding: Theme.spacingLarge
     title: qsTr("About Korvex PRO")
-    standardButtons: Dialog.Close
+    buttons: ToolButtonX {
+        objectName: "aboutCloseButton"
+        text: qsTr("Close")
+        primary: true
+        onClicked: dialog.close()
+    }
 
     onAboutToShow: dialog.license.loadLicense()
 
@@ -32,27 +35,32 @@ Dialog {
             }
             ColumnLayout {
                 spacing: 2
-                Label {
+                Text {
                     text: "Korvex PRO"
+                    color: Theme.text
                     font.pixelSize: Theme.fontTitle
                     font.weight: Font.DemiBold
                 }
-                Label {
+                Text {
                     objectName: "installedVersion"
                     text: qsTr("Installed version: %1").arg(dialog.upgrader.getCurrentVersion())
                     color: Theme.textMuted
+                    font.pixelSize: Theme.fontBody
                 }
-                Label {
+                Text {
                     objectName: "availableVersion"
                     text: dialog.upgrader.isUpdateAvailable
                           ? qsTr("Available version: %1").arg(dialog.upgrader.availableVersion)
                           : qsTr("Available version: %1 (you are up to date)").arg(dialog.upgrader.availableVersion)
                     color: dialog.upgrader.isUpdateAvailable ? Theme.accent : Theme.textMuted
+                    font.pixelSize: Theme.fontBody
                 }
             }
         }
-        Label {
+        Text {
             text: qsTr("Licence agreement")
+            color: Theme.text
+            font.pixelSize: Theme.fontBody
             font.weight: Font.DemiBold
         }
         ScrollView {

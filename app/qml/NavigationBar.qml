@@ -21,7 +21,21 @@ Rectangle {
     signal overflowRequested()
 
     color: Theme.navBackground
-    implicitWidth: 224
+    // Wide enough for the longest name in the user's language (German ones are long), within
+    // bounds; a button spends 96 px on margins, icon and busy indicator around its name.
+    implicitWidth: {
+        labelMetrics.font // read, so that the width follows the font as well as the names
+        let widest = 0
+        for (let i = 0; i < bar.navItems.length; ++i)
+            widest = Math.max(widest, labelMetrics.advanceWidth(bar.navItems[i].navName))
+        return Math.ceil(Math.min(300, Math.max(224, widest + 98)))
+    }
+
+    FontMetrics {
+        id: labelMetrics
+        font.pixelSize: Theme.fontBody
+        font.weight: Font.DemiBold
+    }
 
     function isModule(item) {
         return item.navType === DashboardGlobal.NAV_APP

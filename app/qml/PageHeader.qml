@@ -30,6 +30,8 @@ RowLayout {
             text: header.subtitle
             color: Theme.textMuted
             font.pixelSize: Theme.fontBody
+            wrapMode: Text.Wrap
+            maximumLineCount: 3
             elide: Text.ElideRight
         }
     }

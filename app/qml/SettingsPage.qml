@@ -75,6 +75,12 @@ FocusScope {
         function onSettingLanguageIndexChanged() { page.languageIndex = page.readLanguageIndex() }
     }
 
+    FontMetrics {
+        id: sectionMetrics
+        font.pixelSize: Theme.fontBody
+        font.weight: Font.DemiBold
+    }
+
     component SectionTitle: Text {
         Layout.fillWidth: true
         color: Theme.text
@@ -165,7 +171,16 @@ FocusScope {
             spacing: Theme.spacingLarge
 
             Rectangle {
-                Layout.preferredWidth: 230
+                // Wide enough for the longest section name in the user's language, within
+                // bounds; a row spends 44 px on its margin and icon before the name.
+                Layout.preferredWidth: {
+                    sectionMetrics.font // read, so that the width follows the font as well as the names
+                    let widest = 0
+                    const items = page.sections.settingsNavItemsList
+                    for (let i = 0; i < items.length; ++i)
+                        widest = Math.max(widest, sectionMetrics.advanceWidth(items[i].navName))
+                    return Math.ceil(Math.min(320, Math.max(230, widest + 44 + 2 * Theme.spacing)))
+                }
                 Layout.fillHeight: true
                 radius: Theme.radius + 2
                 color: Theme.surface
@@ -193,7 +208,9 @@ FocusScope {
                         readonly property bool selected: page.section === modelData.navType
                         objectName: "section_" + modelData.navType
                         width: sectionList.width
-                        implicitHeight: 40
+                        // Two lines for a name longer than the column, until the column has
+                        // widened for it (the layout takes the new width at the next start).
+                        implicitHeight: Math.max(40, implicitContentHeight + 12)
                         focusPolicy: Qt.NoFocus
                         hoverEnabled: true
                         text: modelData.navName
@@ -216,10 +233,13 @@ FocusScope {
                             }
                             Text {
                                 Layout.fillWidth: true
+                                Layout.rightMargin: Theme.spacingSmall
                                 text: sectionButton.modelData.navName
                                 color: Theme.text
                                 font.pixelSize: Theme.fontBody
                                 font.weight: sectionButton.selected ? Font.DemiBold : Font.Normal
+                                wrapMode: Text.Wrap
+                                maximumLineCount: 2
                                 elide: Text.ElideRight
                             }
                         }
@@ -278,6 +298,9 @@ FocusScope {
                             Layout.preferredWidth: 280
                             model: page.languageNames
                             currentIndex: page.languageIndex
+                            // A new list of names, after a change of language, puts the box
+                            // back on its first entry; it shows the chosen language again.
+                            onModelChanged: languageBox.currentIndex = Qt.binding(() => page.languageIndex)
                             Accessible.name: qsTr("Language")
                             onActivated: (index) => page.setLanguage(index)
                         }
@@ -366,16 +389,29 @@ FocusScope {
         }
     }
 
-    Dialog {
+    ThemedDialog {
         id: resetDialog
         objectName: "resetDialog"
         parent: Overlay.overlay
         anchors.centerIn: parent
-        modal: true
         title: qsTr("Reset all settings?")
-        standardButtons: Dialog.Reset | Dialog.Cancel
-        Label {
+        buttons: [
+            ToolButtonX {
+                objectName: "resetCancelButton"
+                text: qsTr("Cancel")
+                onClicked: resetDialog.reject()
+            },
+            ToolButtonX {
+                objectName: "resetConfirmButton"
+                text: qsTr("Reset")
+                primary: true
+                onClicked: resetDialog.reset()
+            }
+        ]
+        Text {
             text: qsTr("This cannot be undone.")
+            color: Theme.textMuted
+            font.pixelSize: Theme.fontBody
         }
         onReset: {
             page.reset()

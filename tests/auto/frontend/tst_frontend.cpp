@@ -5,6 +5,7 @@
 
 #include <korvexdashboard.h>
 
+#include <QColor>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
@@ -18,6 +19,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QtQuickTest/quicktest.h>
 
 #include <memory>
 
@@ -55,7 +57,11 @@ private Q_SLOTS:
     void searchSortAndFavorite();
     void enterAndLeaveFolders();
     void changeAndResetSettings();
+    void germanAtOnce();
+    void settingsSectionByMouse_data();
+    void settingsSectionByMouse();
     void aboutShowsTheLicence();
+    void aboutFollowsTheTheme();
 
     void emptyLabelFolder();
     void missingLabelFolder();
@@ -195,10 +201,14 @@ QList<QQuickItem *> tst_Frontend::findItems(QObject *in, const QString &objectNa
     return found;
 }
 
+// Clicks where a user would, once the frame showing the item is ready: until the window's next
+// polish, a list view that has just become visible still hides (culls) its delegates, and
+// events pass through them to the view.
 void tst_Frontend::click(QQuickItem *item)
 {
     QVERIFY(item);
     QVERIFY(item->isVisible());
+    QVERIFY(QQuickTest::qWaitForPolish(m_host->window()));
     const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
     QTest::mouseClick(m_host->window(), Qt::LeftButton, {}, centre.toPoint());
 }
@@ -419,12 +429,147 @@ void tst_Frontend::changeAndResetSettings()
     click(findItem(page, QStringLiteral("resetButton")));
     QObject *dialog = page->property("resetDialog").value<QObject *>();
     QTRY_VERIFY(dialog->property("opened").toBool());
-    QMetaObject::invokeMethod(dialog, "reset");
+    click(findItem(dialog, QStringLiteral("resetConfirmButton")));
+    QTRY_VERIFY(!dialog->property("visible").toBool());
     QCOMPARE(settings->property("settingAppearance").toBool(), true);
     QCOMPARE(page->property("units").toInt(), 0);
     QCOMPARE(m_host->services()->languageCode(), QStringLiteral("en_US"));
     nav = find("navigationBar")->property("navItems").toList();
     QCOMPARE(nav.first().value<NavigationItem>().navName, QStringLiteral("Home"));
+}
+
+// Texts on screen in one language, by where they are: the object, and the property showing it.
+struct ShownText
+{
+    const char *page;
+    const char *objectName;
+    const char *property;
+    const char *english;
+    const char *german;
+};
+
+void tst_Frontend::germanAtOnce()
+{
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    QObject *settings = rootObject("settings");
+    QObject *page = find("settingsPage");
+    QObject *about = rootObject("aboutDialog");
+    const ShownText texts[] = {
+        { "settings", "languageBox", "displayText", "English", "Deutsch" },
+        { "settings", "section_1", "text", "Language", "Sprache" },
+        { "settings", "section_5", "text", "Reset Settings", "Einstellungen zurücksetzen" },
+        { "settings", "overflowButton", "text", "More", "Mehr" },
+        { "settings", "nav_0_-1", "text", "Home", "Startseite" },
+        { "home", "tab_0", "text", "Recently viewed", "Zuletzt angesehen" },
+        { "home", "searchField", "placeholderText", "Search labels", "Etiketten suchen" },
+        { "home", "sortBox", "displayText", "Name A to Z", "Name A bis Z" },
+        { "home", "premadeBannerButton", "text", "Browse signs", "Schilder durchsuchen" },
+    };
+    const auto expectShown = [&](bool german) {
+        for (const ShownText &text : texts) {
+            showPage(QLatin1String(text.page));
+            page->setProperty("section", int(SettingsNavigationModel::NAV_LANGUAGE));
+            QQuickItem *item = findItem(m_host->rootItem(), QLatin1String(text.objectName));
+            QVERIFY2(item, text.objectName);
+            QCOMPARE(item->property(text.property).toString(), QString::fromUtf8(german ? text.german : text.english));
+        }
+        showPage(QStringLiteral("about"));
+        QTRY_VERIFY(about->property("opened").toBool());
+        QCOMPARE(about->property("title").toString(),
+                 german ? QStringLiteral("Über Korvex PRO") : QStringLiteral("About Korvex PRO"));
+        QCOMPARE(findItem(about, QStringLiteral("aboutCloseButton"))->property("text").toString(),
+                 german ? QStringLiteral("Schließen") : QStringLiteral("Close"));
+        QMetaObject::invokeMethod(about, "close");
+        QTRY_VERIFY(!about->property("visible").toBool());
+    };
+    expectShown(false);
+    if (QTest::currentTestFailed())
+        return;
+
+    // German from the language box, as a user picks it.
+    const auto choose = [&](const QString &code) {
+        showPage(QStringLiteral("settings"));
+        page->setProperty("section", int(SettingsNavigationModel::NAV_LANGUAGE));
+        QQuickItem *box = findItem(page, QStringLiteral("languageBox"));
+        QVERIFY(box);
+        QObject *contents = rootObject("settingsPage")->property("contents").value<QObject *>();
+        int index = -1;
+        for (int i = 0; i < box->property("count").toInt(); ++i) {
+            QString candidate;
+            QMetaObject::invokeMethod(contents, "getLanguageCode", Q_RETURN_ARG(QString, candidate), Q_ARG(int, i));
+            if (candidate == code)
+                index = i;
+        }
+        QVERIFY2(index >= 0, qPrintable(code));
+        box->setProperty("currentIndex", index);
+        QMetaObject::invokeMethod(box, "activated", Q_ARG(int, index));
+        QVariant stored;
+        QMetaObject::invokeMethod(settings, "getSetting", Q_RETURN_ARG(QVariant, stored),
+                                  Q_ARG(QString, settings->property("KEY_LANGUAGE").toString()), Q_ARG(QVariant, QString()));
+        QCOMPARE(stored.toString(), code);
+        QCOMPARE(m_host->services()->languageCode(), code);
+    };
+    choose(QStringLiteral("de_DE"));
+    expectShown(true);
+    if (QTest::currentTestFailed())
+        return;
+    // The long German names are shown whole: the side bar widens for them, a settings section
+    // takes two lines.
+    using G = DashboardGlobal;
+    showPage(QStringLiteral("settings"));
+    const QString longNames[] = { QStringLiteral("nav_%1_%2").arg(G::NAV_APP).arg(G::APP_PIPEMARKING),
+                                  QStringLiteral("nav_%1_%2").arg(G::NAV_APP).arg(G::APP_LABELDESIGNER),
+                                  QStringLiteral("section_%1").arg(SettingsNavigationModel::NAV_RESET) };
+    for (const QString &name : longNames) {
+        QQuickItem *button = findItem(m_host->rootItem(), name);
+        QVERIFY2(button, qPrintable(name));
+        QVERIFY(QQuickTest::qWaitForPolish(m_host->window()));
+        const auto labels = button->property("contentItem").value<QQuickItem *>()->childItems();
+        const auto label = std::find_if(labels.begin(), labels.end(), [button](QQuickItem *child) {
+            return child->property("text") == button->property("text");
+        });
+        QVERIFY2(label != labels.end(), qPrintable(name));
+        QVERIFY2(!(*label)->property("truncated").toBool(), qPrintable(button->property("text").toString()));
+    }
+    {
+        QSettings store(settingsFile(), QSettings::IniFormat);
+        QCOMPARE(store.value(QStringLiteral("locale/language")).toString(), QStringLiteral("de_DE"));
+    }
+    choose(QStringLiteral("en_US"));
+    if (QTest::currentTestFailed())
+        return;
+    expectShown(false);
+}
+
+void tst_Frontend::settingsSectionByMouse_data()
+{
+    QTest::addColumn<int>("section");
+    QTest::addColumn<QString>("pane");
+    using S = SettingsNavigationModel;
+    QTest::newRow("language") << int(S::NAV_LANGUAGE) << QStringLiteral("languagePane");
+    QTest::newRow("appearance") << int(S::NAV_APPEARANCE) << QStringLiteral("appearancePane");
+    QTest::newRow("privacy") << int(S::NAV_PRIVACY) << QStringLiteral("privacyPane");
+    QTest::newRow("cloud") << int(S::NAV_CLOUD) << QStringLiteral("cloudPane");
+    QTest::newRow("reset") << int(S::NAV_RESET) << QStringLiteral("resetPane");
+}
+
+void tst_Frontend::settingsSectionByMouse()
+{
+    QFETCH(int, section);
+    QFETCH(QString, pane);
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    showPage(QStringLiteral("settings"));
+    QObject *page = find("settingsPage");
+    QCOMPARE(page->property("section").toInt(), int(SettingsNavigationModel::NAV_UNITS));
+    QVERIFY(findItem(page, QStringLiteral("unitsPane")));
+    QVERIFY(findItems(page, pane).isEmpty());
+
+    // A press and release at the centre of the section's row, right after the page opened.
+    click(findItem(page, QStringLiteral("section_%1").arg(section)));
+    QCOMPARE(page->property("section").toInt(), section);
+    QCOMPARE(find("settingsSections")->property("currentIndex").toInt(), section);
+    QVERIFY(findItem(page, pane));
+    QVERIFY(findItems(page, QStringLiteral("unitsPane")).isEmpty());
 }
 
 void tst_Frontend::aboutShowsTheLicence()
@@ -439,6 +584,40 @@ void tst_Frontend::aboutShowsTheLicence()
     QObject *text = about->property("licenseArea").value<QObject *>();
     QCOMPARE(text->property("text").toString(), QString::fromUtf8(english.readAll()));
     QVERIFY(about->findChild<QObject *>(QStringLiteral("installedVersion")));
+    click(findItem(about, QStringLiteral("aboutCloseButton")));
+    QTRY_VERIFY(!about->property("visible").toBool());
+}
+
+// The About box is drawn in the colours of the pages, light and dark.
+void tst_Frontend::aboutFollowsTheTheme()
+{
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    QObject *settings = rootObject("settings");
+    QObject *about = rootObject("aboutDialog");
+    // A surface of the pages: the frame of the settings sections.
+    QObject *surface = find("settingsSections")->parent();
+    const auto colour = [](QObject *item, const char *property) {
+        return item->property(property).value<QObject *>()->property("color").value<QColor>();
+    };
+    QColor light;
+    for (bool dark : { false, true }) {
+        QMetaObject::invokeMethod(settings, "setSetting", Q_ARG(QString, settings->property("KEY_APPEARANCE").toString()),
+                                  Q_ARG(QVariant, !dark));
+        QTRY_COMPARE(settings->property("settingAppearance").toBool(), !dark);
+        showPage(QStringLiteral("about"));
+        QTRY_VERIFY(about->property("opened").toBool());
+        const QColor background = colour(about, "background");
+        QCOMPARE(background, surface->property("color").value<QColor>());
+        // The title is in the text colour of the pages' titles.
+        QCOMPARE(about->property("header").value<QObject *>()->property("color").value<QColor>(),
+                 qobject_cast<QQuickItem *>(find("unitsPane"))->childItems().constFirst()->property("color").value<QColor>());
+        if (dark)
+            QVERIFY(background != light);
+        else
+            light = background;
+        QMetaObject::invokeMethod(about, "close");
+        QTRY_VERIFY(!about->property("visible").toBool());
+    }
 }
 
 void tst_Frontend::emptyLabelFolder()

@@ -116,6 +116,8 @@ void tst_MeatballsNavigationModel::germanTranslation()
     MeatballsNavigationModel meatballs;
     QCoreApplication::removeTranslator(&translator);
 
+    QCOMPARE(meatballs.getMeatballsNavItemsList().at(0).value<MeatballsNavigationItem>().navName,
+             QStringLiteral("Über"));
     QCOMPARE(meatballs.getMeatballsNavItemsList().at(1).value<MeatballsNavigationItem>().navName,
              QStringLiteral("Einstellungen"));
     QCOMPARE(meatballs.getMeatballsNavItemsList().at(2).value<MeatballsNavigationItem>().navName,
