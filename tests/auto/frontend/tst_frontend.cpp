@@ -452,8 +452,10 @@ void tst_Frontend::germanAtOnce()
 {
     QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
     QObject *settings = rootObject("settings");
+    // The settings page and the About box are made when first shown.
+    showPage(QStringLiteral("settings"));
     QObject *page = find("settingsPage");
-    QObject *about = rootObject("aboutDialog");
+    QVERIFY(page);
     const ShownText texts[] = {
         { "settings", "languageBox", "displayText", "English", "Deutsch" },
         { "settings", "section_1", "text", "Language", "Sprache" },
@@ -474,6 +476,8 @@ void tst_Frontend::germanAtOnce()
             QCOMPARE(item->property(text.property).toString(), QString::fromUtf8(german ? text.german : text.english));
         }
         showPage(QStringLiteral("about"));
+        QObject *about = rootObject("aboutDialog");
+        QVERIFY(about);
         QTRY_VERIFY(about->property("opened").toBool());
         QCOMPARE(about->property("title").toString(),
                  german ? QStringLiteral("Über Korvex PRO") : QStringLiteral("About Korvex PRO"));
@@ -593,8 +597,9 @@ void tst_Frontend::aboutFollowsTheTheme()
 {
     QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
     QObject *settings = rootObject("settings");
-    QObject *about = rootObject("aboutDialog");
-    // A surface of the pages: the frame of the settings sections.
+    // A surface of the pages: the frame of the settings sections (the page is made when first
+    // shown).
+    showPage(QStringLiteral("settings"));
     QObject *surface = find("settingsSections")->parent();
     const auto colour = [](QObject *item, const char *property) {
         return item->property(property).value<QObject *>()->property("color").value<QColor>();
@@ -605,6 +610,8 @@ void tst_Frontend::aboutFollowsTheTheme()
                                   Q_ARG(QVariant, !dark));
         QTRY_COMPARE(settings->property("settingAppearance").toBool(), !dark);
         showPage(QStringLiteral("about"));
+        QObject *about = rootObject("aboutDialog");
+        QVERIFY(about);
         QTRY_VERIFY(about->property("opened").toBool());
         const QColor background = colour(about, "background");
         QCOMPARE(background, surface->property("color").value<QColor>());
