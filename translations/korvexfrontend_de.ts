@@ -16,6 +16,10 @@
         <translation>Verfügbare Version: %1</translation>
     </message>
     <message>
+        <source>Available version: unknown</source>
+        <translation>Verfügbare Version: unbekannt</translation>
+    </message>
+    <message>
         <source>Available version: %1 (you are up to date)</source>
         <translation>Verfügbare Version: %1 (Sie sind auf dem neuesten Stand)</translation>
     </message>

@@ -49,9 +49,12 @@ ThemedDialog {
                 }
                 Text {
                     objectName: "availableVersion"
-                    text: dialog.upgrader.isUpdateAvailable
-                          ? qsTr("Available version: %1").arg(dialog.upgrader.availableVersion)
-                          : qsTr("Available version: %1 (you are up to date)").arg(dialog.upgrader.availableVersion)
+                    // "X.X.XX" stands in until the update check answers, which it may never do.
+                    text: dialog.upgrader.availableVersion === "X.X.XX"
+                          ? qsTr("Available version: unknown")
+                          : dialog.upgrader.isUpdateAvailable
+                            ? qsTr("Available version: %1").arg(dialog.upgrader.availableVersion)
+                            : qsTr("Available version: %1 (you are up to date)").arg(dialog.upgrader.availableVersion)
                     color: dialog.upgrader.isUpdateAvailable ? Theme.accent : Theme.textMuted
                     font.pixelSize: Theme.fontBody
                 }

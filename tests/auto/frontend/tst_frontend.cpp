@@ -588,6 +588,10 @@ void tst_Frontend::aboutShowsTheLicence()
     QObject *text = about->property("licenseArea").value<QObject *>();
     QCOMPARE(text->property("text").toString(), QString::fromUtf8(english.readAll()));
     QVERIFY(about->findChild<QObject *>(QStringLiteral("installedVersion")));
+    // No version manifest beside the test: the available version is not known, and the box
+    // does not claim the user is up to date.
+    QCOMPARE(about->findChild<QObject *>(QStringLiteral("availableVersion"))->property("text").toString(),
+             QStringLiteral("Available version: unknown"));
     click(findItem(about, QStringLiteral("aboutCloseButton")));
     QTRY_VERIFY(!about->property("visible").toBool());
 }
