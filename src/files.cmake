@@ -26,6 +26,7 @@ korvex_dashboard_add_sources(
         Controllers/my_labels_controller.cpp
         Controllers/recently_viewed_controller.cpp
         Controllers/favorites_controller.cpp
+        Controllers/file_status.cpp
         Controllers/label_tree_walker.cpp
         Controllers/local_times.cpp
         ${_files_platform})

@@ -23,27 +23,19 @@ qint64 toMSecs(const struct statx_timestamp &t)
 
 FileStatus FileStatus::of(const QString &path)
 {
-    FileStatus status;
 #if defined(STATX_BTIME)
-    const QByteArray native = QFile::encodeName(path);
-    struct statx buffer;
-    // The flags and the mask QFileInfo uses, so a birth time is there exactly when it gives one.
+    FileStatus status;
     // A name with a NUL in it names no file (QFileInfo refuses it too).
     if (path.isEmpty() || path.contains(QChar(0)))
         return status;
+    const QByteArray native = QFile::encodeName(path);
+    struct statx buffer;
+    // The flags and the mask QFileInfo uses, so a birth time is there exactly when it gives one.
     if (statx(AT_FDCWD, native.constData(), AT_STATX_SYNC_AS_STAT | AT_NO_AUTOMOUNT, STATX_ALL, &buffer) != 0) {
         if (errno != ENOSYS)
             return status;
         // A kernel without statx: QFileInfo answers with stat, and so does it here.
-        const QFileInfo info(path);
-        status.isFile = info.isFile();
-        if (!status.isFile)
-            return status;
-        status.isReadable = info.isReadable();
-        status.isWritable = info.isWritable();
-        status.birthTime = info.birthTime().toUTC();
-        status.lastModified = info.lastModified().toUTC();
-        return status;
+        return fromFileInfo(QFileInfo(path));
     }
     status.isFile = S_ISREG(buffer.stx_mode);
     if (!status.isFile)
@@ -61,15 +53,8 @@ FileStatus FileStatus::of(const QString &path)
     const qint64 modified = toMSecs(buffer.stx_mtime);
     if (modified != 0)
         status.lastModified = QDateTime::fromMSecsSinceEpoch(modified, Qt::UTC);
-#else
-    const QFileInfo info(path);
-    status.isFile = info.isFile();
-    if (!status.isFile)
-        return status;
-    status.isReadable = info.isReadable();
-    status.isWritable = info.isWritable();
-    status.birthTime = info.birthTime().toUTC();
-    status.lastModified = info.lastModified().toUTC();
-#endif
     return status;
+#else
+    return fromFileInfo(QFileInfo(path));
+#endif
 }

@@ -4,14 +4,5 @@
 
 FileStatus FileStatus::of(const QString &path)
 {
-    const QFileInfo info(path);
-    FileStatus status;
-    status.isFile = info.isFile();
-    if (!status.isFile)
-        return status;
-    status.isReadable = info.isReadable();
-    status.isWritable = info.isWritable();
-    status.birthTime = info.birthTime().toUTC();
-    status.lastModified = info.lastModified().toUTC();
-    return status;
+    return fromFileInfo(QFileInfo(path));
 }
