@@ -9,6 +9,7 @@
 //    ping-pongs sent the same way.
 #include "Controllers/qvipc_message.h"
 #include "native_window_system.h"
+#include "x11_bench_atoms.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QElapsedTimer>
@@ -31,15 +32,6 @@ namespace {
 constexpr int ROUNDS = 3000;
 constexpr int BROADCASTS = 500;
 constexpr int MODULES = 8;
-
-xcb_atom_t intern(xcb_connection_t *c, const char *name)
-{
-    xcb_intern_atom_reply_t *r =
-            xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, std::uint16_t(std::strlen(name)), name), nullptr);
-    const xcb_atom_t atom = r ? r->atom : XCB_NONE;
-    std::free(r);
-    return atom;
-}
 
 class Collector : public QAbstractNativeEventFilter
 {
@@ -110,8 +102,8 @@ int main(int argc, char **argv)
     }
     NativeWindowBackend *backend = NativeWindowSystem::backend();
     xcb_connection_t *raw = xcb_connect(nullptr, nullptr);
-    const xcb_atom_t ping = intern(raw, "_KORVEX_BENCH_PING");
-    const xcb_atom_t pong = intern(raw, "_KORVEX_BENCH_PONG");
+    const xcb_atom_t ping = benchAtom(raw, "_KORVEX_BENCH_PING");
+    const xcb_atom_t pong = benchAtom(raw, "_KORVEX_BENCH_PONG");
     QWindow window;
     window.create();
     const WindowHandle self = WindowHandle(window.winId());

@@ -3,6 +3,7 @@
 // in wParam, as the dashboard answers a module), and a raw ping ClientMessage with a raw pong
 // on a plain xcb connection of its own, the peer figure.
 #include "native_window_system.h"
+#include "x11_bench_atoms.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QGuiApplication>
@@ -17,21 +18,12 @@ using namespace KorvexNative;
 
 namespace {
 
-xcb_atom_t intern(xcb_connection_t *c, const char *name)
-{
-    xcb_intern_atom_reply_t *r =
-            xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, std::uint16_t(std::strlen(name)), name), nullptr);
-    const xcb_atom_t atom = r ? r->atom : XCB_NONE;
-    std::free(r);
-    return atom;
-}
-
 class Echo : public QAbstractNativeEventFilter
 {
 public:
     Echo(NativeWindowBackend *backend, WindowHandle self)
         : m_backend(backend), m_self(self), m_raw(xcb_connect(nullptr, nullptr)),
-          m_ping(intern(m_raw, "_KORVEX_BENCH_PING")), m_pong(intern(m_raw, "_KORVEX_BENCH_PONG"))
+          m_ping(benchAtom(m_raw, "_KORVEX_BENCH_PING")), m_pong(benchAtom(m_raw, "_KORVEX_BENCH_PONG"))
     {
     }
     ~Echo() override { xcb_disconnect(m_raw); }
