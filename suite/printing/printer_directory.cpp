@@ -12,7 +12,11 @@
 #include <QJsonObject>
 #include <QPrinterInfo>
 #include <QSet>
+#include <QThread>
 #include <QTimer>
+
+#include <memory>
+#include <utility>
 
 namespace {
 
@@ -50,9 +54,35 @@ PrinterDirectory *PrinterDirectory::instance()
     return directory;
 }
 
-PrinterDirectory::PrinterDirectory(QObject *parent) : QObject(parent) { }
+PrinterDirectory::PrinterDirectory(QObject *parent) : QObject(parent)
+{
+    // Once the switches are set and the event loop runs: nobody starts up waiting for it.
+    QTimer::singleShot(0, this, &PrinterDirectory::startReadingRealPrinters);
+}
 
-PrinterDirectory::~PrinterDirectory() = default;
+PrinterDirectory::~PrinterDirectory()
+{
+    if (m_realReader) {
+        m_realReader->wait();
+        delete m_realReader;
+    }
+}
+
+void PrinterDirectory::startReadingRealPrinters()
+{
+    if (!m_realRefresh) {
+        // Printers come and go while the dashboard runs; nobody tells us, so we look again.
+        m_realRefresh = new QTimer(this);
+        m_realRefresh->setInterval(REAL_PRINTERS_REFRESH_MS);
+        connect(m_realRefresh, &QTimer::timeout, this, &PrinterDirectory::refreshRealPrinters);
+    }
+    if (m_realPrintersEnabled) {
+        m_realRefresh->start();
+        refreshRealPrinters();
+    } else {
+        m_realRefresh->stop();
+    }
+}
 
 void PrinterDirectory::setSimulatedPrintersFile(const QString &path)
 {
@@ -75,6 +105,11 @@ void PrinterDirectory::setRealPrintersEnabled(bool enabled)
     if (m_realPrintersEnabled == enabled)
         return;
     m_realPrintersEnabled = enabled;
+    if (!enabled) {
+        m_real.clear();
+        m_realDefault.clear();
+    }
+    startReadingRealPrinters();
     Q_EMIT printersChanged();
 }
 
@@ -167,7 +202,12 @@ void PrinterDirectory::reload()
     const QList<Printer> previous = m_simulated;
     const QString previousDefault = defaultPrinterName();
     m_simulated = next;
+    announceChanges(previous, next, previousDefault);
+}
 
+void PrinterDirectory::announceChanges(const QList<Printer> &previous, const QList<Printer> &next,
+                                       const QString &previousDefault)
+{
     auto find = [](const QList<Printer> &list, const QString &name) -> const Printer * {
         for (const Printer &p : list)
             if (p.info.printerName == name)
@@ -199,12 +239,10 @@ void PrinterDirectory::reload()
         Q_EMIT defaultPrinterChanged(nextDefault);
 }
 
-QList<PrinterDirectory::Printer> PrinterDirectory::realPrinters() const
+PrinterDirectory::RealReading PrinterDirectory::readRealPrinters()
 {
-    QList<Printer> printers;
-    if (!m_realPrintersEnabled)
-        return printers;
-    const QString defaultName = QPrinterInfo::defaultPrinterName();
+    RealReading reading;
+    reading.defaultName = QPrinterInfo::defaultPrinterName();
     const QList<QPrinterInfo> infos = QPrinterInfo::availablePrinters();
     for (const QPrinterInfo &info : infos) {
         Printer printer;
@@ -212,10 +250,46 @@ QList<PrinterDirectory::Printer> PrinterDirectory::realPrinters() const
         printer.info.driverName = info.makeAndModel();
         printer.info.location = info.location();
         printer.status = printerStateToStatus(info.state());
-        printer.isDefault = info.printerName() == defaultName;
-        printers << printer;
+        printer.isDefault = info.printerName() == reading.defaultName;
+        reading.printers << printer;
     }
-    return printers;
+    return reading;
+}
+
+void PrinterDirectory::refreshRealPrinters()
+{
+    if (!m_realPrintersEnabled)
+        return;
+    if (m_realReader) {
+        m_realRefreshAgain = true;
+        return;
+    }
+    // The print system can take long to answer (a server on the network, a sleeping
+    // printer): it is asked on a thread of its own, so no caller waits for it.
+    auto reading = std::make_shared<RealReading>();
+    m_realReader = QThread::create([reading] { *reading = readRealPrinters(); });
+    m_realReader->setObjectName(QStringLiteral("printer reader"));
+    connect(m_realReader, &QThread::finished, this, [this, reading] {
+        m_realReader->wait(); // finished() comes from the thread just before it ends
+        delete m_realReader;
+        m_realReader = nullptr;
+        if (m_realPrintersEnabled) {
+            const QList<Printer> previous = m_real;
+            const QString previousDefault = defaultPrinterName();
+            m_real = reading->printers;
+            m_realDefault = reading->defaultName;
+            announceChanges(previous, m_real, previousDefault);
+        }
+        Q_EMIT realPrintersRead();
+        if (std::exchange(m_realRefreshAgain, false))
+            refreshRealPrinters();
+    });
+    m_realReader->start(QThread::LowPriority);
+}
+
+QList<PrinterDirectory::Printer> PrinterDirectory::realPrinters() const
+{
+    return m_realPrintersEnabled ? m_real : QList<Printer>();
 }
 
 QList<PrinterDirectory::Printer> PrinterDirectory::printers() const
@@ -255,7 +329,5 @@ QString PrinterDirectory::defaultPrinterName() const
     for (const Printer &p : m_simulated)
         if (p.isDefault)
             return p.info.printerName;
-    if (m_realPrintersEnabled)
-        return QPrinterInfo::defaultPrinterName();
-    return QString();
+    return m_realPrintersEnabled ? m_realDefault : QString();
 }

@@ -11,10 +11,14 @@
 #include <QStringList>
 
 class QFileSystemWatcher;
+class QThread;
+class QTimer;
 
 // Everything the printing library knows about printers: the machine's real printers through
 // Qt's print support (CUPS on Linux), and simulated printers read from a JSON file that is
 // watched, so editing the file while the dashboard runs drives printer events by hand.
+// The real printers are read on another thread, once the event loop runs and then every
+// REAL_PRINTERS_REFRESH_MS; until the first reading is in, there are none.
 class KORVEXSUITE_EXPORT PrinterDirectory : public QObject
 {
     Q_OBJECT
@@ -37,6 +41,7 @@ public:
 
     // Bigger files are refused: the file is edited by hand and never needs this much.
     static constexpr qint64 MAX_FILE_SIZE = 4 * 1024 * 1024;
+    static constexpr int REAL_PRINTERS_REFRESH_MS = 10000;
 
     // The process's directory, created on first use as a child of the application object.
     // Its file and switches start from KORVEX_SIMULATED_PRINTERS, KORVEX_FIRMWARE_MANIFEST
@@ -70,8 +75,20 @@ Q_SIGNALS:
     // A printer came, went or changed its texts, exclusion, type or firmware.
     void printersChanged();
     void defaultPrinterChanged(QString printerName);
+    // A reading of the real printers is in (after the signals of what it changed).
+    void realPrintersRead();
 
 private:
+    struct RealReading
+    {
+        QList<Printer> printers;
+        QString defaultName;
+    };
+    static RealReading readRealPrinters();
+    void startReadingRealPrinters();
+    void refreshRealPrinters();
+    void announceChanges(const QList<Printer> &previous, const QList<Printer> &next,
+                         const QString &previousDefault);
     QList<Printer> realPrinters() const;
     QList<Printer> readSimulatedFile(bool *ok) const;
     void watch();
@@ -83,4 +100,9 @@ private:
     QList<Printer> m_simulated;
     QFileSystemWatcher *m_watcher = nullptr;
     bool m_reloadPending = false;
+    QList<Printer> m_real;
+    QString m_realDefault;
+    QThread *m_realReader = nullptr;
+    bool m_realRefreshAgain = false;
+    QTimer *m_realRefresh = nullptr;
 };

@@ -4,6 +4,7 @@
 #include "log_capture.h"
 #include "printer_fixture.h"
 
+#include <QPrinterInfo>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -29,6 +30,7 @@ private Q_SLOTS:
     void oversizedFileIsRefused();
     void removedAndRecreatedFile();
     void realPrintersDoNotDisturbSimulatedOnes();
+    void realPrintersOffForgetsAReadingUnderWay();
 
 private:
     PrinterDirectory *directory() const { return PrinterDirectory::instance(); }
@@ -221,7 +223,9 @@ void tst_PrinterDirectory::realPrintersDoNotDisturbSimulatedOnes()
 {
     // Whatever the print system of this machine lists, the simulated printers stay, and a
     // real printer of the same name gives way to the simulated one.
+    QSignalSpy read(directory(), &PrinterDirectory::realPrintersRead);
     directory()->setRealPrintersEnabled(true);
+    QVERIFY(read.wait());
     const auto printers = directory()->printers();
     directory()->setRealPrintersEnabled(false);
     int simulated = 0;
@@ -233,6 +237,27 @@ void tst_PrinterDirectory::realPrintersDoNotDisturbSimulatedOnes()
     }
     QCOMPARE(simulated, 2);
     QCOMPARE(printers.last().info.printerName, QStringLiteral("P2"));
+    // Every other entry is one the print system lists.
+    const QStringList system = QPrinterInfo::availablePrinterNames();
+    for (const auto &p : printers)
+        QVERIFY2(p.simulated || system.contains(p.info.printerName), qPrintable(p.info.printerName));
+    QCOMPARE(printers.size() - simulated, int(std::count_if(system.cbegin(), system.cend(), [&](const QString &name) {
+        return name != QLatin1String("P1") && name != QLatin1String("P2");
+    })));
+}
+
+void tst_PrinterDirectory::realPrintersOffForgetsAReadingUnderWay()
+{
+    // A reading that arrives after the real printers were switched off adds nothing.
+    QSignalSpy read(directory(), &PrinterDirectory::realPrintersRead);
+    QSignalSpy changed(directory(), &PrinterDirectory::printersChanged);
+    directory()->setRealPrintersEnabled(true);
+    directory()->setRealPrintersEnabled(false);
+    changed.clear();
+    QVERIFY(read.wait());
+    QCOMPARE(changed.count(), 0);
+    for (const auto &p : directory()->printers())
+        QVERIFY2(p.simulated, qPrintable(p.info.printerName));
 }
 
 QTEST_MAIN(tst_PrinterDirectory)
