@@ -35,11 +35,14 @@ int main(int argc, char *argv[])
     options.labelFolder = parser.value(labelFolder);
     options.seedLabelFolder = !parser.isSet(noSeed);
     options.testMode = parser.isSet(testMode);
-    if (!host.start(options)) {
+    const auto reportFailure = [&host] {
         QTextStream(stderr) << "The dashboard's front end could not be loaded:\n"
                             << host.errors().join(QLatin1Char('\n')) << '\n';
-        return 1;
-    }
+    };
+    QObject::connect(&host, &DashboardHost::failed, &app, [&] {
+        reportFailure();
+        app.exit(1);
+    });
 
     std::unique_ptr<ScreenshotTour> screenshots;
     if (parser.isSet(tour)) {
@@ -52,7 +55,11 @@ int main(int argc, char *argv[])
                 out << "screenshot failed: " << file << '\n';
             app.exit(ok ? 0 : 1);
         });
-        screenshots->start();
+        QObject::connect(&host, &DashboardHost::ready, screenshots.get(), &ScreenshotTour::start);
+    }
+    if (!host.start(options)) {
+        reportFailure();
+        return 1;
     }
     return app.exec();
 }

@@ -2,7 +2,9 @@
 
 #include "host_services.h"
 #include "label_folder.h"
+#include "start_shell.h"
 
+#include <Controllers/dashboard_settings_controller.h>
 #include <dashboard_main_window.h>
 #include <locale/qvlocale_languages.h>
 
@@ -34,6 +36,7 @@ DashboardHost::~DashboardHost()
     }
     // The front end goes first: its items live in the window and its objects in the engine.
     delete m_root.data();
+    delete m_shell.data();
     m_window.reset();
     m_engine.reset();
     removeTranslators();
@@ -96,19 +99,6 @@ bool DashboardHost::start(const Options &options)
         applyLanguage(languages.getLanguageCode(languages.getCurrentLanguageId()));
     }
 
-    // Reading the system's fonts is the first text's biggest cost; another thread does it
-    // while this one makes the window and the engine loads the front end's types.
-    warmUpFonts();
-
-    m_engine = std::make_unique<QQmlEngine>();
-    QObject::connect(m_engine.get(), &QQmlEngine::quit, QCoreApplication::instance(),
-                     &QCoreApplication::quit, Qt::QueuedConnection);
-    m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
-    const QUrl mainUrl(QStringLiteral("qrc:/qt/qml/Korvex/Dashboard/Main.qml"));
-    // The engine's loader thread reads the front end's types and imports meanwhile; the
-    // synchronous component below then waits for that same load instead of starting its own.
-    QQmlComponent preload(m_engine.get(), mainUrl, QQmlComponent::Asynchronous);
-
     m_labelFolder = options.labelFolder.isEmpty() ? LabelFolder::defaultPath() : options.labelFolder;
     if (options.seedLabelFolder)
         LabelFolder::seed(m_labelFolder);
@@ -117,11 +107,37 @@ bool DashboardHost::start(const Options &options)
     m_window->setTitle(QStringLiteral("Korvex PRO"));
     m_window->setMinimumSize(QSize(900, 560));
     m_window->setTestModeEnabled(options.testMode);
+    // Until the front end is made, the window shows its shell: on screen at once, in the
+    // user's theme, where the pages then fill in. The engine and the front end's types
+    // (controls, layouts) cost several times an empty window's start.
+    m_shell = new StartShell(!DashboardSettingsController().settingAppearance(), m_window->contentItem());
 
     m_services = new HostServices(m_labelFolder, this);
     m_services->setLanguageHandler([this](const QString &code) { applyLanguage(code); });
 
-    QQmlComponent component(m_engine.get(), mainUrl);
+    if (!options.show)
+        return makeFrontEnd();
+    connect(m_window.get(), &QQuickWindow::frameSwapped, this, [this] {
+        // Reading the system's fonts is the first text's biggest cost; another thread does
+        // it while this one makes the front end.
+        warmUpFonts();
+        QTimer::singleShot(0, this, [this] {
+            if (!makeFrontEnd())
+                Q_EMIT failed();
+        });
+    }, Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
+    m_window->show();
+    return true;
+}
+
+bool DashboardHost::makeFrontEnd()
+{
+    m_engine = std::make_unique<QQmlEngine>();
+    QObject::connect(m_engine.get(), &QQmlEngine::quit, QCoreApplication::instance(),
+                     &QCoreApplication::quit, Qt::QueuedConnection);
+    m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+
+    QQmlComponent component(m_engine.get(), QUrl(QStringLiteral("qrc:/qt/qml/Korvex/Dashboard/Main.qml")));
     if (!component.isReady()) {
         // Creating from a component that failed to load crashes in Qt 6.4.
         for (const QQmlError &error : component.errors())
@@ -143,6 +159,7 @@ bool DashboardHost::start(const Options &options)
         return false;
     }
     m_root->setParentItem(m_window->contentItem());
+    delete m_shell.data();
     // What the first screen does not show is made once it is out, before anyone can ask.
     connect(m_window.get(), &QQuickWindow::frameSwapped, this, [this] {
         QTimer::singleShot(0, this, [this] {
@@ -150,7 +167,6 @@ bool DashboardHost::start(const Options &options)
                 QMetaObject::invokeMethod(m_root, "makeDeferredParts");
         });
     }, Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
-    if (options.show)
-        m_window->show();
+    Q_EMIT ready();
     return true;
 }

@@ -38,10 +38,16 @@ public:
     explicit DashboardHost(QObject *parent = nullptr);
     ~DashboardHost() override;
 
-    // False when the front end could not be created; errors() tells why.
+    // Shows the window with its shell (StartShell) at once and makes the QML engine and the
+    // front end once that frame is out (at once, when the window is not shown); ready() or
+    // failed() tells the outcome. False when the front end was to be made at once and could
+    // not be; errors() tells why.
     bool start(const Options &options);
+    // True once the front end is in the window.
+    bool isReady() const { return !m_root.isNull(); }
 
     DashboardMainWindow *window() const { return m_window.get(); }
+    // Both null until the front end is made.
     QQmlEngine *engine() const { return m_engine.get(); }
     QQuickItem *rootItem() const { return m_root; }
     HostServices *services() const { return m_services; }
@@ -52,13 +58,21 @@ public:
     // makes it the default locale and re-translates the loaded interface.
     void applyLanguage(const QString &code);
 
+Q_SIGNALS:
+    // The front end is in the window: rootItem() is set.
+    void ready();
+    // The front end could not be made after start() returned; errors() tells why.
+    void failed();
+
 private:
+    bool makeFrontEnd();
     void removeTranslators();
     void warmUpFonts();
 
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<DashboardMainWindow> m_window;
     QPointer<QQuickItem> m_root;
+    QPointer<QQuickItem> m_shell;
     HostServices *m_services = nullptr;
     QString m_labelFolder;
     QStringList m_errors;

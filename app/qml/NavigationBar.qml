@@ -28,7 +28,7 @@ Rectangle {
         let widest = 0
         for (let i = 0; i < bar.navItems.length; ++i)
             widest = Math.max(widest, labelMetrics.advanceWidth(bar.navItems[i].navName))
-        return Math.ceil(Math.min(300, Math.max(224, widest + 98)))
+        return Math.ceil(Math.min(300, Math.max(WindowShell.sideBarMinimumWidth, widest + 98)))
     }
 
     FontMetrics {

@@ -9,7 +9,7 @@ QtObject {
     readonly property QVDashboardIcons icons: QVDashboardIcons {}
     readonly property string iconFont: icons.fontFamily
 
-    readonly property color window: dark ? "#14161b" : "#f3f4f6"
+    readonly property color window: WindowShell.windowColor(dark)
     readonly property color surface: dark ? "#1d2027" : "#ffffff"
     readonly property color surfaceAlt: dark ? "#262a32" : "#eceef2"
     readonly property color surfaceHover: dark ? "#2d323b" : "#e3e7ec"
@@ -26,7 +26,7 @@ QtObject {
     readonly property color info: dark ? "#24344d" : "#e6effc"
     readonly property color favorite: "#f2a900"
 
-    readonly property color navBackground: dark ? "#0f1115" : "#1f2630"
+    readonly property color navBackground: WindowShell.sideBarColor(dark)
     readonly property color navHover: dark ? "#1c2027" : "#2b3440"
     readonly property color navSelected: dark ? "#262b34" : "#34404e"
     readonly property color navText: "#d3d8df"

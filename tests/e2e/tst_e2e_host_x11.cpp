@@ -416,6 +416,7 @@ void tst_E2eHostX11::hostShowsItsWindow()
     options.labelFolder = m_scratch.filePath(QStringLiteral("layout-labels"));
     QVERIFY2(m_layout->start(options), qPrintable(m_layout->errors().join(u'\n')));
     QVERIFY(QTest::qWaitForWindowExposed(m_layout->window()));
+    QTRY_VERIFY(m_layout->isReady());
     m_layout->window()->resize(window->rect.size());
     QTRY_COMPARE(m_layout->rootItem()->size().toSize(), window->rect.size());
     QVERIFY(!m_layout->window()->grabWindow().isNull()); // lays everything out

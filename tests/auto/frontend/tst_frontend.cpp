@@ -1,6 +1,7 @@
 #include "dashboard_host.h"
 #include "host_services.h"
 #include "label_folder.h"
+#include "start_shell.h"
 #include "url_recorder.h"
 
 #include <korvexdashboard.h>
@@ -10,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QJSValue>
+#include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QRegularExpression>
@@ -53,6 +55,8 @@ private Q_SLOTS:
     void cleanup();
 
     void loadsWithoutWarnings();
+    void shellFirst_data();
+    void shellFirst();
     void everyPageFromTheNavigationBar();
     void searchSortAndFavorite();
     void enterAndLeaveFolders();
@@ -141,6 +145,9 @@ bool tst_Frontend::startHost(const QString &labelFolder, bool seed)
     // Large enough for every navigation entry to be on screen.
     m_host->window()->setGeometry(0, 0, 1400, 1000);
     if (!QTest::qWaitForWindowExposed(m_host->window()))
+        return false;
+    // The front end is made once the shell's frame is out.
+    if (!QTest::qWaitFor([this] { return m_host->isReady(); }))
         return false;
     // The lists fill right after the first frame.
     for (const char *list : { "recentList", "labelList", "favoriteList" }) {
@@ -264,6 +271,72 @@ void tst_Frontend::loadsWithoutWarnings()
     QCOMPARE(find("recentList")->property("count").toInt(), 5);
     QCOMPARE(find("favoriteList")->property("count").toInt(), 1);
     QCOMPARE(m_host->rootItem()->property("page").toString(), QStringLiteral("home"));
+}
+
+void tst_Frontend::shellFirst_data()
+{
+    QTest::addColumn<bool>("dark");
+    QTest::newRow("light") << false;
+    QTest::newRow("dark") << true;
+}
+
+void tst_Frontend::shellFirst()
+{
+    QFETCH(bool, dark);
+    {
+        QSettings store(settingsFile(), QSettings::IniFormat);
+        store.setValue(QStringLiteral("appearance"), !dark);
+    }
+    m_host = std::make_unique<DashboardHost>();
+    DashboardHost::Options options;
+    options.labelFolder = m_dir->filePath(QStringLiteral("labels"));
+    QSignalSpy ready(m_host.get(), &DashboardHost::ready);
+    QVERIFY(m_host->start(options));
+    // The window is shown with its shell; the engine and the front end come after its first frame.
+    QVERIFY(m_host->window()->isVisible());
+    QVERIFY(!m_host->isReady());
+    QVERIFY(!m_host->engine());
+
+    // What the first frame shows.
+    bool firstFrame = true;
+    bool readyAtFirstFrame = true;
+    // Each shell filling the window: dark, its page colour, its side bar colour.
+    QList<std::tuple<bool, QColor, QColor>> shells;
+    QPointer<StartShell> shell;
+    QQuickWindow *window = m_host->window();
+    connect(window, &QQuickWindow::frameSwapped, this, [&] {
+        if (!std::exchange(firstFrame, false))
+            return;
+        readyAtFirstFrame = m_host->isReady();
+        for (QQuickItem *item : window->contentItem()->childItems()) {
+            if (auto *found = qobject_cast<StartShell *>(item); found && found->isVisible()
+                && found->size() == window->contentItem()->size()) {
+                shells.append({ found->dark(), found->windowColor(), found->sideBarColor() });
+                shell = found;
+            }
+        }
+    }, Qt::DirectConnection);
+    QVERIFY(ready.wait());
+    QVERIFY(!firstFrame);
+    QVERIFY(!readyAtFirstFrame);
+    QCOMPARE(shells.size(), 1);
+    const auto [shellDark, shellWindow, shellSideBar] = shells.constFirst();
+    QCOMPARE(shellDark, dark);
+
+    // The front end took the shell's place, in the same theme and colours.
+    QVERIFY(m_host->isReady());
+    QVERIFY(shell.isNull());
+    QCOMPARE(window->contentItem()->childItems(), QList<QQuickItem *>{ m_host->rootItem() });
+    QQmlComponent themeReader(m_host->engine());
+    themeReader.setData("import QtQml\nimport Korvex.Dashboard\nQtObject { property QtObject theme: Theme }", QUrl());
+    std::unique_ptr<QObject> reader(themeReader.create());
+    QVERIFY2(reader, qPrintable(themeReader.errorString()));
+    QObject *theme = reader->property("theme").value<QObject *>();
+    QVERIFY(theme);
+    QCOMPARE(theme->property("dark").toBool(), dark);
+    QCOMPARE(theme->property("window").value<QColor>(), shellWindow);
+    QCOMPARE(theme->property("navBackground").value<QColor>(), shellSideBar);
+    QCOMPARE(find("navigationBar")->property("color").value<QColor>(), shellSideBar);
 }
 
 void tst_Frontend::everyPageFromTheNavigationBar()

@@ -51,6 +51,7 @@ void tst_FrontendKeyboard::init()
     QVERIFY2(m_host->start(options), qPrintable(m_host->errors().join(QLatin1Char('\n'))));
     window()->setGeometry(0, 0, 1400, 1000);
     QVERIFY(QTest::qWaitForWindowExposed(window()));
+    QTRY_VERIFY(m_host->isReady());
     window()->requestActivate();
     QTRY_VERIFY(window()->isActive());
 }

@@ -54,6 +54,7 @@ void tst_ModuleEmbedding::init()
     QVERIFY2(m_host->start(options), qPrintable(m_host->errors().join(QLatin1Char('\n'))));
     m_host->window()->setGeometry(0, 0, 1200, 800);
     QVERIFY(QTest::qWaitForWindowExposed(m_host->window()));
+    QTRY_VERIFY(m_host->isReady());
 
     // The scaled build of this test must really run scaled, or it proves nothing.
     const double wanted = qEnvironmentVariableIsSet("QT_SCALE_FACTOR")
