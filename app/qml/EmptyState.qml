@@ -30,7 +30,9 @@ ColumnLayout {
     }
     Text {
         Layout.alignment: Qt.AlignHCenter
-        Layout.maximumWidth: 520
+        // Narrower than the title: a message of a line and a bit wraps into two even lines
+        // instead of leaving its last word alone.
+        Layout.maximumWidth: 440
         visible: state.message.length > 0
         text: state.message
         color: Theme.textMuted
