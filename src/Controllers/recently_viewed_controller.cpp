@@ -21,28 +21,28 @@ void RecentlyViewedController::updateFileLists()
     const QDate now = today();
     openSettingsFiles();
     const QStringList favoriteKeys = readFavoriteKeys();
-    const QMap<QString, qint64> history = loadFileHistoryInstants();
+    const ViewInstants history = loadFileHistoryInstants();
     closeSettingsFiles();
 
     const QSet<QString> favorites(favoriteKeys.cbegin(), favoriteKeys.cend());
-    m_labelFilesList.reserve(history.size());
-    // The map iterates in ascending code-unit order of the full paths.
-    for (auto it = history.cbegin(); it != history.cend(); ++it) {
+    m_labelFilesList.reserve(qsizetype(history.size()));
+    // In ascending code-unit order of the full paths.
+    for (const auto &[path, viewedAt] : history) {
         // A path that does not exist is not a file either.
-        const FileStatus status = FileStatus::of(it.key());
+        const FileStatus status = FileStatus::of(path);
         if (!status.isFile || !status.isReadable)
             continue;
-        const QFileInfo info(it.key());
+        const QFileInfo info(path);
         DashboardFileInfoStruct record;
         record.labelFileName = info.fileName();
         record.filePath = info.absolutePath();
         record.isWritable = status.isWritable;
         record.type = false;
         record.cloudEnum = DashboardGlobal::LABEL_LOCAL;
-        fillFileDates(record, status, it.value(), now);
-        record.isFavorite = favorites.contains(it.key());
+        fillFileDates(record, status, viewedAt, now);
+        record.isFavorite = favorites.contains(path);
         record.id = int(m_labelFilesList.size());
-        m_labelFilesList.append(record);
+        m_labelFilesList.append(std::move(record));
     }
     searchLabelFileList();
 }
