@@ -6,3 +6,15 @@ FileStatus FileStatus::of(const QString &path)
 {
     return fromFileInfo(QFileInfo(path));
 }
+
+struct FileStatusReader::Private
+{
+};
+
+FileStatusReader::FileStatusReader() = default;
+FileStatusReader::~FileStatusReader() = default;
+
+FileStatus FileStatusReader::of(const QString &path) const
+{
+    return FileStatus::of(path);
+}

@@ -26,10 +26,11 @@ void RecentlyViewedController::updateFileLists()
 
     const QSet<QString> favorites(favoriteKeys.cbegin(), favoriteKeys.cend());
     m_labelFilesList.reserve(qsizetype(history.size()));
+    const FileStatusReader files;
     // In ascending code-unit order of the full paths.
     for (const auto &[path, viewedAt] : history) {
         // A path that does not exist is not a file either.
-        const FileStatus status = FileStatus::of(path);
+        const FileStatus status = files.of(path);
         if (!status.isFile || !status.isReadable)
             continue;
         const QFileInfo info(path);
