@@ -403,8 +403,11 @@ void DashboardCommonFileController::fillFileDates(DashboardFileInfoStruct &recor
     const auto timeSinceInstant = [this, &today](const QDateTime &utc) {
         if (!utc.isValid())
             return QString();
-        return adjustDaysSinceModified(
-                int(m_localTimes->localDate(utc.toMSecsSinceEpoch()).daysTo(today)));
+        const int days = int(m_localTimes->localDate(utc.toMSecsSinceEpoch()).daysTo(today));
+        auto text = m_timeSinceTexts.constFind(days);
+        if (text == m_timeSinceTexts.cend())
+            text = m_timeSinceTexts.insert(days, adjustDaysSinceModified(days));
+        return *text;
     };
     QDateTime access;
     if (viewedAt == m_localTimes->toInstant(DEFAULT_ACCESS_DATE))
@@ -427,6 +430,7 @@ QDateTime DashboardCommonFileController::toUtc(const QDateTime &local) const
 QDate DashboardCommonFileController::today() const
 {
     *m_localTimes = LocalTimes();
+    m_timeSinceTexts.clear();
     return currentDateTime().toLocalTime().date();
 }
 

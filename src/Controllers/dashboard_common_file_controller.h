@@ -5,6 +5,7 @@
 #include "korvexdashboard_export.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QList>
 #include <QMap>
 #include <QObject>
@@ -123,4 +124,6 @@ private:
 
     Clock m_clock;
     std::unique_ptr<LocalTimes> m_localTimes;
+    // The time-since text of each day count met in the current list.
+    mutable QHash<int, QString> m_timeSinceTexts;
 };

@@ -132,6 +132,31 @@ FileStatus FileStatus::of(const QString &path)
 #endif
 }
 
+void FileStatus::splitPath(const QString &path, QString *folder, QString *name)
+{
+    // An absolute path without "//", "." or ".." parts and without a trailing "/" is what
+    // QFileInfo keeps as it is; it then splits it at the last "/". Anything else (a "/."
+    // anywhere, even of a hidden name) is left to QFileInfo.
+    const qsizetype size = path.size();
+    bool plain = size > 1 && path.front() == u'/' && path.back() != u'/';
+    qsizetype last = 0;
+    for (qsizetype i = 0; plain && i < size; ++i) {
+        if (path.at(i) != u'/')
+            continue;
+        last = i;
+        const QChar next = path.at(i + 1); // i < size - 1: the path does not end in "/"
+        plain = next != u'/' && next != u'.';
+    }
+    if (!plain) {
+        const QFileInfo info(path);
+        *folder = info.absolutePath();
+        *name = info.fileName();
+        return;
+    }
+    *folder = last == 0 ? QStringLiteral("/") : path.left(last);
+    *name = path.mid(last + 1);
+}
+
 struct FileStatusReader::Private
 {
 #if defined(STATX_BTIME)

@@ -7,6 +7,13 @@ FileStatus FileStatus::of(const QString &path)
     return fromFileInfo(QFileInfo(path));
 }
 
+void FileStatus::splitPath(const QString &path, QString *folder, QString *name)
+{
+    const QFileInfo info(path);
+    *folder = info.absolutePath();
+    *name = info.fileName();
+}
+
 struct FileStatusReader::Private
 {
 };

@@ -2,7 +2,6 @@
 
 #include "Controllers/file_status.h"
 
-#include <QFileInfo>
 #include <QSet>
 
 RecentlyViewedController::RecentlyViewedController(QObject *parent)
@@ -33,10 +32,8 @@ void RecentlyViewedController::updateFileLists()
         const FileStatus status = files.of(path);
         if (!status.isFile || !status.isReadable)
             continue;
-        const QFileInfo info(path);
         DashboardFileInfoStruct record;
-        record.labelFileName = info.fileName();
-        record.filePath = info.absolutePath();
+        FileStatus::splitPath(path, &record.filePath, &record.labelFileName);
         record.isWritable = status.isWritable;
         record.type = false;
         record.cloudEnum = DashboardGlobal::LABEL_LOCAL;

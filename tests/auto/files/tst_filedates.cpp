@@ -56,6 +56,8 @@ private Q_SLOTS:
     void timeInAGapIsLeftToQDateTime();
     void fileStatusMatchesQFileInfo_data();
     void fileStatusMatchesQFileInfo();
+    void splitPathMatchesQFileInfo_data();
+    void splitPathMatchesQFileInfo();
 #if defined(Q_OS_LINUX)
     void immutableFileIsNotWritable();
     void plainDevices_data();
@@ -207,6 +209,31 @@ void tst_FileDates::fileStatusMatchesQFileInfo()
         if (status.lastModified.isValid())
             QCOMPARE(status.lastModified.timeSpec(), Qt::UTC);
     }
+}
+
+void tst_FileDates::splitPathMatchesQFileInfo_data()
+{
+    QTest::addColumn<QString>("path");
+    for (const char *path : { "/home/u/labels/plan.kxld", "/plan.kxld", "/", "/home/u/labels/",
+                              "/home//u/plan.kxld", "//home/u/plan.kxld", "/home/./u/plan.kxld",
+                              "/home/u/../plan.kxld", "/home/u/.hidden.kxld", "/home/u/..plan.kxld",
+                              "/home/u/plan.", "/home/u/.", "/home/u/..", "/home/u/plan.kxld/",
+                              "relative/plan.kxld", "plan.kxld", "./plan.kxld", "../plan.kxld",
+                              "/home/u/back\\slash.kxld", "C:/Users/u/plan.kxld", "/a/b", "/a" })
+        QTest::newRow(path) << QString::fromUtf8(path);
+    QTest::newRow("non-ASCII") << QStringLiteral("/home/ü/ラベル €.kxld");
+    QTest::newRow("empty") << QString();
+}
+
+void tst_FileDates::splitPathMatchesQFileInfo()
+{
+    QFETCH(QString, path);
+    QString folder = QStringLiteral("stale");
+    QString name = QStringLiteral("stale");
+    FileStatus::splitPath(path, &folder, &name);
+    const QFileInfo info(path);
+    QCOMPARE(folder, info.absolutePath());
+    QCOMPARE(name, info.fileName());
 }
 
 #if defined(Q_OS_LINUX)
