@@ -107,6 +107,9 @@ bool noLabellingSecurityModule()
             && !QFileInfo::exists(QStringLiteral("/sys/fs/smackfs"));
 }
 
+#endif
+
+#if defined(Q_OS_LINUX)
 bool hasOption(QByteArrayView options, QByteArrayView option)
 {
     for (qsizetype from = 0; from <= options.size();) {
