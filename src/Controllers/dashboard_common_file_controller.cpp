@@ -318,7 +318,7 @@ QMap<QString, QDateTime> DashboardCommonFileController::loadFileHistoryMap() con
     return getFileHistoryMap(all);
 }
 
-QMap<QString, qint64> DashboardCommonFileController::loadFileHistoryInstants() const
+DashboardCommonFileController::ViewInstants DashboardCommonFileController::loadFileHistoryInstants() const
 {
     using Tools = FileControllerTools;
     const QList<std::pair<QString, QString>> histories[] = {
@@ -331,12 +331,13 @@ QMap<QString, qint64> DashboardCommonFileController::loadFileHistoryInstants() c
     };
     const qint64 notViewed = m_localTimes->toInstant(DEFAULT_ACCESS_DATE);
 
-    // Merged in the order dashboard, label editor, arc flash, GHS, NFPA, pipe marking, as
-    // getFileHistoryMap merges them: a later view replaces an earlier one, a tie keeps the
-    // first seen, and an unparsable date orders before every date.
-    QMap<QString, qint64> map;
-    for (int store = 5; store >= 0; --store) {
-        for (const auto &[path, text] : histories[store]) {
+    size_t total = 0;
+    for (const auto &history : histories)
+        total += size_t(history.size());
+    ViewInstants views;
+    views.reserve(total);
+    for (const auto &history : histories) {
+        for (const auto &[path, text] : history) {
             qint64 date = notViewed;
             if (!text.isEmpty()) {
                 QDate day;
@@ -346,14 +347,22 @@ QMap<QString, qint64> DashboardCommonFileController::loadFileHistoryInstants() c
                     date = parsed.isValid() ? m_localTimes->toInstant(parsed) : INVALID_VIEW;
                 }
             }
-            auto it = map.find(path);
-            if (it == map.end())
-                map.insert(path, date);
-            else if (date > it.value())
-                it.value() = date;
+            views.emplace_back(path, date);
         }
     }
-    return map;
+
+    // getFileHistoryMap keeps, for each path, the latest of its views (an unparsable date
+    // ordering before every date); with the dates as plain numbers, which store a view came
+    // from no longer matters. Sorting the views once costs less than a map look-up and
+    // insertion per view.
+    std::sort(views.begin(), views.end(), [](const auto &a, const auto &b) {
+        const int order = a.first.compare(b.first);
+        return order < 0 || (order == 0 && a.second > b.second);
+    });
+    views.erase(std::unique(views.begin(), views.end(),
+                            [](const auto &a, const auto &b) { return a.first == b.first; }),
+                views.end());
+    return views;
 }
 
 QStringList DashboardCommonFileController::readFavoriteKeys() const
@@ -394,8 +403,11 @@ void DashboardCommonFileController::fillFileDates(DashboardFileInfoStruct &recor
     const auto timeSinceInstant = [this, &today](const QDateTime &utc) {
         if (!utc.isValid())
             return QString();
-        return adjustDaysSinceModified(
-                int(m_localTimes->localDate(utc.toMSecsSinceEpoch()).daysTo(today)));
+        const int days = int(m_localTimes->localDate(utc.toMSecsSinceEpoch()).daysTo(today));
+        auto text = m_timeSinceTexts.constFind(days);
+        if (text == m_timeSinceTexts.cend())
+            text = m_timeSinceTexts.insert(days, adjustDaysSinceModified(days));
+        return *text;
     };
     QDateTime access;
     if (viewedAt == m_localTimes->toInstant(DEFAULT_ACCESS_DATE))
@@ -418,6 +430,7 @@ QDateTime DashboardCommonFileController::toUtc(const QDateTime &local) const
 QDate DashboardCommonFileController::today() const
 {
     *m_localTimes = LocalTimes();
+    m_timeSinceTexts.clear();
     return currentDateTime().toLocalTime().date();
 }
 

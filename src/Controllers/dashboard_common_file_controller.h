@@ -5,6 +5,7 @@
 #include "korvexdashboard_export.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QList>
 #include <QMap>
 #include <QObject>
@@ -16,6 +17,7 @@
 #include <limits>
 #include <memory>
 #include <utility>
+#include <vector>
 
 class LocalTimes;
 struct FileStatus;
@@ -80,8 +82,10 @@ protected:
     // The merged view history of the six stores, newest view per path; stores must be open.
     QMap<QString, QDateTime> loadFileHistoryMap() const;
     // The same merge as loadFileHistoryMap, with each date as milliseconds since the epoch
-    // (INVALID_VIEW for a text that does not parse); stores must be open.
-    QMap<QString, qint64> loadFileHistoryInstants() const;
+    // (INVALID_VIEW for a text that does not parse), in the map's order (ascending code units
+    // of the paths); stores must be open.
+    using ViewInstants = std::vector<std::pair<QString, qint64>>;
+    ViewInstants loadFileHistoryInstants() const;
     static constexpr qint64 INVALID_VIEW = std::numeric_limits<qint64>::min();
     // Full paths of the local favourites; the dashboard store must be open.
     QStringList readFavoriteKeys() const;
@@ -120,4 +124,6 @@ private:
 
     Clock m_clock;
     std::unique_ptr<LocalTimes> m_localTimes;
+    // The time-since text of each day count met in the current list.
+    mutable QHash<int, QString> m_timeSinceTexts;
 };

@@ -2,7 +2,6 @@
 
 #include "Controllers/file_status.h"
 
-#include <QFileInfo>
 #include <QSet>
 
 RecentlyViewedController::RecentlyViewedController(QObject *parent)
@@ -21,28 +20,27 @@ void RecentlyViewedController::updateFileLists()
     const QDate now = today();
     openSettingsFiles();
     const QStringList favoriteKeys = readFavoriteKeys();
-    const QMap<QString, qint64> history = loadFileHistoryInstants();
+    const ViewInstants history = loadFileHistoryInstants();
     closeSettingsFiles();
 
     const QSet<QString> favorites(favoriteKeys.cbegin(), favoriteKeys.cend());
-    m_labelFilesList.reserve(history.size());
-    // The map iterates in ascending code-unit order of the full paths.
-    for (auto it = history.cbegin(); it != history.cend(); ++it) {
+    m_labelFilesList.reserve(qsizetype(history.size()));
+    const FileStatusReader files;
+    // In ascending code-unit order of the full paths.
+    for (const auto &[path, viewedAt] : history) {
         // A path that does not exist is not a file either.
-        const FileStatus status = FileStatus::of(it.key());
+        const FileStatus status = files.of(path);
         if (!status.isFile || !status.isReadable)
             continue;
-        const QFileInfo info(it.key());
         DashboardFileInfoStruct record;
-        record.labelFileName = info.fileName();
-        record.filePath = info.absolutePath();
+        FileStatus::splitPath(path, &record.filePath, &record.labelFileName);
         record.isWritable = status.isWritable;
         record.type = false;
         record.cloudEnum = DashboardGlobal::LABEL_LOCAL;
-        fillFileDates(record, status, it.value(), now);
-        record.isFavorite = favorites.contains(it.key());
+        fillFileDates(record, status, viewedAt, now);
+        record.isFavorite = favorites.contains(path);
         record.id = int(m_labelFilesList.size());
-        m_labelFilesList.append(record);
+        m_labelFilesList.append(std::move(record));
     }
     searchLabelFileList();
 }

@@ -9,6 +9,9 @@
 #include <QSettings>
 #include <QVariant>
 
+#include <algorithm>
+#include <vector>
+
 Q_LOGGING_CATEGORY(lcWidgetUtils, "korvex.suite.widgetutils")
 
 namespace {
@@ -33,22 +36,47 @@ QList<FileControllerTools::HistoryEntry> FileControllerTools::loadFileHistory(QS
     if (!settings)
         return entries;
 
-    settings->beginGroup(group);
-    // A store of another program can claim any size; only indexes that exist are visited.
-    const qsizetype present = settings->childGroups().size();
-    settings->endGroup();
+    // Array index i is key i + 1; an index whose path is missing, not text or empty adds
+    // nothing, so only the indexes below size that the store really holds matter.
+    const auto visit = [&](int index) {
+        settings->setArrayIndex(index);
+        const QVariant path = settings->value(PATH_KEY);
+        const QString text = textValue(path);
+        if (!text.isEmpty())
+            entries.append({ text, textValue(settings->value(DATE_KEY)) });
+        return path.isValid();
+    };
 
-    const int size = settings->beginReadArray(group);
-    const int count = int(qMin<qsizetype>(qMax(size, 0), present));
-    entries.reserve(count);
-    for (int i = 0; i < count; ++i) {
-        settings->setArrayIndex(i);
-        const QString path = textValue(settings->value(PATH_KEY));
-        if (path.isEmpty())
-            continue;
-        entries.append({ path, textValue(settings->value(DATE_KEY)) });
+    const int size = qMax(settings->beginReadArray(group), 0);
+    // Written histories are dense: reading index after index is cheapest. A store of another
+    // program can claim any size, though, so after a run of indexes without a path the rest
+    // are taken from the groups the store holds.
+    entries.reserve(qMin(size, 1024));
+    int next = 0;
+    for (int misses = 0; next < size && misses < MAX_MISSED_INDEXES; ++next) {
+        if (!visit(next))
+            ++misses;
     }
     settings->endArray();
+
+    if (next < size) {
+        settings->beginGroup(group);
+        const QStringList groups = settings->childGroups();
+        settings->endGroup();
+        std::vector<int> rest;
+        for (const QString &name : groups) {
+            bool ok = false;
+            const int key = name.toInt(&ok);
+            // Only the spelling setArrayIndex gives the key ("7", never "07" or "+7").
+            if (ok && key > next && key <= size && name == QString::number(key))
+                rest.push_back(key - 1);
+        }
+        std::sort(rest.begin(), rest.end());
+        settings->beginReadArray(group);
+        for (int index : rest)
+            visit(index);
+        settings->endArray();
+    }
 
     if (settings->status() == QSettings::FormatError)
         KX_DEBUG(lcWidgetUtils, "Malformed history store %s",

@@ -30,9 +30,9 @@ public:
     // Text form of a view date in a history.
     static const QString DATE_FORMAT; // "yyyy:MM:dd:hh:mm:ss:zzz"
 
-    // The (full path, date text) pairs of group, in stored order. Entries without a path are
-    // left out; a missing group gives an empty list. The settings object's current group is
-    // left as it was.
+    // The (full path, date text) pairs of group, in stored order: every index below the
+    // array's size that has a path. Entries without a path are left out; a missing group
+    // gives an empty list. The settings object's current group is left as it was.
     static QList<HistoryEntry> loadFileHistory(QSettings *settings, const QString &group);
 
     // Replaces the history in group with entries, in that order.
@@ -44,6 +44,10 @@ public:
     // caps the history, dropping the oldest entries.
     static void recordFileView(QSettings *settings, const QString &group, const QString &filePath,
                                const QDateTime &viewedAt, int maxEntries = 0);
+
+    // Indexes without a path that loadFileHistory reads one by one before it asks the store
+    // which indexes it holds.
+    static constexpr int MAX_MISSED_INDEXES = 64;
 
     // Deepest nesting of variants a store may hold: each level costs Qt's reader a few hundred
     // bytes of stack, so this stays far below what a 1 MiB main-thread stack can take.

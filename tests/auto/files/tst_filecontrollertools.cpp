@@ -154,6 +154,19 @@ void tst_FileControllerTools::hostileArrays_data()
             << QByteArray("[fileHistory]\nsize=3\n1\\path=/a, /b\n2\\path=@Rect(1 2 3 4)\n3\\path=/c\n3\\date=a, b\n")
             << Entries({ { "/c", "" } });
     QTest::newRow("only a size key") << QByteArray("[fileHistory]\nsize=100000000\n") << Entries();
+    QTest::newRow("indexes from 3 up to the size")
+            << QByteArray("[fileHistory]\nsize=10\n3\\path=/3\n4\\path=/4\n5\\path=/5\n6\\path=/6\n"
+                          "7\\path=/7\n8\\path=/8\n9\\path=/9\n10\\path=/10\n10\\date=d\n")
+            << Entries({ { "/3", "" }, { "/4", "" }, { "/5", "" }, { "/6", "" }, { "/7", "" },
+                         { "/8", "" }, { "/9", "" }, { "/10", "d" } });
+    QTest::newRow("far apart, in index order")
+            << QByteArray("[fileHistory]\nsize=1000\n1000\\path=/c\n1\\path=/a\n1001\\path=/d\n"
+                          "500\\path=/b\n500\\date=x\n")
+            << Entries({ { "/a", "" }, { "/b", "x" }, { "/c", "" } });
+    QTest::newRow("only the spelling of an array index")
+            << QByteArray("[fileHistory]\nsize=100\n1\\path=/a\n07\\path=/b\n+8\\path=/c\n"
+                          "099\\path=/d\n99\\path=/e\n200\\path=/f\n0\\path=/g\n-1\\path=/h\n")
+            << Entries({ { "/a", "" }, { "/e", "" } });
 }
 
 void tst_FileControllerTools::hostileArrays()

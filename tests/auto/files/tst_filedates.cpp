@@ -9,6 +9,16 @@
 
 #include <ctime>
 
+#ifdef Q_OS_UNIX
+#include <unistd.h>
+#endif
+#ifdef Q_OS_LINUX
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/sysmacros.h>
+#endif
+
 namespace {
 
 // Sets the C library's zone, which QDateTime's local time follows; restores it on exit.
@@ -46,6 +56,13 @@ private Q_SLOTS:
     void timeInAGapIsLeftToQDateTime();
     void fileStatusMatchesQFileInfo_data();
     void fileStatusMatchesQFileInfo();
+    void splitPathMatchesQFileInfo_data();
+    void splitPathMatchesQFileInfo();
+#if defined(Q_OS_LINUX)
+    void immutableFileIsNotWritable();
+    void plainDevices_data();
+    void plainDevices();
+#endif
 };
 
 void tst_FileDates::localTimesMatchQDateTime_data()
@@ -120,11 +137,19 @@ void tst_FileDates::fileStatusMatchesQFileInfo_data()
     QTest::newRow("file") << "plan.kxld" << true;
     QTest::newRow("file changed at the epoch") << "epoch.kxld" << true;
     QTest::newRow("read-only file") << "readonly.kxld" << true;
+    QTest::newRow("write-only file") << "writeonly.kxld" << true;
+    QTest::newRow("file without permissions") << "none.kxld" << true;
+    QTest::newRow("file for the group and others only") << "others.kxld" << true;
     QTest::newRow("folder") << "folder" << false;
     QTest::newRow("missing") << "missing.kxld" << false;
+    QTest::newRow("file in a folder") << "folder/inner.kxld" << true;
+    QTest::newRow("through the parent folder") << "folder/../plan.kxld" << true;
+    QTest::newRow("doubled separators") << "folder//inner.kxld" << true;
+    QTest::newRow("file as a folder") << "plan.kxld/x.kxld" << false;
 #ifdef Q_OS_UNIX
     QTest::newRow("link to a file") << "link.kxld" << true;
     QTest::newRow("dangling link") << "dangling.kxld" << false;
+    QTest::newRow("file of another user") << "foreign.kxld" << true;
 #endif
     QTest::newRow("NUL in the name") << QStringLiteral("plan.kxld") + QChar(0) + "x" << false;
 }
@@ -136,39 +161,166 @@ void tst_FileDates::fileStatusMatchesQFileInfo()
 
     QTemporaryDir dir;
     QVERIFY(dir.isValid());
-    for (const char *file : { "plan.kxld", "epoch.kxld", "readonly.kxld" }) {
+    QVERIFY(QDir(dir.path()).mkdir("folder"));
+    const std::pair<const char *, QFile::Permissions> files[] = {
+        { "plan.kxld", QFile::ReadOwner | QFile::WriteOwner },
+        { "epoch.kxld", QFile::ReadOwner | QFile::WriteOwner },
+        { "readonly.kxld", QFile::ReadOwner },
+        { "writeonly.kxld", QFile::WriteOwner },
+        { "none.kxld", {} },
+        { "others.kxld", QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther },
+        { "folder/inner.kxld", QFile::ReadOwner | QFile::WriteOwner },
+        { "foreign.kxld", QFile::ReadOwner | QFile::WriteOwner },
+    };
+    for (const auto &[file, permissions] : files) {
         QFile f(dir.filePath(QLatin1String(file)));
         QVERIFY(f.open(QIODevice::WriteOnly));
         f.write("L");
+        f.close();
+        QVERIFY(f.setPermissions(permissions));
     }
     {
         QFile epoch(dir.filePath("epoch.kxld"));
         QVERIFY(epoch.open(QIODevice::ReadWrite));
         QVERIFY(epoch.setFileTime(QDateTime::fromMSecsSinceEpoch(0, Qt::UTC), QFile::FileModificationTime));
     }
-    QVERIFY(QFile::setPermissions(dir.filePath("readonly.kxld"), QFile::ReadOwner));
-    QVERIFY(QDir(dir.path()).mkdir("folder"));
 #ifdef Q_OS_UNIX
     QVERIFY(QFile::link(dir.filePath("plan.kxld"), dir.filePath("link.kxld")));
     QVERIFY(QFile::link(dir.filePath("gone.kxld"), dir.filePath("dangling.kxld")));
+    // Only root can give a file away; anyone else compares a file of their own once more.
+    if (::geteuid() == 0)
+        QCOMPARE(::chown(QFile::encodeName(dir.filePath("foreign.kxld")).constData(), 65533, 65533), 0);
 #endif
 
     const QString path = dir.path() + QLatin1Char('/') + name;
-    const FileStatus status = FileStatus::of(path);
     const QFileInfo info(path);
-    QCOMPARE(status.isFile, isFile);
-    QCOMPARE(status.isFile, info.isFile());
-    if (!isFile)
-        return;
-    QCOMPARE(status.isReadable, info.isReadable());
-    QCOMPARE(status.isWritable, info.isWritable());
-    QCOMPARE(status.birthTime.isValid(), info.birthTime().isValid());
-    QCOMPARE(status.birthTime, info.birthTime().toUTC());
-    QCOMPARE(status.lastModified.isValid(), info.lastModified().isValid());
-    QCOMPARE(status.lastModified, info.lastModified().toUTC());
-    if (status.lastModified.isValid())
-        QCOMPARE(status.lastModified.timeSpec(), Qt::UTC);
+    const FileStatusReader reader;
+    for (const FileStatus &status : { FileStatus::of(path), reader.of(path) }) {
+        QCOMPARE(status.isFile, isFile);
+        QCOMPARE(status.isFile, info.isFile());
+        if (!isFile)
+            continue;
+        QCOMPARE(status.isReadable, info.isReadable());
+        QCOMPARE(status.isWritable, info.isWritable());
+        QCOMPARE(status.birthTime.isValid(), info.birthTime().isValid());
+        QCOMPARE(status.birthTime, info.birthTime().toUTC());
+        QCOMPARE(status.lastModified.isValid(), info.lastModified().isValid());
+        QCOMPARE(status.lastModified, info.lastModified().toUTC());
+        if (status.lastModified.isValid())
+            QCOMPARE(status.lastModified.timeSpec(), Qt::UTC);
+    }
 }
+
+void tst_FileDates::splitPathMatchesQFileInfo_data()
+{
+    QTest::addColumn<QString>("path");
+    for (const char *path : { "/home/u/labels/plan.kxld", "/plan.kxld", "/", "/home/u/labels/",
+                              "/home//u/plan.kxld", "//home/u/plan.kxld", "/home/./u/plan.kxld",
+                              "/home/u/../plan.kxld", "/home/u/.hidden.kxld", "/home/u/..plan.kxld",
+                              "/home/u/plan.", "/home/u/.", "/home/u/..", "/home/u/plan.kxld/",
+                              "relative/plan.kxld", "plan.kxld", "./plan.kxld", "../plan.kxld",
+                              "/home/u/back\\slash.kxld", "C:/Users/u/plan.kxld", "/a/b", "/a" })
+        QTest::newRow(path) << QString::fromUtf8(path);
+    QTest::newRow("non-ASCII") << QStringLiteral("/home/ü/ラベル €.kxld");
+    QTest::newRow("empty") << QString();
+}
+
+void tst_FileDates::splitPathMatchesQFileInfo()
+{
+    QFETCH(QString, path);
+    QString folder = QStringLiteral("stale");
+    QString name = QStringLiteral("stale");
+    FileStatus::splitPath(path, &folder, &name);
+    const QFileInfo info(path);
+    QCOMPARE(folder, info.absolutePath());
+    QCOMPARE(name, info.fileName());
+}
+
+#if defined(Q_OS_LINUX)
+void tst_FileDates::immutableFileIsNotWritable()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString path = dir.filePath("locked.kxld");
+    {
+        QFile f(path);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write("L");
+    }
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    QVERIFY(fd >= 0);
+    const auto setImmutable = [fd](bool on) {
+        int flags = 0;
+        if (::ioctl(fd, FS_IOC_GETFLAGS, &flags) != 0)
+            return false;
+        flags = on ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
+        return ::ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
+    };
+    const bool locked = setImmutable(true);
+    // The flag must come off again, or the folder cannot be removed.
+    const auto unlock = qScopeGuard([&] {
+        if (locked)
+            setImmutable(false);
+        ::close(fd);
+    });
+    if (!locked)
+        QSKIP("Setting the immutable flag needs CAP_LINUX_IMMUTABLE and a file system that keeps it");
+
+    const QFileInfo info(path);
+    QVERIFY(info.isReadable());
+    QVERIFY(!info.isWritable());
+    const FileStatusReader reader;
+    const FileStatus status = reader.of(path);
+    QVERIFY(status.isFile);
+    QVERIFY(status.isReadable);
+    QVERIFY(!status.isWritable);
+}
+
+void tst_FileDates::plainDevices_data()
+{
+    QTest::addColumn<QByteArray>("mountInfo");
+    QTest::addColumn<QList<quint64>>("expected");
+    const auto dev = [](uint major, uint minor) { return quint64(makedev(major, minor)); };
+    const QByteArray root = "26 1 254:0 / / rw,relatime - ext4 /dev/vda rw,discard\n";
+    QTest::newRow("ext4 read-write") << root << QList<quint64>{ dev(254, 0) };
+    QTest::newRow("xfs, tmpfs and proc")
+            << QByteArray("1 0 8:1 / / rw - xfs /dev/sda1 rw\n"
+                          "2 1 0:22 / /tmp rw,nosuid shared:5 - tmpfs tmpfs rw,size=10k\n"
+                          "3 1 0:20 / /proc rw,relatime - proc proc rw\n")
+            << QList<quint64>{ dev(8, 1), dev(0, 22) };
+    QTest::newRow("read-only mount")
+            << QByteArray("1 0 8:1 / / ro,relatime - ext4 /dev/sda1 rw\n") << QList<quint64>();
+    QTest::newRow("read-only file system")
+            << QByteArray("1 0 8:1 / / rw,relatime - ext4 /dev/sda1 ro,errors=remount-ro\n") << QList<quint64>();
+    QTest::newRow("read-only bind mount of a read-write device")
+            << root + "40 26 254:0 /srv /mnt/srv ro,relatime master:3 - ext4 /dev/vda rw\n"
+            << QList<quint64>();
+    QTest::newRow("id-mapped mount")
+            << QByteArray("1 0 8:1 / / rw,idmapped - ext4 /dev/sda1 rw\n") << QList<quint64>();
+    QTest::newRow("network, user-space and layered file systems")
+            << QByteArray("1 0 0:50 / /home rw - nfs4 srv:/home rw\n"
+                          "2 0 0:51 / /media rw - fuse.sshfs u@h: rw\n"
+                          "3 0 0:52 / / rw - overlay overlay rw\n"
+                          "4 0 0:53 / /data rw - btrfs /dev/sdb rw\n")
+            << QList<quint64>();
+    QTest::newRow("option names only as whole words")
+            << QByteArray("1 0 8:1 / / rwx,relatime - ext4 /dev/sda1 rw\n") << QList<quint64>();
+    QTest::newRow("empty") << QByteArray() << QList<quint64>();
+    QTest::newRow("a line not understood spoils the table")
+            << root + "garbage\n" << QList<quint64>();
+    QTest::newRow("device not a number") << QByteArray("1 0 x:1 / / rw - ext4 /dev/sda1 rw\n") << QList<quint64>();
+}
+
+void tst_FileDates::plainDevices()
+{
+    QFETCH(QByteArray, mountInfo);
+    QFETCH(QList<quint64>, expected);
+    QList<quint64> devices = FileStatusReader::plainDevices(mountInfo).values();
+    std::sort(devices.begin(), devices.end());
+    std::sort(expected.begin(), expected.end());
+    QCOMPARE(devices, expected);
+}
+#endif
 
 QTEST_GUILESS_MAIN(tst_FileDates)
 #include "tst_filedates.moc"
