@@ -35,6 +35,16 @@ public:
         closeSettingsFiles();
         return map;
     }
+    // The Recently viewed list's merge of the same stores: (path, instant) in path order.
+    ViewInstants mergedInstants()
+    {
+        today(); // starts a list, as the Recently viewed list does
+        openSettingsFiles();
+        auto views = loadFileHistoryInstants();
+        closeSettingsFiles();
+        return views;
+    }
+    static constexpr qint64 invalidView() { return INVALID_VIEW; }
 };
 
 DashboardFileInfoStruct record(const QString &name, int id, const QString &dir = "/labels",
@@ -101,6 +111,7 @@ private Q_SLOTS:
     void historyMapEmptyAndBadDates();
     void historyLoadedFromAllSixStores();
     void historyFileViewedInThreeModules();
+    void historyMergesAgree();
 
     void searchMatchesNameOnlyIgnoringCase();
     void emptySearchShowsFullList();
@@ -309,6 +320,41 @@ void tst_DashboardCommonFileController::historyFileViewedInThreeModules()
     // On a tie the first-seen entry (dashboard, then label editor...) stays; both are equal.
     recordView("GHS", "/labels/a.kxpm", QDateTime(day, QTime(12, 0)));
     QCOMPARE(m_controller->mergedHistory().value("/labels/a.kxpm"), QDateTime(day, QTime(12, 0)));
+}
+
+void tst_DashboardCommonFileController::historyMergesAgree()
+{
+    // My Labels merges the histories as local date-times, Recently viewed as instants: over
+    // the same stores both must keep the same paths, in the same order, with the same view.
+    QRandomGenerator random(20261123);
+    const QStringList texts = {
+        QString(), QStringLiteral("garbage"), QStringLiteral("2024:02:30:10:00:00:000"),
+        QStringLiteral("1960:01:01:00:00:00:000"), QStringLiteral("2024:03:15:10:00:00:000"),
+        QStringLiteral("2024:03:15:10:00:00:001"), QStringLiteral("2024:03:31:02:30:00:000"),
+        QStringLiteral("2024:10:27:02:30:00:000"), QStringLiteral("2024:02:29:23:59:59:999"),
+        QStringLiteral("2025:01:01:00:00:00:000"),
+    };
+    for (const QString &app : storeNames()) {
+        QList<std::pair<QString, QString>> entries;
+        for (int i = 0; i < 40; ++i) {
+            // Few paths and few dates: the same path in many stores, ties and bad dates among them.
+            const QString path = QStringLiteral("/labels/%1%2.kxld")
+                                         .arg(random.bounded(2) ? u'a' : u'A').arg(random.bounded(12));
+            entries.append({ path, texts.at(random.bounded(int(texts.size()))) });
+        }
+        writeHistory(app, entries);
+    }
+    const QMap<QString, QDateTime> map = m_controller->mergedHistory();
+    const auto views = m_controller->mergedInstants();
+    QVERIFY(map.size() > 12);
+    QCOMPARE(qsizetype(views.size()), map.size());
+    auto view = views.cbegin();
+    for (auto it = map.cbegin(); it != map.cend(); ++it, ++view) {
+        QCOMPARE(view->first, it.key());
+        const qint64 expected = it.value().isValid() ? it.value().toMSecsSinceEpoch()
+                                                     : ListController::invalidView();
+        QCOMPARE(view->second, expected);
+    }
 }
 
 void tst_DashboardCommonFileController::searchMatchesNameOnlyIgnoringCase()
