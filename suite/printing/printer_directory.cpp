@@ -256,6 +256,11 @@ PrinterDirectory::RealReading PrinterDirectory::readRealPrinters()
     return reading;
 }
 
+void PrinterDirectory::setRealPrinterSource(std::function<RealReading()> source)
+{
+    m_realSource = source ? std::move(source) : &PrinterDirectory::readRealPrinters;
+}
+
 void PrinterDirectory::refreshRealPrinters()
 {
     if (!m_realPrintersEnabled)
@@ -267,7 +272,7 @@ void PrinterDirectory::refreshRealPrinters()
     // The print system can take long to answer (a server on the network, a sleeping
     // printer): it is asked on a thread of its own, so no caller waits for it.
     auto reading = std::make_shared<RealReading>();
-    m_realReader = QThread::create([reading] { *reading = readRealPrinters(); });
+    m_realReader = QThread::create([reading, source = m_realSource] { *reading = source(); });
     m_realReader->setObjectName(QStringLiteral("printer reader"));
     connect(m_realReader, &QThread::finished, this, [this, reading] {
         m_realReader->wait(); // finished() comes from the thread just before it ends

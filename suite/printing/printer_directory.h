@@ -10,6 +10,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
 class QFileSystemWatcher;
 class QThread;
 class QTimer;
@@ -78,13 +80,20 @@ Q_SIGNALS:
     // A reading of the real printers is in (after the signals of what it changed).
     void realPrintersRead();
 
-private:
+public:
+    // One reading of the machine's printers.
     struct RealReading
     {
         QList<Printer> printers;
         QString defaultName;
     };
+    // Asks the print system; called on the reading thread.
     static RealReading readRealPrinters();
+    // Where readings come from (readRealPrinters unless a test puts its own answer in place);
+    // an empty function restores readRealPrinters.
+    void setRealPrinterSource(std::function<RealReading()> source);
+
+private:
     void startReadingRealPrinters();
     void refreshRealPrinters();
     void announceChanges(const QList<Printer> &previous, const QList<Printer> &next,
@@ -102,6 +111,7 @@ private:
     bool m_reloadPending = false;
     QList<Printer> m_real;
     QString m_realDefault;
+    std::function<RealReading()> m_realSource = &PrinterDirectory::readRealPrinters;
     QThread *m_realReader = nullptr;
     bool m_realRefreshAgain = false;
     QTimer *m_realRefresh = nullptr;

@@ -30,6 +30,7 @@ private Q_SLOTS:
     void oversizedFileIsRefused();
     void removedAndRecreatedFile();
     void realPrintersDoNotDisturbSimulatedOnes();
+    void realPrintersReadingIsAnnounced();
     void realPrintersOffForgetsAReadingUnderWay();
 
 private:
@@ -52,6 +53,7 @@ void tst_PrinterDirectory::init()
 
 void tst_PrinterDirectory::cleanup()
 {
+    directory()->setRealPrinterSource({});
     m_printers.reset();
 }
 
@@ -246,16 +248,61 @@ void tst_PrinterDirectory::realPrintersDoNotDisturbSimulatedOnes()
     })));
 }
 
-void tst_PrinterDirectory::realPrintersOffForgetsAReadingUnderWay()
+PrinterDirectory::RealReading oneRealPrinter()
 {
-    // A reading that arrives after the real printers were switched off adds nothing.
+    PrinterDirectory::Printer printer;
+    printer.info.printerName = QStringLiteral("Office laser");
+    printer.info.driverName = QStringLiteral("Generic PCL Driver");
+    printer.isDefault = true;
+    return { { printer }, printer.info.printerName };
+}
+
+bool listsOfficeLaser(const QList<PrinterDirectory::Printer> &printers)
+{
+    return std::any_of(printers.cbegin(), printers.cend(), [](const PrinterDirectory::Printer &p) {
+        return !p.simulated && p.info.printerName == QLatin1String("Office laser");
+    });
+}
+
+void tst_PrinterDirectory::realPrintersReadingIsAnnounced()
+{
+    directory()->setRealPrinterSource(&oneRealPrinter);
     QSignalSpy read(directory(), &PrinterDirectory::realPrintersRead);
     QSignalSpy changed(directory(), &PrinterDirectory::printersChanged);
     directory()->setRealPrintersEnabled(true);
-    directory()->setRealPrintersEnabled(false);
+    // Nobody waits for the print system: until the reading is in, there is no real printer.
+    QVERIFY(!listsOfficeLaser(directory()->printers()));
     changed.clear();
     QVERIFY(read.wait());
+    QCOMPARE(changed.count(), 1);
+    QVERIFY(listsOfficeLaser(directory()->printers()));
+    QVERIFY(directory()->contains(QStringLiteral("Office laser")));
+    // The same reading again changes nothing.
+    changed.clear();
+    directory()->setRealPrintersEnabled(false);
+    directory()->setRealPrintersEnabled(true);
+    changed.clear();
+    QVERIFY(read.wait());
+    QCOMPARE(changed.count(), 1); // off forgot the printer, this reading brings it back
+    directory()->setRealPrintersEnabled(false);
+    QVERIFY(!listsOfficeLaser(directory()->printers()));
+}
+
+void tst_PrinterDirectory::realPrintersOffForgetsAReadingUnderWay()
+{
+    // A reading that arrives after the real printers were switched off adds nothing.
+    directory()->setRealPrinterSource(&oneRealPrinter);
+    QSignalSpy read(directory(), &PrinterDirectory::realPrintersRead);
+    QSignalSpy changed(directory(), &PrinterDirectory::printersChanged);
+    QSignalSpy defaultChanged(directory(), &PrinterDirectory::defaultPrinterChanged);
+    directory()->setRealPrintersEnabled(true);
+    directory()->setRealPrintersEnabled(false);
+    changed.clear();
+    defaultChanged.clear();
+    QVERIFY(read.wait());
     QCOMPARE(changed.count(), 0);
+    QCOMPARE(defaultChanged.count(), 0);
+    QVERIFY(!listsOfficeLaser(directory()->printers()));
     for (const auto &p : directory()->printers())
         QVERIFY2(p.simulated, qPrintable(p.info.printerName));
 }
