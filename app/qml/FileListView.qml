@@ -31,15 +31,26 @@ FocusScope {
     signal folderRequested(string name)
     signal removeRequested(var entry)
 
-    // Reads the displayed list again, keeping the scroll position when asked.
+    // Reads the displayed list again, keeping the scroll position and the current entry when
+    // asked: a keyboard user who stars an entry stays on it.
     function refresh(keepPosition) {
         const flick = list.tiles ? grid : rows
         const y = flick.contentY
+        const current = flick.currentIndex >= 0 && flick.currentIndex < list.entries.length
+                ? list.entries[flick.currentIndex] : null
         if (list.folderMode && list.controller.getSearchString().length === 0)
             list.controller.prependFolders()
         list.entries = list.controller.getSearchedLabelFilesList()
-        if (keepPosition)
-            flick.contentY = Math.min(y, Math.max(0, flick.contentHeight - flick.height))
+        if (!keepPosition)
+            return
+        if (current !== null) {
+            const index = list.entries.findIndex(entry => entry.type === current.type
+                                                 && entry.id === current.id
+                                                 && entry.labelFileName === current.labelFileName)
+            if (index >= 0)
+                flick.currentIndex = index
+        }
+        flick.contentY = Math.min(y, Math.max(0, flick.contentHeight - flick.height))
     }
     // Fills the list from its source; the busy indicator shows first, as a big folder takes
     // a moment.
@@ -156,6 +167,17 @@ FocusScope {
         Keys.onSpacePressed: if (currentIndex >= 0 && !list.entries[currentIndex].type) list.toggleFavorite(list.entries[currentIndex])
         Accessible.role: Accessible.List
         Accessible.name: qsTr("Labels")
+    }
+
+    // With no current entry to mark (an empty list), the frame shows where focus is.
+    Rectangle {
+        objectName: "listFocusFrame"
+        anchors.fill: parent
+        visible: list.view.activeFocus && (list.tiles ? grid.currentIndex : rows.currentIndex) < 0
+        color: "transparent"
+        radius: Theme.radius
+        border.width: 2
+        border.color: Theme.focus
     }
 
     // Both are made only while they show: three lists of each would cost the first frame.

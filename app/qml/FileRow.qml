@@ -23,6 +23,7 @@ Item {
     Accessible.name: isFolder ? qsTr("Folder %1").arg(modelData.labelFileName)
                               : qsTr("%1, viewed %2").arg(modelData.labelFileName).arg(modelData.timeSinceModified)
     Accessible.onPressAction: row.activated()
+    Accessible.onToggleAction: if (!row.isFolder) row.favoriteToggled()
 
     Rectangle {
         anchors.fill: parent
@@ -87,7 +88,7 @@ Item {
                 implicitHeight: 28
                 opacity: row.isFolder ? 0 : 1
                 enabled: !row.isFolder
-                focusPolicy: Qt.TabFocus
+                focusPolicy: Qt.NoFocus
                 glyph: row.favoritesMode ? Theme.icons.close
                                          : (row.modelData.isFavorite ? Theme.icons.favorite : Theme.icons.favoriteOutline)
                 foreground: row.favoritesMode ? Theme.textMuted : (row.modelData.isFavorite ? Theme.favorite : Theme.textMuted)
@@ -97,8 +98,6 @@ Item {
                 background: Rectangle {
                     radius: Theme.radius
                     color: favoriteButton.hovered ? Theme.surfaceAlt : "transparent"
-                    border.width: favoriteButton.visualFocus ? 2 : 0
-                    border.color: Theme.focus
                 }
                 onClicked: row.favoriteToggled()
             }

@@ -29,6 +29,7 @@ Item {
     Accessible.name: isFolder ? qsTr("Folder %1").arg(modelData.labelFileName)
                               : qsTr("%1, viewed %2").arg(modelData.labelFileName).arg(modelData.timeSinceModified)
     Accessible.onPressAction: tile.activated()
+    Accessible.onToggleAction: if (!tile.isFolder) tile.favoriteToggled()
 
     Rectangle {
         id: card
@@ -102,7 +103,7 @@ Item {
             anchors.right: parent.right
             anchors.margins: Theme.spacingSmall + 4
             implicitHeight: 28
-            focusPolicy: Qt.TabFocus
+            focusPolicy: Qt.NoFocus
             glyph: tile.favoritesMode ? Theme.icons.close
                                       : (tile.modelData.isFavorite ? Theme.icons.favorite : Theme.icons.favoriteOutline)
             foreground: tile.favoritesMode ? "#ffffff" : (tile.modelData.isFavorite ? Theme.favorite : "#ffffff")
@@ -112,8 +113,6 @@ Item {
             background: Rectangle {
                 radius: 14
                 color: Qt.rgba(0, 0, 0, 0.28)
-                border.width: favoriteButton.visualFocus ? 2 : 0
-                border.color: Theme.focus
             }
             onClicked: tile.favoriteToggled()
         }

@@ -6,8 +6,11 @@
 #include <korvexdashboard.h>
 
 #include <QAccessible>
+#include <QDir>
+#include <QFile>
 #include <QImage>
 #include <QQuickItem>
+#include <QSettings>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -25,11 +28,14 @@ private Q_SLOTS:
     void tabChain();
     void enterActivatesTheFocusedEntry();
     void escapeClosesTheAboutDialog();
+    void spaceTogglesTheFavoriteOfTheCurrentEntry();
 
 private:
     QQuickWindow *window() const { return m_host->window(); }
     QQuickItem *focused() const { return window()->activeFocusItem(); }
     QQuickItem *tabTo(const QString &objectName);
+    static QString accessibleName(QQuickItem *item, const char *childName = nullptr);
+    bool startHost(bool seed);
     QObject *find(const QString &objectName) const;
 
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -45,15 +51,37 @@ void tst_FrontendKeyboard::init()
 {
     m_dir = std::make_unique<QTemporaryDir>();
     QVERIFY(m_dir->isValid());
+    // Every test starts from a user with no settings: no favourites, no history.
+    QFile::remove(QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Quorvane Inc"),
+                            QStringLiteral("KorvexPro")).fileName());
+    QVERIFY(startHost(true));
+}
+
+// Starts the dashboard on a fresh label folder, with its sample labels when seeded, and waits
+// until its lists are filled: a busy indicator spins over a list for a moment after start.
+bool tst_FrontendKeyboard::startHost(bool seed)
+{
+    m_host.reset();
     m_host = std::make_unique<DashboardHost>();
     DashboardHost::Options options;
-    options.labelFolder = m_dir->filePath(QStringLiteral("labels"));
-    QVERIFY2(m_host->start(options), qPrintable(m_host->errors().join(QLatin1Char('\n'))));
+    options.labelFolder = m_dir->filePath(seed ? QStringLiteral("labels") : QStringLiteral("empty"));
+    options.seedLabelFolder = seed;
+    if (!seed && !QDir().mkpath(options.labelFolder))
+        return false;
+    if (!m_host->start(options)) {
+        qWarning("%s", qPrintable(m_host->errors().join(QLatin1Char('\n'))));
+        return false;
+    }
     window()->setGeometry(0, 0, 1400, 1000);
-    QVERIFY(QTest::qWaitForWindowExposed(window()));
-    QTRY_VERIFY(m_host->isReady());
+    if (!QTest::qWaitForWindowExposed(window()) || !QTest::qWaitFor([this] { return m_host->isReady(); }))
+        return false;
+    for (const char *list : { "recentList", "labelList", "favoriteList" }) {
+        QObject *object = find(QString::fromLatin1(list));
+        if (!object || !QTest::qWaitFor([object] { return !object->property("busy").toBool(); }))
+            return false;
+    }
     window()->requestActivate();
-    QTRY_VERIFY(window()->isActive());
+    return QTest::qWaitFor([this] { return window()->isActive(); });
 }
 
 void tst_FrontendKeyboard::cleanup()
@@ -70,13 +98,16 @@ QObject *tst_FrontendKeyboard::find(const QString &objectName) const
     return root->findChild<QObject *>(objectName);
 }
 
-// Tabs until the named item has focus; null when the chain comes round without it.
+// Tabs until focus is in the named item (a list gives it to its current entry); null when the
+// chain comes round without it.
 QQuickItem *tst_FrontendKeyboard::tabTo(const QString &objectName)
 {
     for (int i = 0; i < 400; ++i) {
         QTest::keyClick(window(), Qt::Key_Tab);
-        if (focused() && focused()->objectName() == objectName)
-            return focused();
+        for (QQuickItem *in = focused(); in; in = in->parentItem()) {
+            if (in->objectName() == objectName)
+                return in;
+        }
     }
     return nullptr;
 }
@@ -84,11 +115,14 @@ QQuickItem *tst_FrontendKeyboard::tabTo(const QString &objectName)
 void tst_FrontendKeyboard::tabChain_data()
 {
     QTest::addColumn<QString>("page");
-    QTest::addColumn<QString>("mustReach");
-    QTest::newRow("home") << "home" << "searchField";
-    QTest::newRow("my labels") << "mylabels" << "openFolderButton";
-    QTest::newRow("resources") << "resources" << "resourceGrid";
-    QTest::newRow("settings") << "settings" << "settingsSections";
+    QTest::addColumn<QStringList>("mustReach");
+    QTest::addColumn<bool>("seeded");
+    QTest::newRow("home") << "home" << QStringList { "searchField", "recentList" } << true;
+    QTest::newRow("my labels") << "mylabels" << QStringList { "openFolderButton", "labelList" } << true;
+    // An empty list has no current entry to mark: the list itself must show focus.
+    QTest::newRow("my labels, empty") << "mylabels" << QStringList { "labelList" } << false;
+    QTest::newRow("resources") << "resources" << QStringList { "resourceGrid" } << true;
+    QTest::newRow("settings") << "settings" << QStringList { "settingsSections" } << true;
 }
 
 // Walks the whole tab chain of a page: it closes into a cycle, every stop has a name a screen
@@ -96,7 +130,10 @@ void tst_FrontendKeyboard::tabChain_data()
 void tst_FrontendKeyboard::tabChain()
 {
     QFETCH(QString, page);
-    QFETCH(QString, mustReach);
+    QFETCH(QStringList, mustReach);
+    QFETCH(bool, seeded);
+    if (!seeded)
+        QVERIFY(startHost(false));
     QMetaObject::invokeMethod(m_host->rootItem(), "showPage", Q_ARG(QVariant, page));
 
     QList<QQuickItem *> stops;
@@ -146,7 +183,8 @@ void tst_FrontendKeyboard::tabChain()
                 objectNames.append(in->objectName());
         }
     }
-    QVERIFY2(objectNames.contains(mustReach), qPrintable(objectNames.join(QLatin1String(", "))));
+    for (const QString &name : mustReach)
+        QVERIFY2(objectNames.contains(name), qPrintable(name + QLatin1String(" not in ") + objectNames.join(QLatin1String(", "))));
     QVERIFY(objectNames.contains(QStringLiteral("overflowButton")));
     using G = DashboardGlobal;
     QVERIFY(objectNames.contains(QStringLiteral("nav_%1_%2").arg(G::NAV_APP).arg(G::APP_LABELDESIGNER)));
@@ -192,3 +230,49 @@ void tst_FrontendKeyboard::escapeClosesTheAboutDialog()
 
 QTEST_MAIN(tst_FrontendKeyboard)
 #include "tst_frontendkeyboard.moc"
+
+QString tst_FrontendKeyboard::accessibleName(QQuickItem *item, const char *childName)
+{
+    if (item && childName)
+        item = item->findChild<QQuickItem *>(QString::fromLatin1(childName));
+    QAccessibleInterface *accessible = item ? QAccessible::queryAccessibleInterface(item) : nullptr;
+    return accessible ? accessible->text(QAccessible::Name) : QString();
+}
+
+// A list is one tab stop; its entries' stars are reached with the arrows and Space, and the
+// entry stays current after its favourite changes.
+void tst_FrontendKeyboard::spaceTogglesTheFavoriteOfTheCurrentEntry()
+{
+    QQuickItem *grid = tabTo(QStringLiteral("fileGrid"));
+    QVERIFY(grid);
+    QCOMPARE(grid->parentItem()->objectName(), QStringLiteral("recentList"));
+    QObject *favorites = find(QStringLiteral("favoriteList"));
+    const int before = favorites->property("count").toInt();
+
+    // The arrows move the current entry; on to the next one that is not a favourite yet.
+    QCOMPARE(grid->property("currentIndex").toInt(), 0);
+    QTest::keyClick(window(), Qt::Key_Right);
+    QCOMPARE(grid->property("currentIndex").toInt(), 1);
+    QQuickItem *current = nullptr;
+    for (int i = 0; i < 10; ++i) {
+        current = grid->property("currentItem").value<QQuickItem *>();
+        QVERIFY(current);
+        if (accessibleName(current, "favoriteButton").startsWith(QLatin1String("Add ")))
+            break;
+        QTest::keyClick(window(), Qt::Key_Right);
+    }
+    const QString entry = accessibleName(current);
+    const QString star = accessibleName(current, "favoriteButton");
+    QVERIFY2(star.startsWith(QLatin1String("Add ")), qPrintable(star));
+
+    QTest::keyClick(window(), Qt::Key_Space);
+    QTRY_COMPARE(favorites->property("count").toInt(), before + 1);
+    QVERIFY(grid->hasActiveFocus());
+    current = grid->property("currentItem").value<QQuickItem *>();
+    QCOMPARE(accessibleName(current), entry);
+    QCOMPARE(accessibleName(current, "favoriteButton"), QString(star).replace(0, 4, QStringLiteral("Remove ")).replace(QLatin1String(" to "), QLatin1String(" from ")));
+
+    QTest::keyClick(window(), Qt::Key_Space);
+    QTRY_COMPARE(favorites->property("count").toInt(), before);
+    QCOMPARE(accessibleName(grid->property("currentItem").value<QQuickItem *>(), "favoriteButton"), star);
+}
