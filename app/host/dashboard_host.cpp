@@ -115,14 +115,16 @@ bool DashboardHost::start(const Options &options)
     m_services = new HostServices(m_labelFolder, this);
     m_services->setLanguageHandler([this](const QString &code) { applyLanguage(code); });
 
+    const QUrl frontEnd = options.frontEnd.isEmpty() ? QUrl(QStringLiteral("qrc:/qt/qml/Korvex/Dashboard/Main.qml"))
+                                                     : options.frontEnd;
     if (!options.show)
-        return makeFrontEnd();
-    connect(m_window.get(), &QQuickWindow::frameSwapped, this, [this] {
+        return makeFrontEnd(frontEnd);
+    connect(m_window.get(), &QQuickWindow::frameSwapped, this, [this, frontEnd] {
         // Reading the system's fonts is the first text's biggest cost; another thread does
         // it while this one makes the front end.
         warmUpFonts();
-        QTimer::singleShot(0, this, [this] {
-            if (!makeFrontEnd())
+        QTimer::singleShot(0, this, [this, frontEnd] {
+            if (!makeFrontEnd(frontEnd))
                 Q_EMIT failed();
         });
     }, Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
@@ -130,14 +132,14 @@ bool DashboardHost::start(const Options &options)
     return true;
 }
 
-bool DashboardHost::makeFrontEnd()
+bool DashboardHost::makeFrontEnd(const QUrl &document)
 {
     m_engine = std::make_unique<QQmlEngine>();
     QObject::connect(m_engine.get(), &QQmlEngine::quit, QCoreApplication::instance(),
                      &QCoreApplication::quit, Qt::QueuedConnection);
     m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
 
-    QQmlComponent component(m_engine.get(), QUrl(QStringLiteral("qrc:/qt/qml/Korvex/Dashboard/Main.qml")));
+    QQmlComponent component(m_engine.get(), document);
     if (!component.isReady()) {
         // Creating from a component that failed to load crashes in Qt 6.4.
         for (const QQmlError &error : component.errors())

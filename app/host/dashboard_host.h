@@ -5,6 +5,7 @@
 #include <QQuickItem>
 #include <QString>
 #include <QStringList>
+#include <QUrl>
 
 #include <memory>
 
@@ -33,6 +34,8 @@ public:
         bool testMode = false;
         // Show the window once the front end is loaded.
         bool show = true;
+        // The front end's root document; empty for the one compiled into the host.
+        QUrl frontEnd;
     };
 
     explicit DashboardHost(QObject *parent = nullptr);
@@ -65,7 +68,7 @@ Q_SIGNALS:
     void failed();
 
 private:
-    bool makeFrontEnd();
+    bool makeFrontEnd(const QUrl &document);
     void removeTranslators();
     void warmUpFonts();
 

@@ -51,12 +51,15 @@ class tst_Frontend : public QObject
 
 private Q_SLOTS:
     void initTestCase();
+    void cleanupTestCase();
     void init();
     void cleanup();
 
     void loadsWithoutWarnings();
     void shellFirst_data();
     void shellFirst();
+    void frontEndThatFailsAfterTheShell_data();
+    void frontEndThatFailsAfterTheShell();
     void everyPageFromTheNavigationBar();
     void searchSortAndFavorite();
     void enterAndLeaveFolders();
@@ -100,6 +103,12 @@ void tst_Frontend::initTestCase()
     QStandardPaths::setTestModeEnabled(true);
     QDesktopServices::setUrlHandler(QStringLiteral("https"), &m_urls, "open");
     QDesktopServices::setUrlHandler(QStringLiteral("file"), &m_urls, "open");
+}
+
+void tst_Frontend::cleanupTestCase()
+{
+    QDesktopServices::unsetUrlHandler(QStringLiteral("https"));
+    QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
 }
 
 void tst_Frontend::init()
@@ -337,6 +346,50 @@ void tst_Frontend::shellFirst()
     QCOMPARE(theme->property("window").value<QColor>(), shellWindow);
     QCOMPARE(theme->property("navBackground").value<QColor>(), shellSideBar);
     QCOMPARE(find("navigationBar")->property("color").value<QColor>(), shellSideBar);
+}
+
+void tst_Frontend::frontEndThatFailsAfterTheShell_data()
+{
+    QTest::addColumn<QByteArray>("document");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("syntax error") << QByteArray("import QtQuick\nItem {\n") << QStringLiteral("front.qml:3");
+    QTest::newRow("missing") << QByteArray() << QStringLiteral("front.qml");
+    QTest::newRow("root not an item") << QByteArray("import QtQml\nQtObject { property var mainWindow; property var host }\n")
+                                      << QStringLiteral("The front end's root is not an item.");
+}
+
+// A front end that cannot be made once the shell is on screen is reported, with the reason,
+// and leaves the shell in place rather than an empty window.
+void tst_Frontend::frontEndThatFailsAfterTheShell()
+{
+    QFETCH(QByteArray, document);
+    QFETCH(QString, error);
+    const QString path = m_dir->filePath(QStringLiteral("front.qml"));
+    if (!document.isNull()) {
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(document), document.size());
+    }
+    m_host = std::make_unique<DashboardHost>();
+    DashboardHost::Options options;
+    options.labelFolder = m_dir->filePath(QStringLiteral("labels"));
+    options.frontEnd = QUrl::fromLocalFile(path);
+    QSignalSpy ready(m_host.get(), &DashboardHost::ready);
+    QSignalSpy failed(m_host.get(), &DashboardHost::failed);
+    QVERIFY(m_host->start(options));
+    QVERIFY(m_host->window()->isVisible());
+    QVERIFY(m_host->errors().isEmpty());
+
+    QVERIFY(failed.wait());
+    QCOMPARE(failed.count(), 1);
+    QCOMPARE(ready.count(), 0);
+    QVERIFY(!m_host->isReady());
+    QVERIFY(!m_host->rootItem());
+    const QString errors = m_host->errors().join(QLatin1Char('\n'));
+    QVERIFY2(errors.contains(error), qPrintable(errors));
+    const QList<QQuickItem *> shown = m_host->window()->contentItem()->childItems();
+    QCOMPARE(shown.size(), 1);
+    QVERIFY(qobject_cast<StartShell *>(shown.constFirst()));
 }
 
 void tst_Frontend::everyPageFromTheNavigationBar()
