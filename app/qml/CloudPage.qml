@@ -30,6 +30,10 @@ FocusScope {
         }
         page.entries = shown
     }
+    function remove(entry) {
+        page.favorites.removeFavorite(true, entry.filePath + "/" + entry.labelFileName, entry.cloudEnum)
+        page.favoriteRemoved()
+    }
     onServiceChanged: refresh()
     Component.onCompleted: refresh()
 
@@ -69,7 +73,9 @@ FocusScope {
             Layout.fillHeight: true
             radius: Theme.radius + 2
             color: Theme.surface
-            border.color: Theme.border
+            // With no current entry to mark (an empty list), the frame shows where focus is.
+            border.width: view.activeFocus && view.currentIndex < 0 ? 2 : 1
+            border.color: view.activeFocus && view.currentIndex < 0 ? Theme.focus : Theme.border
 
             ListView {
                 id: view
@@ -91,12 +97,11 @@ FocusScope {
                     current: ListView.isCurrentItem
                     viewFocused: view.activeFocus
                     onActivated: page.openLabel(page.favorites, modelData.id)
-                    onFavoriteToggled: {
-                        page.favorites.removeFavorite(true, modelData.filePath + "/" + modelData.labelFileName, modelData.cloudEnum)
-                        page.favoriteRemoved()
-                    }
+                    onFavoriteToggled: page.remove(modelData)
                 }
                 Keys.onReturnPressed: if (currentIndex >= 0) page.openLabel(page.favorites, page.entries[currentIndex].id)
+                Keys.onSpacePressed: if (currentIndex >= 0) page.remove(page.entries[currentIndex])
+                Keys.onDeletePressed: if (currentIndex >= 0) page.remove(page.entries[currentIndex])
             }
             EmptyState {
                 anchors.centerIn: parent

@@ -143,6 +143,7 @@ FocusScope {
         Keys.onReturnPressed: if (currentIndex >= 0) list.activate(list.entries[currentIndex])
         Keys.onEnterPressed: if (currentIndex >= 0) list.activate(list.entries[currentIndex])
         Keys.onSpacePressed: if (currentIndex >= 0 && !list.entries[currentIndex].type) list.toggleFavorite(list.entries[currentIndex])
+        Keys.onDeletePressed: if (list.favoritesMode && currentIndex >= 0) list.removeRequested(list.entries[currentIndex])
         Accessible.role: Accessible.List
         Accessible.name: qsTr("Labels")
     }
@@ -165,6 +166,7 @@ FocusScope {
         Keys.onReturnPressed: if (currentIndex >= 0) list.activate(list.entries[currentIndex])
         Keys.onEnterPressed: if (currentIndex >= 0) list.activate(list.entries[currentIndex])
         Keys.onSpacePressed: if (currentIndex >= 0 && !list.entries[currentIndex].type) list.toggleFavorite(list.entries[currentIndex])
+        Keys.onDeletePressed: if (list.favoritesMode && currentIndex >= 0) list.removeRequested(list.entries[currentIndex])
         Accessible.role: Accessible.List
         Accessible.name: qsTr("Labels")
     }

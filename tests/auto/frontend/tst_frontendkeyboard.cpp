@@ -29,6 +29,8 @@ private Q_SLOTS:
     void enterActivatesTheFocusedEntry();
     void escapeClosesTheAboutDialog();
     void spaceTogglesTheFavoriteOfTheCurrentEntry();
+    void deleteRemovesTheCurrentFavorite();
+    void cloudFavoritesAreRemovedFromTheKeyboard();
 
 private:
     QQuickWindow *window() const { return m_host->window(); }
@@ -36,6 +38,7 @@ private:
     QQuickItem *tabTo(const QString &objectName);
     static QString accessibleName(QQuickItem *item, const char *childName = nullptr);
     bool startHost(bool seed);
+    static QString settingsFile();
     QObject *find(const QString &objectName) const;
 
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -52,9 +55,14 @@ void tst_FrontendKeyboard::init()
     m_dir = std::make_unique<QTemporaryDir>();
     QVERIFY(m_dir->isValid());
     // Every test starts from a user with no settings: no favourites, no history.
-    QFile::remove(QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Quorvane Inc"),
-                            QStringLiteral("KorvexPro")).fileName());
+    QFile::remove(settingsFile());
     QVERIFY(startHost(true));
+}
+
+QString tst_FrontendKeyboard::settingsFile()
+{
+    return QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Quorvane Inc"),
+                     QStringLiteral("KorvexPro")).fileName();
 }
 
 // Starts the dashboard on a fresh label folder, with its sample labels when seeded, and waits
@@ -121,6 +129,7 @@ void tst_FrontendKeyboard::tabChain_data()
     QTest::newRow("my labels") << "mylabels" << QStringList { "openFolderButton", "labelList" } << true;
     // An empty list has no current entry to mark: the list itself must show focus.
     QTest::newRow("my labels, empty") << "mylabels" << QStringList { "labelList" } << false;
+    QTest::newRow("cloud, empty") << "cloud" << QStringList { "cloudList" } << true;
     QTest::newRow("resources") << "resources" << QStringList { "resourceGrid" } << true;
     QTest::newRow("settings") << "settings" << QStringList { "settingsSections" } << true;
 }
@@ -275,4 +284,43 @@ void tst_FrontendKeyboard::spaceTogglesTheFavoriteOfTheCurrentEntry()
     QTest::keyClick(window(), Qt::Key_Space);
     QTRY_COMPARE(favorites->property("count").toInt(), before);
     QCOMPARE(accessibleName(grid->property("currentItem").value<QQuickItem *>(), "favoriteButton"), star);
+}
+
+void tst_FrontendKeyboard::deleteRemovesTheCurrentFavorite()
+{
+    QQuickItem *tab = tabTo(QStringLiteral("tab_2"));
+    QVERIFY(tab);
+    QTest::keyClick(window(), Qt::Key_Return);
+    QObject *favorites = find(QStringLiteral("favoriteList"));
+    QTRY_VERIFY(favorites->property("visible").toBool());
+    const int before = favorites->property("count").toInt();
+    QVERIFY(before > 0);
+    QVERIFY(tabTo(QStringLiteral("favoriteList")));
+    QTest::keyClick(window(), Qt::Key_Delete);
+    QTRY_COMPARE(favorites->property("count").toInt(), before - 1);
+}
+
+void tst_FrontendKeyboard::cloudFavoritesAreRemovedFromTheKeyboard()
+{
+    m_host.reset();
+    {
+        QSettings store(settingsFile(), QSettings::IniFormat);
+        const int service = DashboardGlobal::LABEL_DROPBOX;
+        for (const char *name : { "plan.kxld", "site.kxld" })
+            store.setValue(QStringLiteral("cloudFavorites/%1%2").arg(service).arg(QLatin1String(name)), true);
+    }
+    QVERIFY(startHost(true));
+    QMetaObject::invokeMethod(m_host->rootItem(), "showPage", Q_ARG(QVariant, QStringLiteral("cloud")));
+    QObject *page = find(QStringLiteral("cloudPage"));
+    QTRY_VERIFY(page && page->property("visible").toBool());
+    QCOMPARE(page->property("entries").toList().size(), 2);
+    QVERIFY(tabTo(QStringLiteral("cloudList")));
+
+    QTest::keyClick(window(), Qt::Key_Delete);
+    QTRY_COMPARE(page->property("entries").toList().size(), 1);
+    QTest::keyClick(window(), Qt::Key_Space);
+    QTRY_COMPARE(page->property("entries").toList().size(), 0);
+    QSettings store(settingsFile(), QSettings::IniFormat);
+    store.beginGroup(QStringLiteral("cloudFavorites"));
+    QCOMPARE(store.allKeys(), QStringList());
 }
