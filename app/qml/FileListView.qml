@@ -44,8 +44,10 @@ FocusScope {
         if (!keepPosition)
             return
         if (current !== null) {
+            // Ids are places in the list, which a re-read may change; the file is what counts.
             const index = list.entries.findIndex(entry => entry.type === current.type
-                                                 && entry.id === current.id
+                                                 && entry.cloudEnum === current.cloudEnum
+                                                 && entry.filePath === current.filePath
                                                  && entry.labelFileName === current.labelFileName)
             if (index >= 0)
                 flick.currentIndex = index
