@@ -125,13 +125,16 @@ void tst_FrontendKeyboard::tabChain_data()
     QTest::addColumn<QString>("page");
     QTest::addColumn<QStringList>("mustReach");
     QTest::addColumn<bool>("seeded");
-    QTest::newRow("home") << "home" << QStringList { "searchField", "recentList" } << true;
-    QTest::newRow("my labels") << "mylabels" << QStringList { "openFolderButton", "labelList" } << true;
+    QTest::addColumn<bool>("rows");
+    QTest::newRow("home") << "home" << QStringList { "searchField", "recentList" } << true << false;
+    QTest::newRow("home, rows") << "home" << QStringList { "searchField", "fileRows" } << true << true;
+    QTest::newRow("my labels") << "mylabels" << QStringList { "openFolderButton", "labelList" } << true << false;
     // An empty list has no current entry to mark: the list itself must show focus.
-    QTest::newRow("my labels, empty") << "mylabels" << QStringList { "labelList" } << false;
-    QTest::newRow("cloud, empty") << "cloud" << QStringList { "cloudList" } << true;
-    QTest::newRow("resources") << "resources" << QStringList { "resourceGrid" } << true;
-    QTest::newRow("settings") << "settings" << QStringList { "settingsSections" } << true;
+    QTest::newRow("my labels, empty") << "mylabels" << QStringList { "labelList" } << false << false;
+    QTest::newRow("my labels, empty rows") << "mylabels" << QStringList { "fileRows" } << false << true;
+    QTest::newRow("cloud, empty") << "cloud" << QStringList { "cloudList" } << true << false;
+    QTest::newRow("resources") << "resources" << QStringList { "resourceGrid" } << true << false;
+    QTest::newRow("settings") << "settings" << QStringList { "settingsSections" } << true << false;
 }
 
 // Walks the whole tab chain of a page: it closes into a cycle, every stop has a name a screen
@@ -141,8 +144,15 @@ void tst_FrontendKeyboard::tabChain()
     QFETCH(QString, page);
     QFETCH(QStringList, mustReach);
     QFETCH(bool, seeded);
+    QFETCH(bool, rows);
     if (!seeded)
         QVERIFY(startHost(false));
+    if (rows) {
+        QQuickItem *button = qobject_cast<QQuickItem *>(find(QStringLiteral("rowsButton")));
+        QVERIFY(button);
+        QVERIFY(QMetaObject::invokeMethod(button, "clicked"));
+        QTRY_VERIFY(!find(QStringLiteral("homePage"))->property("tiles").toBool());
+    }
     QMetaObject::invokeMethod(m_host->rootItem(), "showPage", Q_ARG(QVariant, page));
 
     QList<QQuickItem *> stops;
