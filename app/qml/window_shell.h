@@ -19,6 +19,7 @@ public:
 
     Q_INVOKABLE static QColor windowColor(bool dark) { return QColor(dark ? 0x14161b : 0xf3f4f6); }
     Q_INVOKABLE static QColor sideBarColor(bool dark) { return QColor(dark ? 0x0f1115 : 0x1f2630); }
-    static constexpr int SIDE_BAR_MINIMUM_WIDTH = 224;
+    // Wide enough for the English names, so the side bar does not move when the front end comes.
+    static constexpr int SIDE_BAR_MINIMUM_WIDTH = 232;
     static int sideBarMinimumWidth() { return SIDE_BAR_MINIMUM_WIDTH; }
 };

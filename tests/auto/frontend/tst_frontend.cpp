@@ -3,6 +3,7 @@
 #include "label_folder.h"
 #include "start_shell.h"
 #include "url_recorder.h"
+#include "window_shell.h"
 
 #include <korvexdashboard.h>
 
@@ -346,6 +347,8 @@ void tst_Frontend::shellFirst()
     QCOMPARE(theme->property("window").value<QColor>(), shellWindow);
     QCOMPARE(theme->property("navBackground").value<QColor>(), shellSideBar);
     QCOMPARE(find("navigationBar")->property("color").value<QColor>(), shellSideBar);
+    // In English the side bar keeps the shell's width: nothing moves when the front end comes.
+    QCOMPARE(find("navigationBar")->property("width").toInt(), WindowShell::SIDE_BAR_MINIMUM_WIDTH);
 }
 
 void tst_Frontend::frontEndThatFailsAfterTheShell_data()
