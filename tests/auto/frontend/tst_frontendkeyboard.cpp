@@ -247,9 +247,6 @@ void tst_FrontendKeyboard::escapeClosesTheAboutDialog()
     QVERIFY(focused());
 }
 
-QTEST_MAIN(tst_FrontendKeyboard)
-#include "tst_frontendkeyboard.moc"
-
 QString tst_FrontendKeyboard::accessibleName(QQuickItem *item, const char *childName)
 {
     if (item && childName)
@@ -334,3 +331,6 @@ void tst_FrontendKeyboard::cloudFavoritesAreRemovedFromTheKeyboard()
     store.beginGroup(QStringLiteral("cloudFavorites"));
     QCOMPARE(store.allKeys(), QStringList());
 }
+
+QTEST_MAIN(tst_FrontendKeyboard)
+#include "tst_frontendkeyboard.moc"
