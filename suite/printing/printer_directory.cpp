@@ -104,13 +104,17 @@ void PrinterDirectory::setRealPrintersEnabled(bool enabled)
 {
     if (m_realPrintersEnabled == enabled)
         return;
+    // Switched on, nothing changes until the first reading is in; switched off, the printers
+    // of the last reading go, and with them perhaps the default.
+    const QList<Printer> previous = realPrinters();
+    const QString previousDefault = defaultPrinterName();
     m_realPrintersEnabled = enabled;
     if (!enabled) {
         m_real.clear();
         m_realDefault.clear();
     }
     startReadingRealPrinters();
-    Q_EMIT printersChanged();
+    announceChanges(previous, realPrinters(), previousDefault);
 }
 
 void PrinterDirectory::watch()

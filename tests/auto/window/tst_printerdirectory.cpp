@@ -32,6 +32,7 @@ private Q_SLOTS:
     void realPrintersDoNotDisturbSimulatedOnes();
     void realPrintersReadingIsAnnounced();
     void realPrintersOffForgetsAReadingUnderWay();
+    void realDefaultPrinterComesAndGoes();
 
 private:
     PrinterDirectory *directory() const { return PrinterDirectory::instance(); }
@@ -305,6 +306,31 @@ void tst_PrinterDirectory::realPrintersOffForgetsAReadingUnderWay()
     QVERIFY(!listsOfficeLaser(directory()->printers()));
     for (const auto &p : directory()->printers())
         QVERIFY2(p.simulated, qPrintable(p.info.printerName));
+}
+
+void tst_PrinterDirectory::realDefaultPrinterComesAndGoes()
+{
+    // No simulated printer is the default, so the print system's default is the directory's.
+    m_printers->writePrinters({ PrinterFixture::printer("P2", "Generic PCL Driver", 4) });
+    QVERIFY(directory()->defaultPrinterName().isEmpty());
+    directory()->setRealPrinterSource(&oneRealPrinter);
+    QSignalSpy read(directory(), &PrinterDirectory::realPrintersRead);
+    QSignalSpy changed(directory(), &PrinterDirectory::printersChanged);
+    QSignalSpy defaultChanged(directory(), &PrinterDirectory::defaultPrinterChanged);
+
+    directory()->setRealPrintersEnabled(true);
+    QCOMPARE(changed.count(), 0);
+    QCOMPARE(defaultChanged.count(), 0);
+    QVERIFY(read.wait());
+    QCOMPARE(changed.count(), 1);
+    QCOMPARE(defaultChanged.count(), 1);
+    QCOMPARE(defaultChanged.takeFirst().at(0).toString(), QStringLiteral("Office laser"));
+
+    directory()->setRealPrintersEnabled(false);
+    QCOMPARE(changed.count(), 2);
+    QCOMPARE(defaultChanged.count(), 1);
+    QCOMPARE(defaultChanged.takeFirst().at(0).toString(), QString());
+    QVERIFY(!listsOfficeLaser(directory()->printers()));
 }
 
 QTEST_MAIN(tst_PrinterDirectory)
