@@ -36,6 +36,7 @@ private:
     QQuickWindow *window() const { return m_host->window(); }
     QQuickItem *focused() const { return window()->activeFocusItem(); }
     QQuickItem *tabTo(const QString &objectName);
+    bool pressEnterOn(const QString &objectName);
     static QString accessibleName(QQuickItem *item, const char *childName = nullptr);
     bool startHost(bool seed);
     static QString settingsFile();
@@ -69,6 +70,7 @@ QString tst_FrontendKeyboard::settingsFile()
 // until its lists are filled: a busy indicator spins over a list for a moment after start.
 bool tst_FrontendKeyboard::startHost(bool seed)
 {
+    // The old dashboard goes before the new one starts: both would share the process's stores.
     m_host.reset();
     m_host = std::make_unique<DashboardHost>();
     DashboardHost::Options options;
@@ -118,6 +120,15 @@ QQuickItem *tst_FrontendKeyboard::tabTo(const QString &objectName)
         }
     }
     return nullptr;
+}
+
+// Tabs to the named item and presses Enter there; false when Tab never reaches it.
+bool tst_FrontendKeyboard::pressEnterOn(const QString &objectName)
+{
+    if (!tabTo(objectName))
+        return false;
+    QTest::keyClick(window(), Qt::Key_Return);
+    return true;
 }
 
 void tst_FrontendKeyboard::tabChain_data()
@@ -214,9 +225,7 @@ void tst_FrontendKeyboard::enterActivatesTheFocusedEntry()
     using G = DashboardGlobal;
     // The Resources page is made the first time it is shown.
     QVERIFY(!find(QStringLiteral("resourcesPage")));
-    QQuickItem *entry = tabTo(QStringLiteral("nav_%1_%2").arg(G::NAV_RESOURCES).arg(G::APP_NULL));
-    QVERIFY(entry);
-    QTest::keyClick(window(), Qt::Key_Return);
+    QVERIFY(pressEnterOn(QStringLiteral("nav_%1_%2").arg(G::NAV_RESOURCES).arg(G::APP_NULL)));
     QTRY_VERIFY(find(QStringLiteral("resourcesPage")));
     QObject *resources = find(QStringLiteral("resourcesPage"));
     QTRY_VERIFY(resources->property("visible").toBool());
@@ -225,9 +234,7 @@ void tst_FrontendKeyboard::enterActivatesTheFocusedEntry()
 
 void tst_FrontendKeyboard::escapeClosesTheAboutDialog()
 {
-    QQuickItem *more = tabTo(QStringLiteral("overflowButton"));
-    QVERIFY(more);
-    QTest::keyClick(window(), Qt::Key_Return);
+    QVERIFY(pressEnterOn(QStringLiteral("overflowButton")));
     QObject *menu = find(QStringLiteral("overflowMenu"));
     QTRY_VERIFY(menu->property("opened").toBool());
     // Down to About, then Enter.
@@ -295,9 +302,7 @@ void tst_FrontendKeyboard::spaceTogglesTheFavoriteOfTheCurrentEntry()
 
 void tst_FrontendKeyboard::deleteRemovesTheCurrentFavorite()
 {
-    QQuickItem *tab = tabTo(QStringLiteral("tab_2"));
-    QVERIFY(tab);
-    QTest::keyClick(window(), Qt::Key_Return);
+    QVERIFY(pressEnterOn(QStringLiteral("tab_2")));
     QObject *favorites = find(QStringLiteral("favoriteList"));
     QTRY_VERIFY(favorites->property("visible").toBool());
     const int before = favorites->property("count").toInt();
