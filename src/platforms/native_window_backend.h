@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 namespace KorvexNative {
 
@@ -69,6 +70,15 @@ inline constexpr std::uint32_t SwpShowWindow = 0x0040;
 inline constexpr int SwHide = 0;
 inline constexpr int SwShowNormal = 1;
 
+// Which control of an embedded window takes the keyboard when it is given focus: the one that
+// had it, or the first or last of its focus chain (entering it with Tab or Shift+Tab).
+enum class EmbeddedFocus { Current, First, Last };
+// What the user did to the keyboard inside an embedded window: clicked into it, or it asked for
+// the keyboard (a click its toolkit reported), or handed the keyboard on to the embedder's next
+// or previous control.
+enum class EmbeddedFocusEvent { Clicked, Requested, Next, Previous };
+using EmbeddedFocusHandler = std::function<void(EmbeddedFocusEvent)>;
+
 // One backend per window system. Every call behaves like the Win32 call of the same name:
 // failures are reported the way Windows reports them (a null handle, 0, false) and never
 // throw or crash, whatever handle a caller passes. sendMessage and postMessage deliver only to
@@ -118,6 +128,33 @@ public:
         (void)eventType;
         (void)eventTypeSize;
         (void)message;
+        return false;
+    }
+
+    // Keyboard focus of windows embedded from other processes, added after the calls above.
+    // Windows moves the keyboard into and out of such windows by itself, so the defaults do
+    // nothing and report false. Where the window system leaves it to the embedder (X11):
+    //  - watchEmbeddedFocus calls handler from the event loop, never inside a call of this
+    //    interface, when the user clicks into a window inside container, when that window asks
+    //    for the keyboard, or when the user hands the keyboard on from inside it with
+    //    Ctrl+Tab or Ctrl+Shift+Tab; an empty handler stops watching;
+    //  - focusEmbeddedWindow gives the keyboard to an embedded window, whatever the pointer does;
+    //  - focusEmbedder gives it back to the embedder's top-level window.
+    virtual bool watchEmbeddedFocus(WindowHandle container, EmbeddedFocusHandler handler)
+    {
+        (void)container;
+        (void)handler;
+        return false;
+    }
+    virtual bool focusEmbeddedWindow(WindowHandle window, EmbeddedFocus detail)
+    {
+        (void)window;
+        (void)detail;
+        return false;
+    }
+    virtual bool focusEmbedder(WindowHandle topLevel)
+    {
+        (void)topLevel;
         return false;
     }
 };

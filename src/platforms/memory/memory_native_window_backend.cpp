@@ -282,6 +282,48 @@ bool MemoryNativeWindowBackend::showWindow(WindowHandle window, int command)
     return wasVisible;
 }
 
+bool MemoryNativeWindowBackend::watchEmbeddedFocus(WindowHandle container,
+                                                   EmbeddedFocusHandler handler)
+{
+    if (!windowExists(container))
+        return false;
+    if (handler)
+        m_focusWatchers.insert(container, std::move(handler));
+    else
+        m_focusWatchers.remove(container);
+    return true;
+}
+
+bool MemoryNativeWindowBackend::focusEmbeddedWindow(WindowHandle window, EmbeddedFocus detail)
+{
+    const char *name = detail == EmbeddedFocus::First ? "first"
+            : detail == EmbeddedFocus::Last            ? "last"
+                                                       : "current";
+    m_focusLog << QStringLiteral("focusEmbeddedWindow %1 %2").arg(quint64(window)).arg(QLatin1String(name));
+    if (!windowExists(window))
+        return false;
+    m_focused = window;
+    return true;
+}
+
+bool MemoryNativeWindowBackend::focusEmbedder(WindowHandle topLevel)
+{
+    m_focusLog << QStringLiteral("focusEmbedder %1").arg(quint64(topLevel));
+    m_focused = topLevel;
+    return true;
+}
+
+bool MemoryNativeWindowBackend::reportEmbeddedFocus(WindowHandle container, EmbeddedFocusEvent what)
+{
+    const auto it = m_focusWatchers.constFind(container);
+    if (it == m_focusWatchers.constEnd())
+        return false;
+    // A copy: the handler may stop watching.
+    const EmbeddedFocusHandler handler = *it;
+    handler(what);
+    return true;
+}
+
 bool MemoryNativeWindowBackend::isWindow(WindowHandle window)
 {
     Call &call = record(QStringLiteral("IsWindow"), { handleValue(window) });

@@ -103,6 +103,20 @@ public:
     static bool deliverCopyData(QWindow *target, KorvexNative::WindowHandle sender,
                                 quint64 dwData, const QByteArray &bytes);
 
+    // --- keyboard focus of embedded windows, kept apart from calls() ---
+    // "focusEmbeddedWindow <handle> <current|first|last>" and "focusEmbedder <handle>", in order.
+    QStringList focusLog() const { return m_focusLog; }
+    // Where focusEmbeddedWindow or focusEmbedder last put the keyboard; 0 before.
+    KorvexNative::WindowHandle focusedWindow() const { return m_focused; }
+    bool isWatchingFocus(KorvexNative::WindowHandle container) const
+    {
+        return m_focusWatchers.contains(container);
+    }
+    // Plays the user inside an embedded window of container, as the window system would report
+    // it; false when nobody watches that container.
+    bool reportEmbeddedFocus(KorvexNative::WindowHandle container,
+                             KorvexNative::EmbeddedFocusEvent what);
+
     // --- NativeWindowBackend ---
     const char *name() const override { return "memory"; }
     KorvexNative::WindowHandle createWindowEx(std::uint32_t exStyle, const char16_t *className,
@@ -129,6 +143,11 @@ public:
     const KorvexNative::Message *translateNativeEvent(const char *eventType,
                                                       std::size_t eventTypeSize, void *message,
                                                       KorvexNative::Message *storage) override;
+    bool watchEmbeddedFocus(KorvexNative::WindowHandle container,
+                            KorvexNative::EmbeddedFocusHandler handler) override;
+    bool focusEmbeddedWindow(KorvexNative::WindowHandle window,
+                             KorvexNative::EmbeddedFocus detail) override;
+    bool focusEmbedder(KorvexNative::WindowHandle topLevel) override;
 
 private:
     Call &record(const QString &function, const QVariantList &arguments);
@@ -141,4 +160,7 @@ private:
     QHash<KorvexNative::WindowHandle, MessageHandler> m_handlers;
     QHash<QString, KorvexNative::MessageId> m_registered;
     KorvexNative::WindowHandle m_nextHandle = 0x10000;
+    QHash<KorvexNative::WindowHandle, KorvexNative::EmbeddedFocusHandler> m_focusWatchers;
+    QStringList m_focusLog;
+    KorvexNative::WindowHandle m_focused = 0;
 };

@@ -19,6 +19,7 @@
 #include <cstring>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace KorvexNative {
@@ -45,6 +46,26 @@ constexpr std::uint32_t MWM_DECOR_TITLE = 1u << 3;
 constexpr std::uint32_t MWM_DECOR_MENU = 1u << 4;
 constexpr std::uint32_t MWM_DECOR_MINIMIZE = 1u << 5;
 constexpr std::uint32_t MWM_DECOR_MAXIMIZE = 1u << 6;
+
+// XEmbed messages, focus details and the protocol version.
+constexpr std::uint32_t XEMBED_EMBEDDED_NOTIFY = 0;
+constexpr std::uint32_t XEMBED_WINDOW_ACTIVATE = 1;
+constexpr std::uint32_t XEMBED_WINDOW_DEACTIVATE = 2;
+constexpr std::uint32_t XEMBED_REQUEST_FOCUS = 3;
+constexpr std::uint32_t XEMBED_FOCUS_IN = 4;
+constexpr std::uint32_t XEMBED_FOCUS_OUT = 5;
+constexpr std::uint32_t XEMBED_FOCUS_NEXT = 6;
+constexpr std::uint32_t XEMBED_FOCUS_PREV = 7;
+constexpr std::uint32_t XEMBED_FOCUS_CURRENT = 0;
+constexpr std::uint32_t XEMBED_FOCUS_FIRST = 1;
+constexpr std::uint32_t XEMBED_FOCUS_LAST = 2;
+constexpr std::uint32_t XEMBED_VERSION = 0;
+
+// The keysym of the Tab key, and the modifiers a passive grab must also name so that Caps Lock
+// and Num Lock (Mod2 on every common layout) do not hide the key.
+constexpr std::uint32_t KEYSYM_TAB = 0xff09;
+constexpr std::uint16_t IGNORED_MODIFIERS[] = { 0, XCB_MOD_MASK_LOCK, XCB_MOD_MASK_2,
+                                                XCB_MOD_MASK_LOCK | XCB_MOD_MASK_2 };
 
 // The payload property starts with this header, little-endian whatever the hosts: format-8
 // data is never byte-swapped by the server.
@@ -147,6 +168,9 @@ struct XcbNativeWindowBackend::Private
     xcb_atom_t atomProtocols = XCB_NONE;
     xcb_atom_t atomDeleteWindow = XCB_NONE;
     xcb_atom_t atomMotifHints = XCB_NONE;
+    xcb_atom_t atomWmState = XCB_NONE;
+    xcb_atom_t atomXEmbed = XCB_NONE;
+    xcb_atom_t atomNetWmPid = XCB_NONE;
 
     std::unordered_map<xcb_window_t, WindowRecord> windows;
     std::unordered_map<xcb_window_t, PendingCopy> pending; // by carrier
@@ -156,6 +180,25 @@ struct XcbNativeWindowBackend::Private
     std::array<Retained, RETAINED_COPIES> retained;
     std::size_t nextRetained = 0;
     std::unique_ptr<QSocketNotifier> notifier;
+    // Windows taken into one of our containers: module window -> container. A window manager
+    // that grabs one back (it may still act on a map request from before) is made to let go
+    // again, a bounded number of times.
+    struct Embedding
+    {
+        xcb_window_t container = XCB_NONE;
+        int retakes = 0;
+    };
+    std::unordered_map<xcb_window_t, Embedding> embedded;
+    std::vector<xcb_window_t> escaped;
+    bool taking = false;
+    // Containers whose embedded windows' keyboard focus the embedder follows, and what the
+    // user did there, to be told from the event loop.
+    std::unordered_map<xcb_window_t, EmbeddedFocusHandler> focusWatchers;
+    std::vector<std::pair<xcb_window_t, EmbeddedFocusEvent>> focusEvents;
+    bool focusDispatchQueued = false;
+    bool drainScheduled = false;
+    xcb_window_t focusedEmbedded = XCB_NONE;
+    xcb_keycode_t tabKeycode = 0;
 
     bool ok() const { return connection && !xcb_connection_has_error(connection); }
 
@@ -236,6 +279,7 @@ struct XcbNativeWindowBackend::Private
     LongPtr styleOf(WindowHandle window, int index, bool *alive)
     {
         drain();
+        const DrainLater later{ this };
         *alive = false;
         if (!ok() || !isXid(window) || (index != GwlStyle && index != GwlExStyle))
             return 0;
@@ -315,18 +359,368 @@ struct XcbNativeWindowBackend::Private
         return true;
     }
 
+    void handleEvent(const xcb_generic_event_t *event)
+    {
+        // Errors of requests nobody checks (a save-set entry for our own window, a receiver
+        // that destroyed a payload first) mean nothing here.
+        switch (event->response_type & 0x7f) {
+        case XCB_DESTROY_NOTIFY: {
+            const xcb_window_t window = reinterpret_cast<const xcb_destroy_notify_event_t *>(event)->window;
+            forget(window);
+            embedded.erase(window);
+            focusWatchers.erase(window);
+            if (focusedEmbedded == window)
+                focusedEmbedded = XCB_NONE;
+            break;
+        }
+        case XCB_REPARENT_NOTIFY: {
+            const auto *reparent = reinterpret_cast<const xcb_reparent_notify_event_t *>(event);
+            // Looked at again before anything is done: the event may be history by then.
+            const auto it = embedded.find(reparent->window);
+            if (it != embedded.end() && reparent->parent != it->second.container
+                && std::find(escaped.begin(), escaped.end(), reparent->window) == escaped.end())
+                escaped.push_back(reparent->window);
+            break;
+        }
+        case XCB_BUTTON_PRESS: {
+            // A click into a container that does not have the keyboard: the pointer waits
+            // (a synchronous grab) until the click is played on to the window under it.
+            const auto *press = reinterpret_cast<const xcb_button_press_event_t *>(event);
+            xcb_allow_events(connection, XCB_ALLOW_REPLAY_POINTER, press->time);
+            xcb_flush(connection);
+            if (focusWatchers.count(press->event))
+                queueFocusEvent(press->event, EmbeddedFocusEvent::Clicked);
+            break;
+        }
+        case XCB_KEY_PRESS: {
+            const auto *key = reinterpret_cast<const xcb_key_press_event_t *>(event);
+            if (focusWatchers.count(key->event) && key->detail == tabKeycode)
+                queueFocusEvent(key->event, (key->state & XCB_MOD_MASK_SHIFT)
+                                                    ? EmbeddedFocusEvent::Previous
+                                                    : EmbeddedFocusEvent::Next);
+            break;
+        }
+        case XCB_CLIENT_MESSAGE: {
+            // XEmbed's requests of an embedded window reach the embedder at its container.
+            const auto *message = reinterpret_cast<const xcb_client_message_event_t *>(event);
+            if (message->format != 32 || message->type != atomXEmbed
+                || !focusWatchers.count(message->window))
+                break;
+            switch (message->data.data32[1]) {
+            case XEMBED_REQUEST_FOCUS:
+                queueFocusEvent(message->window, EmbeddedFocusEvent::Requested);
+                break;
+            case XEMBED_FOCUS_NEXT:
+                queueFocusEvent(message->window, EmbeddedFocusEvent::Next);
+                break;
+            case XEMBED_FOCUS_PREV:
+                queueFocusEvent(message->window, EmbeddedFocusEvent::Previous);
+                break;
+            default:
+                break;
+            }
+            break;
+        }
+        case XCB_CONFIGURE_NOTIFY: {
+            const auto *configure = reinterpret_cast<const xcb_configure_notify_event_t *>(event);
+            if (configure->event == configure->window)
+                keepFilling(configure);
+            break;
+        }
+        default:
+            break;
+        }
+    }
+
+    // The embedder sizes what it embeds: a module that sizes its own window once it is shown
+    // inside a container (a toolkit fitting the window to its content) is put back to fill it.
+    void keepFilling(const xcb_configure_notify_event_t *configure)
+    {
+        const auto it = embedded.find(configure->window);
+        if (it == embedded.end())
+            return;
+        Reply<xcb_get_geometry_reply_t> container(xcb_get_geometry_reply(
+                connection, xcb_get_geometry(connection, it->second.container), nullptr));
+        if (!container
+            || (configure->x == 0 && configure->y == 0 && configure->width == container->width
+                && configure->height == container->height))
+            return;
+        const std::uint32_t values[] = { 0, 0, container->width, container->height };
+        xcb_configure_window(connection, configure->window,
+                             XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH
+                                     | XCB_CONFIG_WINDOW_HEIGHT,
+                             values);
+        xcb_flush(connection);
+    }
+
+    // A round trip reads every event that came before its reply into xcb's queue, where the
+    // socket notifier never sees it: after each call, the queue is looked at once more from
+    // the event loop.
+    void scheduleDrain()
+    {
+        if (drainScheduled || !notifier)
+            return;
+        drainScheduled = true;
+        QMetaObject::invokeMethod(notifier.get(), [this] {
+            drainScheduled = false;
+            drain();
+        }, Qt::QueuedConnection);
+    }
+
+    struct DrainLater
+    {
+        Private *d;
+        ~DrainLater() { d->scheduleDrain(); }
+    };
+
     void drain()
     {
         if (!ok())
             return;
         while (xcb_generic_event_t *event = xcb_poll_for_event(connection)) {
-            // Errors of requests nobody checks (a save-set entry for our own window, a
-            // receiver that destroyed a payload first) mean nothing here.
-            if ((event->response_type & 0x7f) == XCB_DESTROY_NOTIFY)
-                forget(reinterpret_cast<xcb_destroy_notify_event_t *>(event)->window);
+            handleEvent(event);
             std::free(event);
         }
         expire();
+        if (!taking && !escaped.empty()) {
+            retakeEscaped();
+            scheduleDrain();
+        }
+    }
+
+    void queueFocusEvent(xcb_window_t container, EmbeddedFocusEvent what)
+    {
+        focusEvents.emplace_back(container, what);
+        if (focusDispatchQueued || !notifier)
+            return;
+        focusDispatchQueued = true;
+        // Handlers run from the event loop: they may call back into the backend.
+        QMetaObject::invokeMethod(notifier.get(), [this] { dispatchFocusEvents(); },
+                                  Qt::QueuedConnection);
+    }
+
+    void dispatchFocusEvents()
+    {
+        focusDispatchQueued = false;
+        const auto events = std::exchange(focusEvents, {});
+        for (const auto &[container, what] : events) {
+            const auto it = focusWatchers.find(container);
+            if (it == focusWatchers.end())
+                continue;
+            // A copy: the handler may stop watching.
+            const EmbeddedFocusHandler handler = it->second;
+            if (handler)
+                handler(what);
+        }
+    }
+
+    xcb_keycode_t keycodeOf(std::uint32_t keysym)
+    {
+        const xcb_setup_t *setup = xcb_get_setup(connection);
+        const int count = setup->max_keycode - setup->min_keycode + 1;
+        Reply<xcb_get_keyboard_mapping_reply_t> mapping(xcb_get_keyboard_mapping_reply(
+                connection,
+                xcb_get_keyboard_mapping(connection, setup->min_keycode, std::uint8_t(count)),
+                nullptr));
+        if (!mapping || mapping->keysyms_per_keycode == 0)
+            return 0;
+        const xcb_keysym_t *keysyms = xcb_get_keyboard_mapping_keysyms(mapping.get());
+        const int length = xcb_get_keyboard_mapping_keysyms_length(mapping.get());
+        for (int i = 0; i < length; ++i) {
+            if (keysyms[i] == keysym)
+                return xcb_keycode_t(setup->min_keycode + i / mapping->keysyms_per_keycode);
+        }
+        return 0;
+    }
+
+    // A click into an embedded window goes first to the embedder, which gives it the keyboard,
+    // as a window manager does for a top-level window. Every click, not only the first: a
+    // window manager that focuses its client on each click would take the keyboard back to
+    // the dashboard's window.
+    void grabClicks(xcb_window_t container, bool grab)
+    {
+        if (grab)
+            xcb_grab_button(connection, 0, container, XCB_EVENT_MASK_BUTTON_PRESS,
+                            XCB_GRAB_MODE_SYNC, XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE,
+                            XCB_BUTTON_INDEX_ANY, XCB_MOD_MASK_ANY);
+        else
+            xcb_ungrab_button(connection, XCB_BUTTON_INDEX_ANY, container, XCB_MOD_MASK_ANY);
+    }
+
+    void grabHandOnKeys(xcb_window_t container, bool grab)
+    {
+        if (!tabKeycode)
+            tabKeycode = keycodeOf(KEYSYM_TAB);
+        if (!tabKeycode)
+            return;
+        for (const std::uint16_t shift : { std::uint16_t(0), std::uint16_t(XCB_MOD_MASK_SHIFT) }) {
+            for (const std::uint16_t ignored : IGNORED_MODIFIERS) {
+                const std::uint16_t modifiers = XCB_MOD_MASK_CONTROL | shift | ignored;
+                if (grab)
+                    xcb_grab_key(connection, 0, container, modifiers, tabKeycode,
+                                 XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+                else
+                    xcb_ungrab_key(connection, tabKeycode, container, modifiers);
+            }
+        }
+    }
+
+    void sendXEmbed(xcb_window_t window, std::uint32_t message, std::uint32_t detail)
+    {
+        const std::uint32_t data[5] = { XCB_CURRENT_TIME, message, detail, 0, 0 };
+        sendClientMessage(window, atomXEmbed, data);
+    }
+
+    // True when the keyboard is on window or inside it, or nobody has it (no window manager:
+    // it follows the pointer).
+    bool focusInsideOrFree(xcb_window_t window)
+    {
+        Reply<xcb_get_input_focus_reply_t> focus(xcb_get_input_focus_reply(
+                connection, xcb_get_input_focus(connection), nullptr));
+        if (!focus)
+            return false;
+        if (focus->focus == XCB_NONE || focus->focus == XCB_INPUT_FOCUS_POINTER_ROOT)
+            return true;
+        xcb_window_t at = focus->focus;
+        // Deep enough for any real tree; a loop cannot happen, a hostile depth is cut short.
+        for (int depth = 0; depth < 64 && at != XCB_NONE && at != root
+                            && at != XCB_INPUT_FOCUS_POINTER_ROOT;
+             ++depth) {
+            if (at == window)
+                return true;
+            const auto node = tree(at);
+            if (!node)
+                return false;
+            at = node->parent;
+        }
+        return false;
+    }
+
+    // ICCCM's WM_STATE: 0 withdrawn, 1 normal, 3 iconic; -1 when the window has none.
+    int wmState(xcb_window_t window)
+    {
+        const auto reply = property(window, atomWmState, atomWmState, 2);
+        if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4)
+            return -1;
+        return int(*static_cast<const std::uint32_t *>(xcb_get_property_value(reply.get())));
+    }
+
+    // A window manager holds a window while it keeps a normal or iconic state for it, and
+    // until it has put it back on the root. A child of any other window is nobody's to let go.
+    enum class Hold { Released, Held, Gone };
+    Hold holdOf(xcb_window_t window, bool wasHeld)
+    {
+        const auto node = tree(window);
+        if (!node)
+            return Hold::Gone;
+        const int state = wmState(window);
+        if (state == 1 || state == 3)
+            return Hold::Held;
+        return wasHeld && node->parent != root ? Hold::Held : Hold::Released;
+    }
+
+    // Takes a window from its window manager the way ICCCM 4.1.4 has a client withdraw its
+    // own window: unmapped, and a synthetic UnmapNotify to the root, so that the manager
+    // unframes it and puts it back on the root. A bare re-parent instead races the manager,
+    // which may keep, re-frame or unmap the window whenever it gets to it. Waits for the
+    // manager's answer, not for a time; false when the window died or the manager did not let
+    // go within WITHDRAW_TIMEOUT_MS.
+    bool takeFromWindowManager(xcb_window_t window)
+    {
+        Hold hold = holdOf(window, false);
+        if (hold != Hold::Held)
+            return hold == Hold::Released;
+        const std::uint32_t mask[] = { XCB_EVENT_MASK_STRUCTURE_NOTIFY
+                                       | XCB_EVENT_MASK_PROPERTY_CHANGE };
+        xcb_change_window_attributes(connection, window, XCB_CW_EVENT_MASK, mask);
+        xcb_unmap_window(connection, window);
+        xcb_unmap_notify_event_t unmap;
+        std::memset(&unmap, 0, sizeof unmap);
+        unmap.response_type = XCB_UNMAP_NOTIFY;
+        unmap.event = root;
+        unmap.window = window;
+        unmap.from_configure = 0;
+        xcb_send_event(connection, 0, root,
+                       XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                       reinterpret_cast<const char *>(&unmap));
+        xcb_flush(connection);
+        const Clock::time_point deadline =
+                Clock::now() + std::chrono::milliseconds(WITHDRAW_TIMEOUT_MS);
+        // Every change the manager makes (unframing, WM_STATE) is an event of this connection;
+        // the state is read again after each batch of them.
+        for (;;) {
+            hold = holdOf(window, true);
+            if (hold != Hold::Held)
+                return hold == Hold::Released;
+            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                    deadline - Clock::now()).count();
+            if (left <= 0 || !ok())
+                break;
+            pollfd fd{ xcb_get_file_descriptor(connection), POLLIN, 0 };
+            ::poll(&fd, 1, int(left));
+            while (xcb_generic_event_t *event = xcb_poll_for_event(connection)) {
+                handleEvent(event);
+                std::free(event);
+            }
+        }
+        KX_DEBUG(lcWindow,
+                 "Dashboard Error: the window manager did not release window %u within %d ms; "
+                 "it is not embedded.",
+                 unsigned(window), WITHDRAW_TIMEOUT_MS);
+        return false;
+    }
+
+    // Re-parents a window the window manager has let go into one of our windows, where the
+    // manager never sees it again: no map request of a child reaches it.
+    bool reparentInto(xcb_window_t window, xcb_window_t parent, std::int16_t x, std::int16_t y)
+    {
+        if (!checked(xcb_reparent_window_checked(connection, window, parent, x, y)))
+            return false;
+        xcb_change_save_set(connection, XCB_SET_MODE_INSERT, window);
+        return true;
+    }
+
+    // XEmbed's first message: the window now lives in an embedder (data: time, message,
+    // detail, embedder, protocol version). Toolkits that know XEmbed treat the window as
+    // embedded from then on; others ignore it.
+    void notifyEmbedded(xcb_window_t window, xcb_window_t container)
+    {
+        const std::uint32_t data[5] = { XCB_CURRENT_TIME, XEMBED_EMBEDDED_NOTIFY, 0, container,
+                                        XEMBED_VERSION };
+        sendClientMessage(window, atomXEmbed, data);
+    }
+
+    void retakeEscaped()
+    {
+        const std::vector<xcb_window_t> windows = std::exchange(escaped, {});
+        taking = true;
+        for (const xcb_window_t window : windows) {
+            const auto it = embedded.find(window);
+            if (it == embedded.end())
+                continue;
+            const xcb_window_t container = it->second.container;
+            const auto node = tree(window);
+            if (node && node->parent == container)
+                continue; // it went and came back before we looked
+            if (++it->second.retakes > MAX_RETAKES || !attributes(container)) {
+                KX_DEBUG(lcWindow,
+                         "Dashboard Error: window %u left its container %u again; it is left "
+                         "where it is.",
+                         unsigned(window), unsigned(container));
+                embedded.erase(it);
+                continue;
+            }
+            KX_DEBUG(lcWindow, "Window %u left its container %u; taking it back.",
+                     unsigned(window), unsigned(container));
+            if (!takeFromWindowManager(window) || !reparentInto(window, container, 0, 0)) {
+                embedded.erase(window);
+                continue;
+            }
+            xcb_map_window(connection, window);
+            notifyEmbedded(window, container);
+        }
+        taking = false;
+        xcb_flush(connection);
     }
 
     // A payload unread for too long is withdrawn: its receiver is not reading.
@@ -604,7 +998,10 @@ XcbNativeWindowBackend::XcbNativeWindowBackend(const char *displayName) : d(new 
                 { "UTF8_STRING", &d->atomUtf8 },
                 { "WM_PROTOCOLS", &d->atomProtocols },
                 { "WM_DELETE_WINDOW", &d->atomDeleteWindow },
-                { "_MOTIF_WM_HINTS", &d->atomMotifHints } });
+                { "_MOTIF_WM_HINTS", &d->atomMotifHints },
+                { "WM_STATE", &d->atomWmState },
+                { "_XEMBED", &d->atomXEmbed },
+                { "_NET_WM_PID", &d->atomNetWmPid } });
 
     // Receipts and window ends arrive between calls; a Qt event loop takes them as they come.
     if (QCoreApplication::instance()
@@ -649,6 +1046,7 @@ int XcbNativeWindowBackend::pendingCopies() const
 void XcbNativeWindowBackend::processPendingEvents()
 {
     d->drain();
+    const Private::DrainLater later{ d.get() };
 }
 
 WindowHandle XcbNativeWindowBackend::createWindowEx(std::uint32_t exStyle,
@@ -659,6 +1057,7 @@ WindowHandle XcbNativeWindowBackend::createWindowEx(std::uint32_t exStyle,
                                                     WindowHandle menu, void *instance, void *param)
 {
     d->drain();
+    const Private::DrainLater later{ d.get() };
     const bool child = (style & WsChild) != 0;
     if (!d->ok() || !className || (child && !parent) || (parent && !isXid(parent)))
         return 0;
@@ -691,6 +1090,7 @@ WindowHandle XcbNativeWindowBackend::createWindowEx(std::uint32_t exStyle,
 WindowHandle XcbNativeWindowBackend::setParent(WindowHandle child, WindowHandle newParent)
 {
     d->drain();
+    const Private::DrainLater later{ d.get() };
     if (!d->ok() || !isXid(child) || (newParent && (!isXid(newParent) || newParent == child)))
         return 0;
     const auto node = d->tree(xcb_window_t(child));
@@ -705,19 +1105,41 @@ WindowHandle XcbNativeWindowBackend::setParent(WindowHandle child, WindowHandle 
     // The place inside the parent is kept, as Windows keeps it.
     Reply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(
             d->connection, xcb_get_geometry(d->connection, xcb_window_t(child)), nullptr));
-    if (!d->checked(xcb_reparent_window_checked(d->connection, xcb_window_t(child), target,
-                                                geometry ? geometry->x : 0,
-                                                geometry ? geometry->y : 0)))
+    const std::int16_t x = geometry ? geometry->x : 0;
+    const std::int16_t y = geometry ? geometry->y : 0;
+    d->taking = true;
+    bool moved = false;
+    if (newParent) {
+        // A top-level window belongs to its window manager until the manager lets go.
+        moved = d->takeFromWindowManager(xcb_window_t(child))
+                && d->reparentInto(xcb_window_t(child), target, x, y);
+        // What the manager did meanwhile waits in the queue for the event loop, which takes
+        // back a window the manager grabbed again at once.
+    } else {
+        moved = d->checked(xcb_reparent_window_checked(d->connection, xcb_window_t(child),
+                                                       target, x, y));
+        if (moved)
+            xcb_change_save_set(d->connection, XCB_SET_MODE_DELETE, xcb_window_t(child));
+    }
+    d->taking = false;
+    if (!moved) {
+        xcb_flush(d->connection);
         return 0;
-    // In the save-set, the window goes back to the root if this process dies, and lives on.
-    // Our own windows cannot be in it; the server says so and nothing changes.
-    const auto mode = newParent ? XCB_SET_MODE_INSERT : XCB_SET_MODE_DELETE;
-    xcb_change_save_set(d->connection, mode, xcb_window_t(child));
+    }
+    const auto parentRecord = d->windows.find(xcb_window_t(newParent));
+    const bool intoOurs = newParent && parentRecord != d->windows.end() && parentRecord->second.ours;
+    if (intoOurs) {
+        d->embedded[xcb_window_t(child)] = Private::Embedding{ xcb_window_t(newParent), 0 };
+        d->notifyEmbedded(xcb_window_t(child), xcb_window_t(newParent));
+    } else {
+        d->embedded.erase(xcb_window_t(child));
+    }
     xcb_flush(d->connection);
     // Our container hangs below a window of Qt's own connection, and the server may close that
     // connection first when the process dies, taking the container and the module with it. In
     // Qt's save-set too, the container goes to the root first and the module stays inside it
     // until our own connection's save-set frees it, whichever connection closes first.
+    const auto mode = newParent ? XCB_SET_MODE_INSERT : XCB_SET_MODE_DELETE;
     auto *qtX11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
     if (xcb_connection_t *qt = qtX11 ? qtX11->connection() : nullptr) {
         const xcb_setup_t *setup = xcb_get_setup(qt);
@@ -727,9 +1149,7 @@ WindowHandle XcbNativeWindowBackend::setParent(WindowHandle child, WindowHandle 
         };
         if (notQts(xcb_window_t(child)))
             xcb_change_save_set(qt, mode, xcb_window_t(child));
-        const auto parentRecord = d->windows.find(xcb_window_t(newParent));
-        if (newParent && parentRecord != d->windows.end() && parentRecord->second.ours
-            && notQts(xcb_window_t(newParent)))
+        if (intoOurs && notQts(xcb_window_t(newParent)))
             xcb_change_save_set(qt, XCB_SET_MODE_INSERT, xcb_window_t(newParent));
         xcb_flush(qt);
     }
@@ -771,6 +1191,7 @@ bool XcbNativeWindowBackend::setWindowPos(WindowHandle window, WindowHandle inse
                                           int y, int cx, int cy, std::uint32_t flags)
 {
     d->drain();
+    const Private::DrainLater later{ d.get() };
     if (!d->ok() || !isXid(window))
         return false;
     std::uint16_t mask = 0;
@@ -816,6 +1237,7 @@ bool XcbNativeWindowBackend::setWindowPos(WindowHandle window, WindowHandle inse
 bool XcbNativeWindowBackend::showWindow(WindowHandle window, int command)
 {
     d->drain();
+    const Private::DrainLater later{ d.get() };
     if (!d->ok() || !isXid(window))
         return false;
     const auto attributes = d->attributes(xcb_window_t(window));
@@ -832,6 +1254,7 @@ bool XcbNativeWindowBackend::showWindow(WindowHandle window, int command)
 bool XcbNativeWindowBackend::isWindow(WindowHandle window)
 {
     d->drain();
+    const Private::DrainLater later{ d.get() };
     if (!d->ok() || !isXid(window))
         return false;
     // Asked of the server every time: the window may have gone by anybody's hand.
@@ -845,6 +1268,7 @@ LResult XcbNativeWindowBackend::sendMessage(WindowHandle window, MessageId messa
                                             LParam lParam)
 {
     d->drain();
+    const Private::DrainLater later{ d.get() };
     if (!d->ok() || !isXid(window))
         return 0;
     const xcb_window_t w = xcb_window_t(window);
@@ -863,6 +1287,7 @@ bool XcbNativeWindowBackend::postMessage(WindowHandle window, MessageId message,
                                          LParam lParam)
 {
     d->drain();
+    const Private::DrainLater later{ d.get() };
     // As on Windows, data travels only with a sent message: a posted pointer would dangle.
     if (!d->ok() || !isXid(window) || message == WmCopyData)
         return false;
@@ -875,6 +1300,7 @@ bool XcbNativeWindowBackend::postMessage(WindowHandle window, MessageId message,
 MessageId XcbNativeWindowBackend::registerWindowMessage(const char16_t *name)
 {
     d->drain();
+    const Private::DrainLater later{ d.get() };
     if (!d->ok() || !name)
         return 0;
     return d->registerName(std::u16string(name));
@@ -894,8 +1320,10 @@ const Message *XcbNativeWindowBackend::translateNativeEvent(const char *eventTyp
     if (event->format != 32)
         return nullptr;
 
-    if (event->type == d->atomCopyData)
+    if (event->type == d->atomCopyData) {
+        const Private::DrainLater later{ d.get() };
         return d->receiveCopyData(event, storage);
+    }
 
     *storage = Message{};
     storage->hwnd = event->window;
@@ -928,6 +1356,79 @@ bool XcbNativeWindowBackend::isBackendTransport(const char *eventType, std::size
     const auto *event = static_cast<const xcb_client_message_event_t *>(message);
     return (event->response_type & 0x7f) == XCB_CLIENT_MESSAGE && event->format == 32
             && (event->type == d->atomMessage || event->type == d->atomCopyData);
+}
+
+bool XcbNativeWindowBackend::watchEmbeddedFocus(WindowHandle container,
+                                                EmbeddedFocusHandler handler)
+{
+    d->drain();
+    const Private::DrainLater later{ d.get() };
+    if (!d->ok() || !isXid(container) || !d->attributes(xcb_window_t(container)))
+        return false;
+    const xcb_window_t w = xcb_window_t(container);
+    const bool watched = d->focusWatchers.count(w) != 0;
+    if (!handler) {
+        if (watched) {
+            d->focusWatchers.erase(w);
+            d->grabClicks(w, false);
+            d->grabHandOnKeys(w, false);
+            xcb_flush(d->connection);
+        }
+        return true;
+    }
+    d->focusWatchers[w] = std::move(handler);
+    if (!watched) {
+        d->grabClicks(w, true);
+        d->grabHandOnKeys(w, true);
+        xcb_flush(d->connection);
+    }
+    return true;
+}
+
+bool XcbNativeWindowBackend::focusEmbeddedWindow(WindowHandle window, EmbeddedFocus detail)
+{
+    d->drain();
+    const Private::DrainLater later{ d.get() };
+    if (!d->ok() || !isXid(window))
+        return false;
+    const xcb_window_t w = xcb_window_t(window);
+    const std::uint32_t xembedDetail = detail == EmbeddedFocus::First ? XEMBED_FOCUS_FIRST
+            : detail == EmbeddedFocus::Last                           ? XEMBED_FOCUS_LAST
+                                                                      : XEMBED_FOCUS_CURRENT;
+    // XEmbed first, so a toolkit that speaks it picks the first or last control before the
+    // keyboard arrives; any client then gets the keyboard itself.
+    d->sendXEmbed(w, XEMBED_WINDOW_ACTIVATE, 0);
+    d->sendXEmbed(w, XEMBED_FOCUS_IN, xembedDetail);
+    if (!d->checked(xcb_set_input_focus_checked(d->connection, XCB_INPUT_FOCUS_PARENT, w,
+                                                XCB_CURRENT_TIME)))
+        return false;
+    d->focusedEmbedded = w;
+    xcb_flush(d->connection);
+    return true;
+}
+
+bool XcbNativeWindowBackend::focusEmbedder(WindowHandle topLevel)
+{
+    d->drain();
+    const Private::DrainLater later{ d.get() };
+    if (!d->ok() || !isXid(topLevel))
+        return false;
+    const xcb_window_t top = xcb_window_t(topLevel);
+    if (d->focusedEmbedded != XCB_NONE) {
+        if (d->attributes(d->focusedEmbedded)) {
+            d->sendXEmbed(d->focusedEmbedded, XEMBED_FOCUS_OUT, 0);
+            d->sendXEmbed(d->focusedEmbedded, XEMBED_WINDOW_DEACTIVATE, 0);
+        }
+        d->focusedEmbedded = XCB_NONE;
+    }
+    // Only the keyboard that is inside the dashboard's window comes back: another program's
+    // is left alone.
+    bool moved = false;
+    if (d->focusInsideOrFree(top))
+        moved = d->checked(xcb_set_input_focus_checked(d->connection, XCB_INPUT_FOCUS_PARENT, top,
+                                                       XCB_CURRENT_TIME));
+    xcb_flush(d->connection);
+    return moved;
 }
 
 std::unique_ptr<NativeWindowBackend> createXcbNativeWindowBackend(const char *displayName)

@@ -46,6 +46,12 @@ public:
     // Registered message ids: FIRST_REGISTERED_ID + the name's place in the display's table.
     static constexpr MessageId FIRST_REGISTERED_ID = 0xC000;
     static constexpr MessageId LAST_REGISTERED_ID = 0xFFFF;
+    // SetParent into another window first asks the window manager to let go of a top-level
+    // window (an ICCCM withdrawal) and waits this long, at most, for it to do so.
+    static constexpr int WITHDRAW_TIMEOUT_MS = 2000;
+    // A window manager that takes an embedded window back out of its container is made to let
+    // go again this many times; after that the window is left where the manager put it.
+    static constexpr int MAX_RETAKES = 3;
     // The eventType of the events translateNativeEvent understands.
     static constexpr char EVENT_TYPE[] = "xcb_generic_event_t";
 
@@ -85,6 +91,9 @@ public:
                                         void *message, Message *storage) override;
     bool isBackendTransport(const char *eventType, std::size_t eventTypeSize,
                             void *message) override;
+    bool watchEmbeddedFocus(WindowHandle container, EmbeddedFocusHandler handler) override;
+    bool focusEmbeddedWindow(WindowHandle window, EmbeddedFocus detail) override;
+    bool focusEmbedder(WindowHandle topLevel) override;
 
 private:
     struct Private;

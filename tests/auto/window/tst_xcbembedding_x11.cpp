@@ -1,0 +1,368 @@
+// Embedding on X11 with a window manager in the way: SetParent takes a framed window from its
+// manager as ICCCM asks, waits for the manager's answer and not for a time, and fails cleanly
+// when the manager never lets go or the window dies; a window the manager grabs back is taken
+// again. Then the keyboard: the embedder gives it to the embedded window and takes it back,
+// and a click or the hand-on keys inside the container are reported.
+// The window manager is tests/helpers/x11_fake_wm, one behaviour per mode.
+
+#include "native_window_system.h"
+#include "platforms/xcb/native_window_backend_xcb.h"
+#include "x11_raw_client.h"
+
+#include <QProcess>
+#include <QSignalSpy>
+#include <QtTest>
+
+#include <xcb/xcb.h>
+
+#include <functional>
+#include <memory>
+
+using namespace KorvexNative;
+
+namespace {
+
+constexpr int WAIT_MS = 20000;
+
+QString helperPath(const char *name)
+{
+    return QStringLiteral(KORVEX_HELPER_DIR "/") + QLatin1String(name);
+}
+
+struct Raw : RawClient
+{
+    // A top-level window that asks to be shown, as a program's main window does.
+    xcb_window_t topLevel(std::uint32_t events = 0)
+    {
+        const xcb_window_t w = xcb_generate_id(c());
+        const std::uint32_t values[] = { events };
+        xcb_create_window(c(), XCB_COPY_FROM_PARENT, w, root(), 0, 0, 200, 100, 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK,
+                          values);
+        return w;
+    }
+    std::uint32_t wmState(xcb_window_t w)
+    {
+        const xcb_atom_t name = atom("WM_STATE");
+        xcb_get_property_reply_t *reply = xcb_get_property_reply(
+                c(), xcb_get_property(c(), 0, w, name, name, 0, 2), nullptr);
+        std::uint32_t state = 0xffffffffu;
+        if (reply && xcb_get_property_value_length(reply) >= 4)
+            state = *static_cast<const std::uint32_t *>(xcb_get_property_value(reply));
+        std::free(reply);
+        return state;
+    }
+    xcb_window_t focus()
+    {
+        xcb_get_input_focus_reply_t *reply =
+                xcb_get_input_focus_reply(c(), xcb_get_input_focus(c()), nullptr);
+        const xcb_window_t w = reply ? reply->focus : XCB_NONE;
+        std::free(reply);
+        return w;
+    }
+    QSize size(xcb_window_t w)
+    {
+        xcb_get_geometry_reply_t *reply =
+                xcb_get_geometry_reply(c(), xcb_get_geometry(c(), w), nullptr);
+        const QSize s = reply ? QSize(reply->width, reply->height) : QSize();
+        std::free(reply);
+        return s;
+    }
+    // The next event of this client that the predicate accepts, within the time.
+    bool waitForEvent(const std::function<bool(const xcb_generic_event_t *)> &wanted)
+    {
+        bool found = false;
+        return QTest::qWaitFor([&] {
+            while (xcb_generic_event_t *event = xcb_poll_for_event(c())) {
+                found = found || wanted(event);
+                std::free(event);
+            }
+            return found;
+        }, WAIT_MS);
+    }
+};
+
+bool xdotool(const QStringList &arguments)
+{
+    QProcess tool;
+    tool.start(QStringLiteral("xdotool"), arguments);
+    return tool.waitForFinished(WAIT_MS) && tool.exitCode() == 0;
+}
+
+} // namespace
+
+class tst_XcbEmbeddingX11 : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void takesAFramedWindow_data();
+    void takesAFramedWindow();
+    void managerThatNeverLetsGo();
+    void windowThatDiesWhileTaken();
+    void windowNeverShownNeedsNoManager();
+    void embeddedWindowIsToldItsEmbedder();
+    void embeddedWindowKeepsFillingItsContainer();
+    void keyboardGoesInAndComesBack();
+    void clickIntoTheContainerIsReportedAndPassedOn();
+    void handOnKeysAreReported();
+
+private:
+    void startWindowManager(const char *mode);
+    xcb_window_t framedWindow();
+
+    std::unique_ptr<XcbNativeWindowBackend> m_backend;
+    std::unique_ptr<QProcess> m_wm;
+    std::unique_ptr<Raw> m_raw;
+    WindowHandle m_top = 0;
+    WindowHandle m_container = 0;
+};
+
+void tst_XcbEmbeddingX11::initTestCase()
+{
+    if (QGuiApplication::platformName() != QLatin1String("xcb"))
+        QSKIP("needs an X server (run through tests/run_with_xvfb)");
+}
+
+void tst_XcbEmbeddingX11::init()
+{
+    m_backend = std::make_unique<XcbNativeWindowBackend>();
+    QVERIFY(m_backend->isConnected());
+    m_raw = std::make_unique<Raw>();
+    // The dashboard's side: a top-level window of its own with a container inside it. Made
+    // before any manager runs, so nobody frames it.
+    m_top = m_backend->createWindowEx(0, u"STATIC", u"dashboard", WsVisible, 0, 300, 500, 400, 0,
+                                      0, nullptr, nullptr);
+    m_container = m_backend->createWindowEx(0, u"STATIC", u"", WsChild | WsVisible, 50, 50, 400,
+                                            300, m_top, 0, nullptr, nullptr);
+    QVERIFY(m_top && m_container);
+}
+
+void tst_XcbEmbeddingX11::cleanup()
+{
+    if (m_wm) {
+        m_wm->kill();
+        m_wm->waitForFinished();
+        m_wm.reset();
+    }
+    m_backend->sendMessage(m_top, WmClose, 0, 0);
+    m_raw.reset();
+    m_backend.reset();
+}
+
+void tst_XcbEmbeddingX11::startWindowManager(const char *mode)
+{
+    m_wm = std::make_unique<QProcess>();
+    m_wm->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_wm->start(helperPath("x11_fake_wm"), { QString::fromLatin1(mode) });
+    QVERIFY(m_wm->waitForStarted());
+    QVERIFY(QTest::qWaitFor([this] { return m_wm->canReadLine(); }, WAIT_MS));
+    QCOMPARE(m_wm->readLine().trimmed(), QByteArray("ready"));
+}
+
+// A program's window, shown: the manager frames it before anybody embeds it.
+xcb_window_t tst_XcbEmbeddingX11::framedWindow()
+{
+    const xcb_window_t w = m_raw->topLevel();
+    xcb_map_window(m_raw->c(), w);
+    xcb_flush(m_raw->c());
+    const QByteArray expected = "framed " + QByteArray::number(w);
+    if (!QTest::qWaitFor([&] { return m_wm->canReadLine(); }, WAIT_MS))
+        return XCB_NONE;
+    return m_wm->readLine().trimmed() == expected && m_raw->parentOf(w) != m_raw->root() ? w : XCB_NONE;
+}
+
+void tst_XcbEmbeddingX11::takesAFramedWindow_data()
+{
+    QTest::addColumn<QByteArray>("mode");
+    QTest::newRow("manager lets go") << QByteArray("release");
+    QTest::newRow("manager grabs it back once") << QByteArray("grabback");
+}
+
+void tst_XcbEmbeddingX11::takesAFramedWindow()
+{
+    QFETCH(QByteArray, mode);
+    startWindowManager(mode.constData());
+    const xcb_window_t window = framedWindow();
+    QVERIFY(window);
+    QCOMPARE(m_raw->wmState(window), 1u);
+
+    QVERIFY(m_backend->setParent(window, m_container) != 0);
+    if (mode == "release") {
+        QCOMPARE(m_raw->parentOf(window), xcb_window_t(m_container));
+        // The manager let go as ICCCM asks: withdrawn.
+        QCOMPARE(m_raw->wmState(window), 0u);
+    }
+    QVERIFY(m_backend->setWindowPos(window, 0, 0, 0, 400, 300, SwpShowWindow));
+    if (mode == "grabback") {
+        // The manager frames it again; the backend takes it back from the event loop.
+        QVERIFY(QTest::qWaitFor([this] { return m_wm->canReadLine(); }, WAIT_MS));
+        QCOMPARE(m_wm->readLine().trimmed(), "framed " + QByteArray::number(window));
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(m_raw->parentOf(window), xcb_window_t(m_container), WAIT_MS);
+    m_raw->sync();
+    QCOMPARE(m_raw->parentOf(window), xcb_window_t(m_container));
+}
+
+void tst_XcbEmbeddingX11::managerThatNeverLetsGo()
+{
+    startWindowManager("keep");
+    const xcb_window_t window = framedWindow();
+    QVERIFY(window);
+    const xcb_window_t frame = m_raw->parentOf(window);
+    // Refused after the bounded wait; the window stays with its manager.
+    QCOMPARE(m_backend->setParent(window, m_container), WindowHandle(0));
+    QCOMPARE(m_raw->parentOf(window), frame);
+    // The backend goes on working.
+    QVERIFY(m_backend->isWindow(m_container));
+    QVERIFY(m_backend->setWindowPos(m_container, 0, 10, 10, 300, 200, SwpNoZOrder));
+}
+
+void tst_XcbEmbeddingX11::windowThatDiesWhileTaken()
+{
+    startWindowManager("destroy");
+    const xcb_window_t window = framedWindow();
+    QVERIFY(window);
+    QCOMPARE(m_backend->setParent(window, m_container), WindowHandle(0));
+    QVERIFY(!m_backend->isWindow(window));
+    QVERIFY(m_backend->isWindow(m_container));
+}
+
+void tst_XcbEmbeddingX11::windowNeverShownNeedsNoManager()
+{
+    startWindowManager("keep");
+    // A window that was never mapped: the manager holds nothing, even one that never lets go.
+    const xcb_window_t window = m_raw->topLevel();
+    m_raw->sync();
+    QVERIFY(m_backend->setParent(window, m_container) != 0);
+    QVERIFY(m_backend->setWindowPos(window, 0, 0, 0, 400, 300, SwpShowWindow));
+    QCOMPARE(m_raw->parentOf(window), xcb_window_t(m_container));
+    m_raw->sync();
+    // Mapped inside the container, no manager framed it.
+    QVERIFY(!m_wm->canReadLine());
+    QCOMPARE(m_raw->parentOf(window), xcb_window_t(m_container));
+}
+
+void tst_XcbEmbeddingX11::embeddedWindowIsToldItsEmbedder()
+{
+    const xcb_window_t window = m_raw->topLevel();
+    m_raw->sync();
+    QVERIFY(m_backend->setParent(window, m_container) != 0);
+    const xcb_atom_t xembed = m_raw->atom("_XEMBED");
+    // A client message sent with no event mask reaches the window's creator: the raw client.
+    QVERIFY(m_raw->waitForEvent([&](const xcb_generic_event_t *event) {
+        if ((event->response_type & 0x7f) != XCB_CLIENT_MESSAGE)
+            return false;
+        const auto *message = reinterpret_cast<const xcb_client_message_event_t *>(event);
+        return message->window == window && message->type == xembed
+                && message->data.data32[1] == 0 /* XEMBED_EMBEDDED_NOTIFY */
+                && message->data.data32[3] == m_container;
+    }));
+}
+
+void tst_XcbEmbeddingX11::embeddedWindowKeepsFillingItsContainer()
+{
+    const xcb_window_t window = m_raw->topLevel();
+    m_raw->sync();
+    QVERIFY(m_backend->setParent(window, m_container) != 0);
+    QVERIFY(m_backend->setWindowPos(window, 0, 0, 0, 400, 300, SwpShowWindow));
+    QCOMPARE(m_raw->size(window), QSize(400, 300));
+    // The module fits its window to its content, as a toolkit does once it is shown.
+    const std::uint32_t small[] = { 120, 80 };
+    xcb_configure_window(m_raw->c(), window, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, small);
+    xcb_flush(m_raw->c());
+    QTRY_COMPARE_WITH_TIMEOUT(m_raw->size(window), QSize(400, 300), WAIT_MS);
+}
+
+void tst_XcbEmbeddingX11::keyboardGoesInAndComesBack()
+{
+    const xcb_window_t window = m_raw->topLevel();
+    m_raw->sync();
+    QVERIFY(m_backend->setParent(window, m_container) != 0);
+    QVERIFY(m_backend->setWindowPos(window, 0, 0, 0, 400, 300, SwpShowWindow));
+    QVERIFY(m_backend->focusEmbeddedWindow(window, EmbeddedFocus::First));
+    QCOMPARE(m_raw->focus(), window);
+    QVERIFY(m_backend->focusEmbedder(m_top));
+    QCOMPARE(m_raw->focus(), xcb_window_t(m_top));
+
+    // The keyboard another program holds is never taken.
+    const xcb_window_t other = m_raw->topLevel();
+    xcb_map_window(m_raw->c(), other);
+    m_raw->sync();
+    xcb_set_input_focus(m_raw->c(), XCB_INPUT_FOCUS_PARENT, other, XCB_CURRENT_TIME);
+    m_raw->sync();
+    QVERIFY(!m_backend->focusEmbedder(m_top));
+    QCOMPARE(m_raw->focus(), other);
+    // Nor does a window that is not one give anything.
+    QVERIFY(!m_backend->focusEmbeddedWindow(0x1fffffff, EmbeddedFocus::Current));
+}
+
+void tst_XcbEmbeddingX11::clickIntoTheContainerIsReportedAndPassedOn()
+{
+    const xcb_window_t window = m_raw->topLevel(XCB_EVENT_MASK_BUTTON_PRESS);
+    m_raw->sync();
+    QVERIFY(m_backend->setParent(window, m_container) != 0);
+    QVERIFY(m_backend->setWindowPos(window, 0, 0, 0, 400, 300, SwpShowWindow));
+    QList<EmbeddedFocusEvent> seen;
+    QVERIFY(m_backend->watchEmbeddedFocus(m_container, [&](EmbeddedFocusEvent what) { seen << what; }));
+    m_raw->sync();
+    // A real click at the middle of the container (the dashboard's window is at 0,300).
+    QVERIFY(xdotool({ QStringLiteral("mousemove"), QStringLiteral("--sync"), QStringLiteral("250"),
+                      QStringLiteral("500"), QStringLiteral("click"), QStringLiteral("1") }));
+    QTRY_COMPARE_WITH_TIMEOUT(seen, QList<EmbeddedFocusEvent>{ EmbeddedFocusEvent::Clicked }, WAIT_MS);
+    // The click went on to the embedded window.
+    QVERIFY(m_raw->waitForEvent([&](const xcb_generic_event_t *event) {
+        return (event->response_type & 0x7f) == XCB_BUTTON_PRESS
+                && reinterpret_cast<const xcb_button_press_event_t *>(event)->event == window;
+    }));
+    // While the window has the keyboard, each click is still reported (a window manager may
+    // have taken the keyboard to the top-level on that click) and passed on.
+    QVERIFY(m_backend->focusEmbeddedWindow(window, EmbeddedFocus::Current));
+    QVERIFY(xdotool({ QStringLiteral("click"), QStringLiteral("1") }));
+    QTRY_COMPARE_WITH_TIMEOUT(seen.size(), 2, WAIT_MS);
+    QVERIFY(m_raw->waitForEvent([&](const xcb_generic_event_t *event) {
+        return (event->response_type & 0x7f) == XCB_BUTTON_PRESS;
+    }));
+    // Not watched any more: clicks are the window's alone.
+    QVERIFY(m_backend->watchEmbeddedFocus(m_container, {}));
+    QVERIFY(xdotool({ QStringLiteral("click"), QStringLiteral("1") }));
+    QVERIFY(m_raw->waitForEvent([&](const xcb_generic_event_t *event) {
+        return (event->response_type & 0x7f) == XCB_BUTTON_PRESS;
+    }));
+    QCoreApplication::processEvents();
+    QCOMPARE(seen.size(), 2);
+}
+
+void tst_XcbEmbeddingX11::handOnKeysAreReported()
+{
+    const xcb_window_t window = m_raw->topLevel(XCB_EVENT_MASK_KEY_PRESS);
+    m_raw->sync();
+    QVERIFY(m_backend->setParent(window, m_container) != 0);
+    QVERIFY(m_backend->setWindowPos(window, 0, 0, 0, 400, 300, SwpShowWindow));
+    QList<EmbeddedFocusEvent> seen;
+    QVERIFY(m_backend->watchEmbeddedFocus(m_container, [&](EmbeddedFocusEvent what) { seen << what; }));
+    QVERIFY(m_backend->focusEmbeddedWindow(window, EmbeddedFocus::First));
+    // Plain keys are the window's; the hand-on keys are the embedder's, with Caps Lock too.
+    QVERIFY(xdotool({ QStringLiteral("key"), QStringLiteral("a") }));
+    QVERIFY(m_raw->waitForEvent([&](const xcb_generic_event_t *event) {
+        return (event->response_type & 0x7f) == XCB_KEY_PRESS;
+    }));
+    QVERIFY(xdotool({ QStringLiteral("key"), QStringLiteral("ctrl+Tab") }));
+    QTRY_COMPARE_WITH_TIMEOUT(seen, QList<EmbeddedFocusEvent>{ EmbeddedFocusEvent::Next }, WAIT_MS);
+    QVERIFY(xdotool({ QStringLiteral("key"), QStringLiteral("ctrl+shift+Tab") }));
+    QTRY_COMPARE_WITH_TIMEOUT(seen, (QList<EmbeddedFocusEvent>{ EmbeddedFocusEvent::Next, EmbeddedFocusEvent::Previous }),
+                              WAIT_MS);
+    // An XEmbed client asks the same by message.
+    const std::uint32_t next[5] = { XCB_CURRENT_TIME, 6 /* XEMBED_FOCUS_NEXT */, 0, 0, 0 };
+    m_raw->clientMessage(xcb_window_t(m_container), m_raw->atom("_XEMBED"), next);
+    m_raw->sync();
+    QTRY_COMPARE_WITH_TIMEOUT(seen.size(), 3, WAIT_MS);
+    QCOMPARE(seen.last(), EmbeddedFocusEvent::Next);
+}
+
+QTEST_MAIN(tst_XcbEmbeddingX11)
+#include "tst_xcbembedding_x11.moc"
