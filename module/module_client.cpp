@@ -1,10 +1,12 @@
 #include "module_client.h"
 
+#include "module_embedding.h"
 #include "module_logging.h"
 #include "native_window_system.h"
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QGuiApplication>
 #include <QTimer>
 #include <QWindow>
 
@@ -32,6 +34,10 @@ ModuleClient::~ModuleClient()
         unregisterFromDashboard();
     if (m_filterInstalled && QCoreApplication::instance())
         QCoreApplication::instance()->removeNativeEventFilter(this);
+    // The container is the module window's QObject parent too: it must not take the window
+    // (which its widget or owner deletes) with it.
+    if (m_container && m_qtWindow && m_qtWindow->parent() == m_container.get())
+        m_qtWindow->setParent(nullptr);
 }
 
 void ModuleClient::setDashboardWindow(WindowHandle dashboard)
@@ -214,8 +220,76 @@ void ModuleClient::expireRequest(int requestId)
     }
 }
 
+void ModuleClient::showWindow()
+{
+    if (!m_qtWindow)
+        return;
+    if (!m_registered || !ModuleEmbedding::waitsForEmbedding()) {
+        showOnItsOwn();
+        return;
+    }
+    if (m_containerHandle || m_waitingForEmbedding)
+        return;
+    // The native window exists, unmapped, so the dashboard can take it by its handle.
+    m_qtWindow->create();
+    m_waitingForEmbedding = true;
+    if (!m_embedTimer) {
+        m_embedTimer = new QTimer(this);
+        m_embedTimer->setSingleShot(true);
+        connect(m_embedTimer, &QTimer::timeout, this, [this] {
+            if (!m_waitingForEmbedding)
+                return;
+            KX_DEBUG(lcModule, "Module Error: the dashboard did not take the window within %d ms; "
+                               "it is shown on its own.", m_embedTimeout);
+            showOnItsOwn();
+        });
+    }
+    m_embedTimer->start(m_embedTimeout);
+}
+
+void ModuleClient::showOnItsOwn()
+{
+    m_waitingForEmbedding = false;
+    if (m_embedTimer)
+        m_embedTimer->stop();
+    if (m_qtWindow)
+        m_qtWindow->show();
+}
+
+void ModuleClient::joinContainer(WindowHandle container)
+{
+    if (!m_qtWindow || container == m_containerHandle)
+        return;
+    m_waitingForEmbedding = false;
+    if (m_embedTimer)
+        m_embedTimer->stop();
+    // With the container as its parent, Qt knows the window is embedded: popups open at the
+    // right place, and a click asks the embedder for the keyboard (XEmbed).
+    std::unique_ptr<QWindow> parent(QWindow::fromWinId(WId(container)));
+    if (!parent) {
+        showOnItsOwn();
+        return;
+    }
+    m_qtWindow->setParent(parent.get());
+    m_container = std::move(parent);
+    m_containerHandle = container;
+    m_qtWindow->show();
+    KX_DEBUG(lcModule, "Module window %llu embedded in %llu.",
+             static_cast<unsigned long long>(m_window), static_cast<unsigned long long>(container));
+    Q_EMIT embedded(container);
+}
+
 bool ModuleClient::nativeEventFilter(const QByteArray &eventType, void *message, qintptr *result)
 {
+    if (const WindowHandle container =
+                ModuleEmbedding::embeddedNotification(eventType, message, m_window)) {
+        joinContainer(container);
+        // Qt's own handling of the notification maps the window, which does no harm.
+        return false;
+    }
+    if (m_containerHandle
+        && ModuleEmbedding::forwardStrayKey(eventType, message, m_window, m_dashboard))
+        return true;
     Message storage{};
     const Message *msg = m_backend->translateNativeEvent(
             eventType.constData(), std::size_t(eventType.size()), message, &storage);
@@ -300,6 +374,22 @@ void ModuleClient::handleDirectRecord(const MessageStruct &record)
 
 bool ModuleClient::eventFilter(QObject *watched, QEvent *event)
 {
+    if (watched == m_qtWindow && m_containerHandle && event->type() == QEvent::Close) {
+        // Inside the container the window is no top-level any more, so Qt would not end the
+        // program when it closes; closing the module's window still ends the module, as it
+        // does on its own. Looked at once the close has run: it may be refused.
+        QTimer::singleShot(0, this, [this] {
+            if (!m_qtWindow || m_qtWindow->isVisible() || !QGuiApplication::quitOnLastWindowClosed())
+                return;
+            const QWindowList windows = QGuiApplication::topLevelWindows();
+            for (QWindow *window : windows) {
+                if (window->isVisible() && window->type() != Qt::Popup
+                    && window->type() != Qt::ToolTip && !window->transientParent())
+                    return;
+            }
+            QCoreApplication::quit();
+        });
+    }
     if (watched == m_qtWindow && m_registered) {
         switch (event->type()) {
         case QEvent::FocusIn:

@@ -14,6 +14,9 @@
 #include <QStringList>
 #include <QVariantList>
 
+#include <memory>
+
+class QTimer;
 class QWindow;
 
 // A module's end of the window-message protocol with the dashboard. It registers the module's
@@ -58,6 +61,20 @@ public:
     KorvexNative::WindowHandle windowHandle() const { return m_window; }
 
     bool isRegistered() const { return m_registered; }
+
+    // How long a registered module waits for the dashboard to take its window before it shows
+    // the window on its own.
+    static constexpr int DEFAULT_EMBED_TIMEOUT_MS = 15000;
+    // Shows the module's window (setWindow first). Once registered, on a window system where a
+    // shown top-level window belongs to the window manager (X11), the window is shown only
+    // inside the dashboard: it stays unmapped until the dashboard has taken it, so no window
+    // manager frames it first. Unregistered, or when the dashboard does not take it within the
+    // embed timeout, it is shown as a normal top-level window.
+    void showWindow();
+    void setEmbedTimeout(int milliseconds) { m_embedTimeout = milliseconds; }
+    // The dashboard's window that holds the module's window, once it was taken; 0 before.
+    KorvexNative::WindowHandle containerWindow() const { return m_containerHandle; }
+    bool isWaitingForEmbedding() const { return m_waitingForEmbedding; }
 
     // Each returns false, sending nothing, when there is no dashboard window or no module
     // window, when the dashboard's window no longer exists, or when the record cannot be
@@ -109,6 +126,9 @@ Q_SIGNALS:
     // A record from the dashboard that answers no pending request.
     void messageReceived(const MessageStruct &message);
     void registeredChanged(bool registered);
+    // The dashboard took the module's window into its container, which the window now knows as
+    // its parent.
+    void embedded(KorvexNative::WindowHandle container);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -127,6 +147,8 @@ private:
     void handleDirectRecord(const MessageStruct &record);
     void expireRequest(int requestId);
     void setRegistered(bool registered);
+    void joinContainer(KorvexNative::WindowHandle container);
+    void showOnItsOwn();
 
     KorvexNative::NativeWindowBackend *m_backend;
     KorvexNative::WindowHandle m_dashboard = 0;
@@ -137,5 +159,11 @@ private:
     int m_requestTimeout = DEFAULT_REQUEST_TIMEOUT_MS;
     int m_lastRequestId = 0;
     QList<PendingRequest> m_pending;
+    int m_embedTimeout = DEFAULT_EMBED_TIMEOUT_MS;
+    bool m_waitingForEmbedding = false;
+    KorvexNative::WindowHandle m_containerHandle = 0;
+    // The container as a foreign window, the parent of the module's window once embedded.
+    std::unique_ptr<QWindow> m_container;
+    QTimer *m_embedTimer = nullptr;
     QHash<QString, KorvexNative::MessageId> m_messageIds;
 };

@@ -8,8 +8,10 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
+#include <QEvent>
 #include <QFile>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QSettings>
 #include <QWindow>
 
@@ -86,6 +88,26 @@ DemoModule::DemoModule(const ModuleCommandLine &commandLine,
             [this] { closeWindow("CloseApplicationSignal"); });
     connect(m_client.get(), &ModuleClient::windowCloseRequested, this,
             [this] { closeWindow("WM_CLOSE"); });
+    // Whether the module has the keyboard, for whoever follows the event log.
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, [this](QWindow *window) {
+        log(window ? QStringLiteral("focus in") : QStringLiteral("focus out"));
+    });
+    connect(m_client.get(), &ModuleClient::embedded, this, [this](KorvexNative::WindowHandle container) {
+        log(QStringLiteral("embedded %1").arg(quint64(container)));
+    });
+    m_window->installEventFilter(this);
+}
+
+bool DemoModule::eventFilter(QObject *watched, QEvent *event)
+{
+    // Where the path field is after each change of size, so a test can click into it.
+    if (watched == m_window.get() && event->type() == QEvent::Resize) {
+        const QRect field = m_window->pathFieldGeometry();
+        log(QStringLiteral("path field %1 %2 %3 %4 in %5x%6")
+                    .arg(field.x()).arg(field.y()).arg(field.width()).arg(field.height())
+                    .arg(m_window->width()).arg(m_window->height()));
+    }
+    return QObject::eventFilter(watched, event);
 }
 
 DemoModule::~DemoModule()
@@ -143,18 +165,24 @@ void DemoModule::start()
         }
     }
 
-    m_window->show();
+    // The native window exists before it is shown: the dashboard takes it by its handle.
+    m_window->winId();
     m_client->setWindow(m_window->windowHandle());
-    if (!m_commandLine.hasDashboard)
+    if (!m_commandLine.hasDashboard) {
+        m_client->showWindow();
         return;
+    }
     m_client->setDashboardWindow(m_commandLine.dashboardWindow);
     if (!m_client->registerWithDashboard() || !m_client->reportReady(applicationName())) {
         //: Demo module: the dashboard named on the command line could not be reached
         m_window->setOpenStatus(tr("The dashboard's window %1 cannot be reached.")
                                         .arg(quint64(m_commandLine.dashboardWindow)));
         log(QStringLiteral("unreachable"));
+        m_client->showWindow();
         return;
     }
+    // Shown inside the dashboard once it has taken the window.
+    m_client->showWindow();
     log(QStringLiteral("ready %1").arg(quint64(m_client->windowHandle())));
     if (!m_commandLine.printerName.isEmpty())
         m_client->reportPrinterName(m_commandLine.printerName);

@@ -40,6 +40,11 @@ public:
     // *error, when the file does not exist or the store cannot be written safely.
     bool recordFileView(const QString &filePath, QString *error = nullptr);
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+public:
+
     void openInDashboard(const QString &path);
     void sendRequest(int choice, const QString &argument);
 

@@ -173,6 +173,11 @@ void DemoModuleWindow::addBroadcast(const QString &text)
     m_broadcasts->scrollToBottom();
 }
 
+QRect DemoModuleWindow::pathFieldGeometry() const
+{
+    return QRect(m_path->mapTo(this, QPoint(0, 0)), m_path->size());
+}
+
 QString DemoModuleWindow::pathToOpen() const
 {
     return m_path->text().trimmed();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QRect>
 #include <QString>
 #include <QStringList>
 #include <QWidget>
@@ -40,6 +41,8 @@ public:
     void addBroadcast(const QString &text);
 
     QString pathToOpen() const;
+    // Where the path field is, in the window.
+    QRect pathFieldGeometry() const;
     void setPathToOpen(const QString &path);
     int requestIndex() const;
     QString requestArgument() const;
