@@ -1,6 +1,7 @@
 // The Korvex PRO dashboard program: the dashboard window with its QML front end.
 
 #include "dashboard_host.h"
+#include "platform_choice.h"
 #include "screenshot_tour.h"
 
 #include <QCommandLineParser>
@@ -9,6 +10,7 @@
 
 int main(int argc, char *argv[])
 {
+    PlatformChoice::apply(argc, argv);
     QGuiApplication::setOrganizationName(QStringLiteral("Quorvane Inc"));
     QGuiApplication::setApplicationName(QStringLiteral("KorvexPro"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Korvex PRO"));
