@@ -1,0 +1,760 @@
+// The real dashboard under the window managers people run, driven as a user drives it: real
+// pointer clicks and keys (XTEST, through xdotool) start every module from the navigation bar,
+// close and reopen them, type into a module, leave it with the keyboard, and open the menu and
+// the About box over a running module. The X server's own view (the window tree, map states,
+// what the screen shows) says whether each step worked.
+//
+// One row per window manager; a manager that is not installed skips its row with the reason.
+// KORVEX_DESKTOP_WMS picks the rows ("all" for every one), KORVEX_DESKTOP_CYCLES how often each
+// module is closed and opened again.
+#include "dashboard_host.h"
+#include "desktop_x11.h"
+
+#include <korvexdashboard.h>
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QQuickItem>
+#include <QRegularExpression>
+#include <QSet>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cstdio>
+#include <memory>
+
+#include <signal.h>
+#include <sys/stat.h>
+
+using DesktopX11::XServer;
+
+namespace {
+
+// The host and a module start in well under a second; a loaded machine needs far more.
+constexpr int START_TIMEOUT_MS = 60000;
+constexpr int TOOL_TIMEOUT_MS = 20000;
+// How long an embedded module must stay where it is, untouched by the window manager.
+constexpr int HOLD_MS = 2000;
+const char DEFAULT_ROWS[] = "none,openbox,metacity,mutter";
+constexpr int DEFAULT_CYCLES = 2;
+
+struct WindowManager
+{
+    const char *name;
+    const char *program; // looked up in PATH; the row skips without it
+    QStringList arguments;
+    bool inSession;      // needs a D-Bus session of its own
+};
+
+QList<WindowManager> windowManagers()
+{
+    return {
+        { "none", nullptr, {}, false },
+        { "openbox", "openbox", { QStringLiteral("--sm-disable") }, false },
+        { "xfwm4", "xfwm4", { QStringLiteral("--compositor=off"), QStringLiteral("--sm-client-disable") }, false },
+        { "metacity", "metacity", { QStringLiteral("--sm-disable"), QStringLiteral("--replace") }, false },
+        { "fluxbox", "fluxbox", {}, false },
+        { "mutter", "mutter", { QStringLiteral("--x11"), QStringLiteral("--replace"), QStringLiteral("--sm-disable") }, true },
+        { "kwin_x11", "kwin_x11", { QStringLiteral("--replace") }, true },
+    };
+}
+
+bool runTool(const QString &program, const QStringList &arguments, QString *out = nullptr)
+{
+    QProcess process;
+    process.start(program, arguments);
+    if (!process.waitForStarted(TOOL_TIMEOUT_MS))
+        return false;
+    if (!process.waitForFinished(TOOL_TIMEOUT_MS)) {
+        process.kill();
+        process.waitForFinished();
+        return false;
+    }
+    if (out)
+        *out = QString::fromLocal8Bit(process.readAllStandardOutput());
+    return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+}
+
+// Gone, or a zombie its parent has yet to collect.
+bool processGone(qint64 pid)
+{
+    QFile status(QStringLiteral("/proc/%1/status").arg(pid));
+    return !status.open(QIODevice::ReadOnly) || status.readAll().contains("State:\tZ");
+}
+
+QString programName(qint64 pid)
+{
+    return QFileInfo(QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(pid))).fileName();
+}
+
+void collectItems(QQuickItem *item, QList<QQuickItem *> *items)
+{
+    for (QQuickItem *child : item->childItems()) {
+        items->append(child);
+        collectItems(child, items);
+    }
+}
+
+QPoint centerInWindow(const QQuickItem *item)
+{
+    return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
+}
+
+int distance(QColor a, QColor b)
+{
+    return qAbs(a.red() - b.red()) + qAbs(a.green() - b.green()) + qAbs(a.blue() - b.blue());
+}
+
+// The share of pixels two pictures of the same size agree on.
+double agreement(const QImage &a, const QImage &b)
+{
+    if (a.isNull() || a.size() != b.size())
+        return 0;
+    qint64 same = 0;
+    for (int y = 0; y < a.height(); ++y) {
+        for (int x = 0; x < a.width(); ++x)
+            same += distance(a.pixelColor(x, y), b.pixelColor(x, y)) <= 6 ? 1 : 0;
+    }
+    return double(same) / (qint64(a.width()) * a.height());
+}
+
+int colorCount(const QImage &picture)
+{
+    QSet<QRgb> colors;
+    for (int y = 0; y < picture.height(); y += 3) {
+        for (int x = 0; x < picture.width(); x += 3)
+            colors.insert(picture.pixel(x, y));
+    }
+    return int(colors.size());
+}
+
+} // namespace
+
+#define CHECK(step)                                                                                \
+    do {                                                                                           \
+        step;                                                                                      \
+        if (QTest::currentTestFailed())                                                            \
+            return;                                                                                \
+    } while (false)
+
+class tst_DesktopX11 : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit tst_DesktopX11(const QProcessEnvironment &environment) : m_environment(environment) {}
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void modulesHoldUnderTheWindowManager_data();
+    void modulesHoldUnderTheWindowManager();
+
+private:
+    struct Module
+    {
+        int appType = -1;
+        QString name;
+        QPoint button;
+    };
+
+    void startWindowManager(const WindowManager &manager);
+    void startHost();
+    void stopHost();
+    QQuickItem *layoutItem(const QString &objectName) const;
+    QList<Module> modulesOfTheBar() const;
+    QPoint closeButtonFor(const Module &module);
+    void click(const QPoint &inHost);
+    void keys(const QStringList &keys);
+    void type(const QString &text);
+    void screenshot(const QString &name);
+    QStringList moduleLog(qint64 pid) const;
+
+    // Each checks one thing the user sees and fails the test when it does not hold.
+    void openModule(const Module &module, xcb_window_t *window, qint64 *pid);
+    void checkEmbeddedAndHolding(xcb_window_t window, const QString &what);
+    void checkModuleVisible(xcb_window_t window);
+    void closeModule(const Module &module, xcb_window_t window, qint64 pid);
+    void keyboardFollowsClicksNotThePointer(xcb_window_t window, qint64 pid);
+    void menusOpenOverTheModule(const Module &module);
+    void foreignClientEmbeds(const Module &asModule);
+
+    QProcessEnvironment m_environment;
+    std::unique_ptr<XServer> m_display;
+    QTemporaryDir m_home;
+    QTemporaryDir m_scratch;
+    QString m_artifacts;
+    QString m_row;
+    std::unique_ptr<QProcess> m_windowManager;
+    std::unique_ptr<QProcess> m_host;
+    qint64 m_hostPid = 0;
+    xcb_window_t m_hostWindow = XCB_NONE;
+    QRect m_hostRect;
+    std::unique_ptr<DashboardHost> m_layout;
+};
+
+void tst_DesktopX11::initTestCase()
+{
+    QVERIFY(m_home.isValid() && m_scratch.isValid());
+    m_display = std::make_unique<XServer>();
+    QVERIFY2(m_display->isValid(), "no X server to connect to");
+    m_artifacts = QCoreApplication::applicationDirPath() + QStringLiteral("/artifacts");
+    QVERIFY(QDir().mkpath(m_artifacts));
+    QVERIFY2(QFileInfo(QStringLiteral(KORVEX_DESKTOP_HOST_PROGRAM)).isExecutable(),
+             "the host program is not built");
+
+    // The test's copy of the front end, laid out like the real one, tells where to click. It
+    // reads its settings from a home of its own, fresh as the real one's.
+    QVERIFY(QDir().mkpath(m_scratch.filePath(QStringLiteral("layout-home"))));
+    qputenv("HOME", QFile::encodeName(m_scratch.filePath(QStringLiteral("layout-home"))));
+    QStandardPaths::setTestModeEnabled(true);
+    m_layout = std::make_unique<DashboardHost>();
+    DashboardHost::Options options;
+    options.labelFolder = m_scratch.filePath(QStringLiteral("layout-labels"));
+    QVERIFY2(m_layout->start(options), qPrintable(m_layout->errors().join(u'\n')));
+    QTRY_VERIFY(m_layout->isReady());
+}
+
+void tst_DesktopX11::cleanup()
+{
+    stopHost();
+    if (m_windowManager) {
+        m_windowManager->terminate();
+        if (!m_windowManager->waitForFinished(TOOL_TIMEOUT_MS))
+            m_windowManager->kill();
+        m_windowManager->waitForFinished(TOOL_TIMEOUT_MS);
+        m_windowManager.reset();
+        // The next row starts on a display no manager holds.
+        QTRY_VERIFY_WITH_TIMEOUT(!m_display->windowManagerRuns(), START_TIMEOUT_MS);
+    }
+}
+
+void tst_DesktopX11::modulesHoldUnderTheWindowManager_data()
+{
+    QTest::addColumn<int>("manager");
+    const QString wanted = qEnvironmentVariableIsSet("KORVEX_DESKTOP_WMS")
+            ? qEnvironmentVariable("KORVEX_DESKTOP_WMS")
+            : QString::fromLatin1(DEFAULT_ROWS);
+    const QStringList rows = wanted.split(u',', Qt::SkipEmptyParts);
+    const QList<WindowManager> managers = windowManagers();
+    for (int i = 0; i < managers.size(); ++i) {
+        if (wanted == QLatin1String("all") || rows.contains(QLatin1String(managers[i].name)))
+            QTest::newRow(managers[i].name) << i;
+    }
+}
+
+void tst_DesktopX11::modulesHoldUnderTheWindowManager()
+{
+    QFETCH(int, manager);
+    const WindowManager wm = windowManagers().at(manager);
+    m_row = QString::fromLatin1(wm.name);
+    if (wm.program && QStandardPaths::findExecutable(QString::fromLatin1(wm.program)).isEmpty())
+        QSKIP(qPrintable(QStringLiteral("%1 is not installed").arg(QLatin1String(wm.program))));
+    CHECK(startWindowManager(wm));
+    CHECK(startHost());
+
+    const QList<Module> modules = modulesOfTheBar();
+    QCOMPARE(modules.size(), 8);
+    const int cycles = qEnvironmentVariableIsSet("KORVEX_DESKTOP_CYCLES")
+            ? qEnvironmentVariableIntValue("KORVEX_DESKTOP_CYCLES")
+            : DEFAULT_CYCLES;
+
+    for (const Module &module : modules) {
+        xcb_window_t window = XCB_NONE;
+        qint64 pid = 0;
+        CHECK(openModule(module, &window, &pid));
+        CHECK(checkEmbeddedAndHolding(window, module.name));
+        CHECK(checkModuleVisible(window));
+        if (module.appType == modules.first().appType) {
+            screenshot(m_row + QStringLiteral("_module"));
+            CHECK(keyboardFollowsClicksNotThePointer(window, pid));
+            CHECK(menusOpenOverTheModule(module));
+            CHECK(openModule(module, &window, &pid)); // shown again from the side bar
+        }
+        CHECK(closeModule(module, window, pid));
+        for (int cycle = 0; cycle < cycles; ++cycle) {
+            CHECK(openModule(module, &window, &pid));
+            CHECK(checkEmbeddedAndHolding(window, module.name));
+            CHECK(closeModule(module, window, pid));
+        }
+    }
+    CHECK(foreignClientEmbeds(modules.first()));
+}
+
+void tst_DesktopX11::startWindowManager(const WindowManager &manager)
+{
+    QVERIFY(!m_display->windowManagerRuns());
+    if (!manager.program)
+        return;
+    m_windowManager = std::make_unique<QProcess>();
+    QProcessEnvironment environment = m_environment;
+    environment.insert(QStringLiteral("HOME"), m_home.path());
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_home.filePath(QStringLiteral(".config")));
+    m_windowManager->setProcessEnvironment(environment);
+    m_windowManager->setProcessChannelMode(QProcess::MergedChannels);
+    m_windowManager->setStandardOutputFile(m_scratch.filePath(m_row + QStringLiteral(".wm.log")));
+    QString program = QString::fromLatin1(manager.program);
+    QStringList arguments = manager.arguments;
+    if (manager.inSession) {
+        arguments.prepend(program);
+        arguments.prepend(QStringLiteral("--"));
+        program = QStringLiteral("dbus-run-session");
+    }
+    m_windowManager->start(program, arguments);
+    QVERIFY2(m_windowManager->waitForStarted(START_TIMEOUT_MS), qPrintable(m_windowManager->errorString()));
+    // The manager is there once it holds the root's redirection.
+    QVERIFY2(QTest::qWaitFor([this] {
+                 return m_display->windowManagerRuns() || m_windowManager->state() != QProcess::Running;
+             }, START_TIMEOUT_MS),
+             "the window manager did not take the display");
+    QVERIFY2(m_windowManager->state() == QProcess::Running,
+             qPrintable(QStringLiteral("the window manager exited; see %1").arg(m_scratch.filePath(m_row + QStringLiteral(".wm.log")))));
+}
+
+void tst_DesktopX11::startHost()
+{
+    const QDir home(m_home.path());
+    const QString runtime = home.filePath(QStringLiteral("runtime"));
+    QVERIFY(QDir().mkpath(runtime));
+    QVERIFY(::chmod(QFile::encodeName(runtime).constData(), 0700) == 0);
+    const QString printers = m_scratch.filePath(QStringLiteral("printers.json"));
+    {
+        QFile file(printers);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(R"({ "printers": [ { "name": "Ondrel X100 on line 1", "driver": "Ondrel X100 Series",
+            "port": "USB001", "location": "Line 1", "status": 0, "supplyId": "Y-4421",
+            "ribbonIds": ["R-10"], "firmwareVersion": "1.4.2-118", "type": 3, "default": true } ] })");
+    }
+    const QString logs = m_scratch.filePath(QStringLiteral("modules"));
+    QVERIFY(QDir().mkpath(logs));
+    QProcessEnvironment environment = m_environment;
+    environment.insert(QStringLiteral("HOME"), home.path());
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral(".config")));
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral(".local/share")));
+    environment.insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral(".cache")));
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    environment.insert(QStringLiteral("KORVEX_SIMULATED_PRINTERS"), printers);
+    environment.insert(QStringLiteral("KORVEX_REAL_PRINTERS"), QStringLiteral("0"));
+    environment.insert(QStringLiteral("KORVEX_DEMO_MODULE_LOG"), logs);
+    m_host = std::make_unique<QProcess>();
+    m_host->setProcessEnvironment(environment);
+    m_host->setWorkingDirectory(home.path());
+    m_host->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_host->start(QStringLiteral(KORVEX_DESKTOP_HOST_PROGRAM), {});
+    QVERIFY2(m_host->waitForStarted(START_TIMEOUT_MS), qPrintable(m_host->errorString()));
+    m_hostPid = m_host->processId();
+
+    // The host's window once it is on the screen, drawn by the front end, not the shell.
+    QVERIFY2(QTest::qWaitFor([this] {
+                 m_hostWindow = m_display->findWindowOf(m_hostPid, m_display->root(), QSize(600, 400));
+                 return m_hostWindow != XCB_NONE || m_host->state() != QProcess::Running;
+             }, START_TIMEOUT_MS),
+             "the dashboard's window did not appear");
+    QVERIFY2(m_host->state() == QProcess::Running, "the dashboard exited");
+    m_hostRect = m_display->rectOnScreen(m_hostWindow);
+    m_layout->window()->resize(m_hostRect.size());
+    QTRY_COMPARE(m_layout->rootItem()->size().toSize(), m_hostRect.size());
+    QVERIFY(!m_layout->window()->grabWindow().isNull()); // lays everything out
+
+    // The navigation bar of the real window is drawn: its first module button shows.
+    QQuickItem *bar = layoutItem(QStringLiteral("navigationBar"));
+    QVERIFY(bar);
+    const QColor barColor = bar->property("color").value<QColor>();
+    QColor seenColor;
+    QVERIFY2(QTest::qWaitFor([&] {
+                 // Where the window is, read again each time: a manager may still place it.
+                 m_hostRect = m_display->rectOnScreen(m_hostWindow);
+                 const QPoint spot = m_hostRect.topLeft() + QPoint(2, m_hostRect.height() / 2);
+                 const QImage seen = m_display->image(m_display->root(), QRect(spot, QSize(1, 1)));
+                 seenColor = seen.isNull() ? QColor() : seen.pixelColor(0, 0);
+                 return !seen.isNull() && distance(seenColor, barColor) <= 6;
+             }, START_TIMEOUT_MS),
+             qPrintable(QStringLiteral("the navigation bar is not drawn: %1 shows %2, not %3")
+                                .arg(QStringLiteral("%1,%2 %3x%4").arg(m_hostRect.x()).arg(m_hostRect.y())
+                                             .arg(m_hostRect.width()).arg(m_hostRect.height()),
+                                     seenColor.name(), barColor.name())));
+    QCOMPARE(m_hostRect.size(), m_layout->rootItem()->size().toSize());
+}
+
+void tst_DesktopX11::stopHost()
+{
+    if (!m_host)
+        return;
+    // Whatever a failed step left running, the host started it.
+    const QList<xcb_window_t> below = m_hostWindow ? m_display->descendants(m_hostWindow) : QList<xcb_window_t>();
+    if (m_host->state() != QProcess::NotRunning) {
+        m_host->kill();
+        m_host->waitForFinished(TOOL_TIMEOUT_MS);
+    }
+    for (const xcb_window_t w : below) {
+        const qint64 pid = m_display->pidOf(w);
+        if (pid > 0 && pid != m_hostPid && !processGone(pid))
+            ::kill(pid_t(pid), SIGKILL);
+    }
+    m_host.reset();
+    m_hostWindow = XCB_NONE;
+}
+
+QQuickItem *tst_DesktopX11::layoutItem(const QString &objectName) const
+{
+    QList<QQuickItem *> items;
+    collectItems(m_layout->window()->contentItem(), &items);
+    for (QQuickItem *item : items) {
+        if (item->objectName() == objectName && item->isVisible())
+            return item;
+    }
+    return nullptr;
+}
+
+QList<tst_DesktopX11::Module> tst_DesktopX11::modulesOfTheBar() const
+{
+    QList<Module> modules;
+    QList<QQuickItem *> items;
+    collectItems(m_layout->window()->contentItem(), &items);
+    const QString prefix = QStringLiteral("nav_%1_").arg(int(DashboardGlobal::NAV_APP));
+    for (QQuickItem *item : items) {
+        if (item->objectName().startsWith(prefix) && item->isVisible())
+            modules << Module{ item->objectName().mid(prefix.size()).toInt(),
+                               item->property("text").toString(), centerInWindow(item) };
+    }
+    return modules;
+}
+
+QPoint tst_DesktopX11::closeButtonFor(const Module &module)
+{
+    QObject *host = m_layout->rootItem()->property("moduleHost").value<QObject *>();
+    if (!host)
+        return QPoint();
+    host->setProperty("names", QVariantMap{ { QString::number(module.appType), module.name } });
+    host->setProperty("shownApp", module.appType);
+    m_layout->window()->grabWindow();
+    QQuickItem *close = layoutItem(QStringLiteral("closeModuleButton"));
+    const QPoint at = close ? centerInWindow(close) : QPoint();
+    host->setProperty("shownApp", int(DashboardGlobal::APP_NULL));
+    return at;
+}
+
+void tst_DesktopX11::click(const QPoint &inHost)
+{
+    QVERIFY2(runTool(QStringLiteral("xdotool"),
+                     { QStringLiteral("mousemove"), QStringLiteral("--window"), QString::number(m_hostWindow),
+                       QStringLiteral("--sync"), QString::number(inHost.x()), QString::number(inHost.y()),
+                       QStringLiteral("click"), QStringLiteral("1") }),
+             "xdotool could not click");
+}
+
+void tst_DesktopX11::keys(const QStringList &keys)
+{
+    QStringList arguments{ QStringLiteral("key"), QStringLiteral("--delay"), QStringLiteral("30") };
+    QVERIFY2(runTool(QStringLiteral("xdotool"), arguments + keys), "xdotool could not press keys");
+}
+
+void tst_DesktopX11::type(const QString &text)
+{
+    QVERIFY2(runTool(QStringLiteral("xdotool"), { QStringLiteral("type"), QStringLiteral("--delay"),
+                                                  QStringLiteral("30"), text }),
+             "xdotool could not type");
+}
+
+void tst_DesktopX11::screenshot(const QString &name)
+{
+    const QSize screen = m_display->rectOnScreen(m_display->root()).size();
+    const QImage picture = m_display->image(m_display->root(), QRect(QPoint(), screen));
+    const QString file = m_artifacts + u'/' + name + QStringLiteral(".png");
+    if (!picture.isNull() && picture.save(file))
+        std::fprintf(stdout, "screenshot: %s\n", qPrintable(file));
+}
+
+QStringList tst_DesktopX11::moduleLog(qint64 pid) const
+{
+    QFile file(m_scratch.filePath(QStringLiteral("modules/%1.log").arg(pid)));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+}
+
+void tst_DesktopX11::openModule(const Module &module, xcb_window_t *window, qint64 *pid)
+{
+    CHECK(click(module.button));
+    QVERIFY2(QTest::qWaitFor([&] {
+                 *window = m_display->findForeignWindow(m_hostWindow, m_hostPid, pid);
+                 return *window != XCB_NONE || m_host->state() != QProcess::Running;
+             }, START_TIMEOUT_MS),
+             qPrintable(QStringLiteral("%1: no module window appeared in the dashboard").arg(module.name)));
+    QVERIFY2(m_host->state() == QProcess::Running, "the dashboard exited");
+    const QString program = programName(*pid);
+    QVERIFY2(program == m_layout->window()->getApplicationExec(DashboardGlobal::ApplicationType(module.appType)),
+             qPrintable(QStringLiteral("%1 shows the window of %2").arg(module.name, program)));
+    // The module knows it is embedded, in the container that holds its window.
+    const QString embedded = QStringLiteral("embedded %1").arg(m_display->parentOf(*window));
+    QVERIFY2(QTest::qWaitFor([&] { return moduleLog(*pid).contains(embedded); }, START_TIMEOUT_MS),
+             qPrintable(QStringLiteral("%1 was not told it is embedded: %2").arg(module.name, moduleLog(*pid).join(u'|'))));
+}
+
+void tst_DesktopX11::checkEmbeddedAndHolding(xcb_window_t window, const QString &what)
+{
+    QVERIFY2(m_display->isInside(window, m_hostWindow),
+             qPrintable(what + QStringLiteral(": the window is not inside the dashboard's")));
+    // No window manager takes it back, unmaps it or frames it while the user looks.
+    const QByteArray happened = m_display->watchFor(window, HOLD_MS);
+    QVERIFY2(happened.isEmpty(),
+             qPrintable(what + QStringLiteral(": the window was ") + QString::fromLatin1(happened)));
+    QVERIFY2(m_display->isInside(window, m_hostWindow) && m_display->viewable(window),
+             qPrintable(what + QStringLiteral(": the window left the dashboard or is not viewable")));
+    // Its place in the dashboard covers the content area right of the navigation bar (a
+    // window's own border, which X draws outside it, aside).
+    const QRect rect = m_display->rectOnScreen(m_display->parentOf(window));
+    QQuickItem *bar = layoutItem(QStringLiteral("navigationBar"));
+    QVERIFY(bar);
+    QVERIFY2(rect.left() == m_hostRect.left() + int(bar->width()) && rect.right() == m_hostRect.right()
+                     && rect.bottom() == m_hostRect.bottom(),
+             qPrintable(QStringLiteral("%1: the window is at %2,%3 %4x%5, the dashboard at %6,%7 %8x%9")
+                                .arg(what).arg(rect.x()).arg(rect.y()).arg(rect.width()).arg(rect.height())
+                                .arg(m_hostRect.x()).arg(m_hostRect.y()).arg(m_hostRect.width())
+                                .arg(m_hostRect.height())));
+}
+
+void tst_DesktopX11::checkModuleVisible(xcb_window_t window)
+{
+    // What the screen shows where the module is, is what the module draws: no stale picture,
+    // nothing over it. The module draws text, so its picture is no flat fill.
+    const QRect rect = m_display->rectOnScreen(window);
+    QImage own;
+    QImage seen;
+    QVERIFY2(QTest::qWaitFor([&] {
+                 own = m_display->image(window, QRect(QPoint(), rect.size()));
+                 seen = m_display->image(m_display->root(), rect);
+                 return colorCount(own) > 3 && agreement(own, seen) > 0.98;
+             }, START_TIMEOUT_MS),
+             qPrintable(QStringLiteral("the module's picture is not what the screen shows (%1 of the pixels agree, %2 colours)")
+                                .arg(agreement(own, seen)).arg(colorCount(own))));
+}
+
+void tst_DesktopX11::closeModule(const Module &module, xcb_window_t window, qint64 pid)
+{
+    const QPoint close = closeButtonFor(module);
+    QVERIFY(!close.isNull());
+    const xcb_window_t container = m_display->parentOf(window);
+    CHECK(click(close));
+    QVERIFY2(QTest::qWaitFor([&] { return processGone(pid); }, START_TIMEOUT_MS),
+             qPrintable(QStringLiteral("%1 did not end after a click at %2,%3: %4")
+                                .arg(module.name).arg(close.x()).arg(close.y())
+                                .arg(moduleLog(pid).join(u'|'))));
+    QVERIFY2(QTest::qWaitFor([&] { return !m_display->exists(window); }, START_TIMEOUT_MS),
+             qPrintable(module.name + QStringLiteral(": its window is still there")));
+    // The dashboard noticed: the module's place in its window is gone with the module.
+    QVERIFY2(QTest::qWaitFor([&] { return !m_display->exists(container); }, START_TIMEOUT_MS),
+             qPrintable(module.name + QStringLiteral(": the dashboard still holds its place")));
+    QVERIFY(m_host->state() == QProcess::Running);
+    // The dashboard's page shows again: no window of a module is left over it.
+    qint64 other = 0;
+    QCOMPARE(m_display->findForeignWindow(m_hostWindow, m_hostPid, &other), xcb_window_t(XCB_NONE));
+}
+
+void tst_DesktopX11::keyboardFollowsClicksNotThePointer(xcb_window_t window, qint64 pid)
+{
+    // Where the module's path field is, as the module last laid it out.
+    const QRect rect = m_display->rectOnScreen(window);
+    QRect field;
+    QVERIFY2(QTest::qWaitFor([&] {
+                 static const QRegularExpression line(QStringLiteral("^path field (\\d+) (\\d+) (\\d+) (\\d+) in (\\d+)x(\\d+)$"));
+                 const QStringList log = moduleLog(pid);
+                 for (auto it = log.crbegin(); it != log.crend(); ++it) {
+                     const QRegularExpressionMatch match = line.match(*it);
+                     if (!match.hasMatch())
+                         continue;
+                     if (QSize(match.captured(5).toInt(), match.captured(6).toInt()) != rect.size())
+                         return false;
+                     field = QRect(match.captured(1).toInt(), match.captured(2).toInt(),
+                                   match.captured(3).toInt(), match.captured(4).toInt());
+                     return true;
+                 }
+                 return false;
+             }, START_TIMEOUT_MS),
+             "the module did not lay out its window at the size it was given");
+    const QPoint fieldInHost = rect.topLeft() - m_hostRect.topLeft() + field.center();
+    QQuickItem *bar = layoutItem(QStringLiteral("navigationBar"));
+    QVERIFY(bar);
+    // A quiet place of the dashboard: the navigation bar's lower edge.
+    const QPoint onDashboard(int(bar->width()) / 2, m_hostRect.height() - 4);
+
+    // A click into the module gives it the keyboard; the pointer then rests on the dashboard.
+    const int before = moduleLog(pid).count(QStringLiteral("focus in"));
+    CHECK(click(fieldInHost));
+    QVERIFY2(QTest::qWaitFor([&] { return moduleLog(pid).count(QStringLiteral("focus in")) > before; }, START_TIMEOUT_MS),
+             "the module did not get the keyboard from a click");
+    QVERIFY(runTool(QStringLiteral("xdotool"), { QStringLiteral("mousemove"), QStringLiteral("--window"),
+                                                  QString::number(m_hostWindow), QStringLiteral("--sync"),
+                                                  QString::number(onDashboard.x()), QString::number(onDashboard.y()) }));
+    CHECK(type(QStringLiteral("typed")));
+    CHECK(keys({ QStringLiteral("Return") }));
+    // The module opens what its field holds, made absolute from its own working folder.
+    const auto typedOpens = [&] {
+        return int(moduleLog(pid).filter(QRegularExpression(QStringLiteral("^open .*/typed$"))).size());
+    };
+    QVERIFY2(QTest::qWaitFor([&] { return typedOpens() == 1; }, START_TIMEOUT_MS),
+             qPrintable(QStringLiteral("the text did not reach the module: %1").arg(moduleLog(pid).join(u'|'))));
+
+    // Ctrl+Tab hands the keyboard back to the dashboard: keys typed with the pointer over the
+    // module no longer reach it.
+    const int out = moduleLog(pid).count(QStringLiteral("focus out"));
+    CHECK(keys({ QStringLiteral("ctrl+Tab") }));
+    QVERIFY2(QTest::qWaitFor([&] { return moduleLog(pid).count(QStringLiteral("focus out")) > out; }, START_TIMEOUT_MS),
+             "Ctrl+Tab did not take the keyboard from the module");
+    QVERIFY(runTool(QStringLiteral("xdotool"), { QStringLiteral("mousemove"), QStringLiteral("--window"),
+                                                  QString::number(m_hostWindow), QStringLiteral("--sync"),
+                                                  QString::number(fieldInHost.x()), QString::number(fieldInHost.y()) }));
+    CHECK(type(QStringLiteral("stray")));
+    // Shift+Tab from the dashboard's first control wraps round to the module's area, the last
+    // stop of the window's focus chain: the module has the keyboard again.
+    const int in = moduleLog(pid).count(QStringLiteral("focus in"));
+    CHECK(click(onDashboard));
+    QVERIFY2(QTest::qWaitFor([&] {
+                 if (moduleLog(pid).count(QStringLiteral("focus in")) > in)
+                     return true;
+                 keys({ QStringLiteral("shift+Tab") });
+                 return false;
+             }, START_TIMEOUT_MS),
+             "the keyboard never reached the module from the dashboard's focus chain");
+    // The path field holds only what was typed while the module had the keyboard.
+    CHECK(click(fieldInHost));
+    CHECK(keys({ QStringLiteral("End"), QStringLiteral("Return") }));
+    QVERIFY2(QTest::qWaitFor([&] { return typedOpens() == 2; }, START_TIMEOUT_MS),
+             qPrintable(QStringLiteral("the path field changed: %1").arg(moduleLog(pid).join(u'|'))));
+    QVERIFY2(!moduleLog(pid).join(u'\n').contains(QStringLiteral("stray")),
+             "keys reached the module while the dashboard had the keyboard");
+}
+
+void tst_DesktopX11::menusOpenOverTheModule(const Module &module)
+{
+    Q_UNUSED(module);
+    QQuickItem *more = layoutItem(QStringLiteral("overflowButton"));
+    QVERIFY(more);
+    const QPoint moreAt = centerInWindow(more);
+    // Where the menu's entries show, from the test's copy opened the same way.
+    QVERIFY(QMetaObject::invokeMethod(more, "clicked"));
+    QQuickItem *settings = nullptr;
+    QTRY_VERIFY((settings = layoutItem(QStringLiteral("menu_%1").arg(int(MeatballsNavigationModel::NAV_SETTINGS))))
+                && settings->height() > 0);
+    QQuickItem *about = layoutItem(QStringLiteral("menu_%1").arg(int(MeatballsNavigationModel::NAV_ABOUT)));
+    QVERIFY(about);
+    const QImage opened = m_layout->window()->grabWindow();
+    const QPoint settingsAt = centerInWindow(settings);
+    const QPoint aboutAt = centerInWindow(about);
+    QObject *menuPopup = m_layout->rootItem()->property("overflowMenu").value<QObject *>();
+    QVERIFY(menuPopup);
+    QMetaObject::invokeMethod(menuPopup, "close");
+
+    // The whole menu shows over the module: each entry's row, left and right, as the copy has it.
+    CHECK(click(moreAt));
+    for (QQuickItem *entry : { settings, about }) {
+        const QPoint left = entry->mapToScene(QPointF(3, entry->height() / 2)).toPoint();
+        const QPoint right = entry->mapToScene(QPointF(entry->width() - 3, entry->height() / 2)).toPoint();
+        for (const QPoint &point : { left, right }) {
+            const QColor wanted = opened.pixelColor(point);
+            QVERIFY2(QTest::qWaitFor([&] {
+                         const QImage seen = m_display->image(m_display->root(), QRect(m_hostRect.topLeft() + point, QSize(1, 1)));
+                         return !seen.isNull() && distance(seen.pixelColor(0, 0), wanted) <= 6;
+                     }, START_TIMEOUT_MS),
+                     qPrintable(QStringLiteral("the menu does not show at %1,%2").arg(point.x()).arg(point.y())));
+        }
+    }
+    screenshot(m_row + QStringLiteral("_menu_over_module"));
+
+    // About from the menu: the box shows whole over the module, and closes with Escape.
+    CHECK(click(aboutAt));
+    QQuickItem *aboutClose = nullptr;
+    QObject *root = m_layout->rootItem();
+    QVERIFY(QMetaObject::invokeMethod(root, "openAbout"));
+    QTRY_VERIFY((aboutClose = layoutItem(QStringLiteral("aboutCloseButton"))) && aboutClose->height() > 0);
+    const QImage aboutShown = m_layout->window()->grabWindow();
+    QObject *aboutBox = root->property("aboutDialog").value<QObject *>();
+    QVERIFY(aboutBox);
+    QMetaObject::invokeMethod(aboutBox, "close");
+    const QPoint closeAt = centerInWindow(aboutClose);
+    const QColor wanted = aboutShown.pixelColor(closeAt);
+    QVERIFY2(QTest::qWaitFor([&] {
+                 const QImage seen = m_display->image(m_display->root(), QRect(m_hostRect.topLeft() + closeAt, QSize(1, 1)));
+                 return !seen.isNull() && distance(seen.pixelColor(0, 0), wanted) <= 6;
+             }, START_TIMEOUT_MS),
+             "the About box does not show over the module");
+    screenshot(m_row + QStringLiteral("_about_over_module"));
+    CHECK(keys({ QStringLiteral("Escape") }));
+
+    // Settings from the menu reaches the settings page: the module's window goes from view.
+    CHECK(click(moreAt));
+    const QColor settingsColor = opened.pixelColor(settingsAt);
+    QVERIFY(QTest::qWaitFor([&] {
+        const QImage seen = m_display->image(m_display->root(), QRect(m_hostRect.topLeft() + settingsAt, QSize(1, 1)));
+        return !seen.isNull() && distance(seen.pixelColor(0, 0), settingsColor) <= 6;
+    }, START_TIMEOUT_MS));
+    CHECK(click(settingsAt));
+    qint64 pid = 0;
+    QVERIFY2(QTest::qWaitFor([&] { return m_display->findForeignWindow(m_hostWindow, m_hostPid, &pid) == XCB_NONE; },
+                             START_TIMEOUT_MS),
+             "Settings did not replace the module on the screen");
+    screenshot(m_row + QStringLiteral("_settings_from_module"));
+}
+
+void tst_DesktopX11::foreignClientEmbeds(const Module &asModule)
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("xlogo")).isEmpty())
+        QSKIP("xlogo is not installed (Debian package x11-apps)");
+    QProcess foreign;
+    QProcessEnvironment environment = m_environment;
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    foreign.setProcessEnvironment(environment);
+    foreign.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    foreign.start(QStringLiteral(KORVEX_DESKTOP_FOREIGN_MODULE),
+                  { QStringLiteral("--dashboard"), QString::number(m_hostWindow), QStringLiteral("xlogo") });
+    QVERIFY(foreign.waitForStarted(START_TIMEOUT_MS));
+    QVERIFY2(QTest::qWaitFor([&] { return foreign.canReadLine() || foreign.state() != QProcess::Running; },
+                             START_TIMEOUT_MS),
+             "the standard X client's window did not appear");
+    const QByteArray ready = foreign.readLine().trimmed();
+    QVERIFY2(ready.startsWith("ready "),
+             qPrintable(QStringLiteral("the stand-in module said \"%1\" and %2").arg(QString::fromLocal8Bit(ready))
+                                .arg(foreign.state() == QProcess::Running ? QStringLiteral("runs")
+                                                                          : QStringLiteral("exited with %1").arg(foreign.exitCode()))));
+    const auto window = xcb_window_t(ready.mid(6).toULongLong());
+    QVERIFY2(QTest::qWaitFor([&] { return m_display->isInside(window, m_hostWindow) && m_display->viewable(window); },
+                             START_TIMEOUT_MS),
+             "the standard X client's window was not taken into the dashboard");
+    CHECK(checkEmbeddedAndHolding(window, QStringLiteral("xlogo")));
+    screenshot(m_row + QStringLiteral("_xlogo"));
+    const QPoint close = closeButtonFor(asModule);
+    QVERIFY(!close.isNull());
+    CHECK(click(close));
+    QVERIFY2(foreign.waitForFinished(START_TIMEOUT_MS), "the standard X client did not close");
+    QVERIFY(!m_display->exists(window));
+    QVERIFY(m_host->state() == QProcess::Running);
+}
+
+int main(int argc, char **argv)
+{
+    for (const char *tool : { "xdotool", "dbus-run-session" }) {
+        if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty()) {
+            std::printf("SKIP: %s is not installed (Debian packages xdotool, dbus)\n", tool);
+            return 77;
+        }
+    }
+    if (qEnvironmentVariableIsEmpty("DISPLAY")) {
+        std::printf("SKIP: no X display; run this test through tests/run_with_xvfb\n");
+        return 77;
+    }
+    const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    // The test's own copy of the front end must not show on the display the test drives.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("QT_QUICK_BACKEND", "software");
+    QGuiApplication app(argc, argv);
+    tst_DesktopX11 test(environment);
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_desktop_x11.moc"
