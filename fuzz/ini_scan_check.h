@@ -67,7 +67,10 @@ inline const char *check(const char *data, std::size_t size, const QString &scra
 
     if (!withSettings || figure > Limit || size > MaxSettingsFile)
         return nullptr;
-    const QString path = QDir(scratch).filePath(QStringLiteral("store.ini"));
+    // A new name each time: QSettings keeps what it parsed of a file by name, and a file
+    // rewritten with the same size within the clock's resolution would be read from there.
+    static quint64 serial = 0;
+    const QString path = QDir(scratch).filePath(QStringLiteral("store-%1.ini").arg(++serial));
     {
         QFile out(path);
         if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate))
@@ -81,11 +84,12 @@ inline const char *check(const char *data, std::size_t size, const QString &scra
             deepest = std::max(deepest, depthOf(settings.value(key)));
     } catch (const std::bad_alloc &) {
         // A count QSettings reserves from: not a file QSettings reads safely.
-        return nullptr;
+        deepest = -1;
     }
+    QFile::remove(path);
     // Two levels here are no QVariant read: the list QSettings makes of comma-separated
     // elements, and a value at its bottom that was plain text (the scan counts none for it).
-    if (deepest > figure + 2)
+    if (deepest >= 0 && deepest > figure + 2)
         return "QSettings decoded a value nested deeper than the scanner's figure";
     return nullptr;
 }
