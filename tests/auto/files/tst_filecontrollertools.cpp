@@ -382,5 +382,7 @@ void tst_FileControllerTools::replayScanCorpus()
     QVERIFY2(!broken, broken);
 }
 
-QTEST_GUILESS_MAIN(tst_FileControllerTools)
+// With a QGuiApplication, as in the dashboard: a store may hold a pixmap, which QSettings only
+// decodes there.
+QTEST_MAIN(tst_FileControllerTools)
 #include "tst_filecontrollertools.moc"
