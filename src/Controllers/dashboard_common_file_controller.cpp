@@ -46,11 +46,17 @@ bool parseShapedHistoryDate(const QString &text, QDate *date, QTime *time)
     return date->isValid() && time->isValid();
 }
 
-QDateTime parseHistoryDate(const QString &text)
+// A wall-clock time read directly names one instant only where the offset stays the same
+// around it. In the hour repeated when summer time ends, QDateTime(date, time) takes either
+// of the two instants, depending on the local times the process converted before; the parser
+// always takes the same one. So near a change of offset (and for any other text) the parser
+// decides.
+QDateTime parseHistoryDate(const QString &text, LocalTimes &times)
 {
     QDate date;
     QTime time;
-    if (parseShapedHistoryDate(text, &date, &time))
+    qint64 instant = 0;
+    if (parseShapedHistoryDate(text, &date, &time) && times.toInstant(date, time, &instant))
         return QDateTime(date, time);
     return QDateTime::fromString(text, DashboardCommonFileController::HISTORY_DATE_FORMAT);
 }
@@ -288,10 +294,12 @@ QMap<QString, QDateTime> DashboardCommonFileController::getFileHistoryMap(
         const QList<std::pair<QString, QString>> &history) const
 {
     QMap<QString, QDateTime> map;
+    // The zone is read afresh for each merge.
+    LocalTimes times;
     for (const auto &[path, text] : history) {
         QDateTime date = DEFAULT_ACCESS_DATE;
         if (!text.isEmpty())
-            date = parseHistoryDate(text);
+            date = parseHistoryDate(text, times);
         auto it = map.find(path);
         if (it == map.end())
             map.insert(path, date);
@@ -343,8 +351,9 @@ DashboardCommonFileController::ViewInstants DashboardCommonFileController::loadF
                 QDate day;
                 QTime time;
                 if (!parseShapedHistoryDate(text, &day, &time) || !m_localTimes->toInstant(day, time, &date)) {
-                    const QDateTime parsed = parseHistoryDate(text);
-                    date = parsed.isValid() ? m_localTimes->toInstant(parsed) : INVALID_VIEW;
+                    // Near a change of offset too: see parseHistoryDate.
+                    const QDateTime parsed = QDateTime::fromString(text, HISTORY_DATE_FORMAT);
+                    date = parsed.isValid() ? parsed.toMSecsSinceEpoch() : INVALID_VIEW;
                 }
             }
             views.emplace_back(path, date);
@@ -422,7 +431,11 @@ void DashboardCommonFileController::fillFileDates(DashboardFileInfoStruct &recor
 
 QDateTime DashboardCommonFileController::toUtc(const QDateTime &local) const
 {
-    if (!local.isValid() || local.timeSpec() != Qt::LocalTime)
+    // An invalid date (a time the clock skipped holds a date and a time all the same) would
+    // come out of toUTC() as a valid one.
+    if (!local.isValid())
+        return QDateTime();
+    if (local.timeSpec() != Qt::LocalTime)
         return local.toUTC();
     return QDateTime::fromMSecsSinceEpoch(m_localTimes->toInstant(local), Qt::UTC);
 }

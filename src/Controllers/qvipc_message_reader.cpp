@@ -1,5 +1,6 @@
 #include "Controllers/qvipc_message_reader_p.h"
 
+#include <QBuffer>
 #include <QByteArrayList>
 #include <QIODevice>
 #include <QVersionNumber>
@@ -74,17 +75,84 @@ void *slotOf(QVariant *variant, QMetaType type, bool isNull)
 
 MessageReader::MessageReader(QDataStream &in) : m_in(in)
 {
+    const QBuffer *buffer = qobject_cast<const QBuffer *>(in.device());
+    if (buffer && !in.isDeviceTransactionStarted() && buffer->isReadable())
+        m_bytes = &buffer->data();
     m_heapAllowance = HashAllowanceBase + HashAllowancePerByte * available();
+}
+
+const char *MessageReader::inPlace(qint64 *size) const
+{
+    if (!m_bytes)
+        return nullptr;
+    const qint64 pos = m_in.device()->pos();
+    if (pos != m_anchor) {
+        Q_ASSERT(m_pending == 0);
+        m_anchor = pos;
+        m_pending = 0;
+    }
+    const qint64 cursor = m_anchor + m_pending;
+    if (cursor < 0 || cursor > m_bytes->size())
+        return nullptr;
+    *size = m_bytes->size() - cursor;
+    return m_bytes->constData() + cursor;
+}
+
+void MessageReader::sync()
+{
+    if (m_pending == 0)
+        return;
+    m_in.device()->skip(m_pending);
+    m_pending = 0;
+    m_anchor = m_in.device()->pos();
+}
+
+qint64 MessageReader::peekAt(qint64 offset, char *data, qint64 size) const
+{
+    qint64 left = 0;
+    if (const char *p = inPlace(&left)) {
+        const qint64 n = qBound(qint64(0), left - offset, size);
+        if (n > 0)
+            std::memcpy(data, p + offset, size_t(n));
+        return n;
+    }
+    char head[16];
+    Q_ASSERT(offset + size <= qint64(sizeof head));
+    const qint64 n = m_in.device()->peek(head, offset + size) - offset;
+    if (n <= 0)
+        return 0;
+    std::memcpy(data, head + offset, size_t(n));
+    return n;
+}
+
+template<typename T>
+T MessageReader::readNumber()
+{
+    T value = 0;
+    qint64 left = 0;
+    if (const char *p = inPlace(&left); p && left >= qint64(sizeof(T))) {
+        value = m_in.byteOrder() == QDataStream::BigEndian ? qFromBigEndian<T>(p)
+                                                           : qFromLittleEndian<T>(p);
+        advance(qint64(sizeof(T)));
+    } else {
+        sync();
+        m_in >> value;
+    }
+    return value;
 }
 
 qint64 MessageReader::available() const
 {
     const QIODevice *device = m_in.device();
-    return (device && !m_refused) ? device->bytesAvailable() : 0;
+    if (!device || m_refused)
+        return 0;
+    qint64 left = 0;
+    return inPlace(&left) ? left : device->bytesAvailable();
 }
 
 void MessageReader::cutToEnd()
 {
+    sync();
     // Where Qt's own reader runs out of bytes: it consumes what is left and fails.
     if (QIODevice *device = m_in.device())
         device->skip(device->bytesAvailable());
@@ -93,6 +161,7 @@ void MessageReader::cutToEnd()
 
 void MessageReader::refuse()
 {
+    sync();
     m_refused = true;
     m_in.setStatus(QDataStream::ReadCorruptData);   // keeps an earlier failure
     if (QIODevice *device = m_in.device())
@@ -109,10 +178,9 @@ bool MessageReader::countFits(quint32 count, qint64 minimumElementSize)
 
 qint64 MessageReader::lengthOverrun(qint64 offset, int lengthSize, qint64 unitsPerLength) const
 {
-    const QByteArray head = m_in.device()->peek(offset + lengthSize);
-    if (head.size() < offset + lengthSize)
+    char p[8];
+    if (peekAt(offset, p, lengthSize) < lengthSize)
         return -1;      // the length itself is cut: Qt reads 0 and allocates nothing
-    const char *p = head.constData() + offset;
     const bool big = m_in.byteOrder() == QDataStream::BigEndian;
     quint64 length = 0;
     if (lengthSize == 4) {
@@ -128,6 +196,7 @@ qint64 MessageReader::lengthOverrun(qint64 offset, int lengthSize, qint64 unitsP
 
 void MessageReader::readThroughQt(QMetaType type, void *data, qint64 fitsBefore)
 {
+    sync();
     if (fitsBefore < 0) {
         if (!type.load(m_in, data))
             m_in.setStatus(QDataStream::ReadCorruptData);
@@ -148,6 +217,30 @@ void MessageReader::readThroughQt(QMetaType type, void *data, qint64 fitsBefore)
 
 void MessageReader::readString(QString *string)
 {
+    qint64 left = 0;
+    if (const char *p = inPlace(&left); p && left >= 4) {
+        // The common string, whole in the block, read in place as Qt would read it; anything
+        // else (cut, odd, empty) takes Qt's own reading below.
+        const bool big = m_in.byteOrder() == QDataStream::BigEndian;
+        const quint32 bytes = big ? qFromBigEndian<quint32>(p) : qFromLittleEndian<quint32>(p);
+        if (bytes == NullLength) {
+            string->clear();
+            advance(4);
+            return;
+        }
+        if (bytes != 0 && bytes % 2 == 0 && qint64(bytes) <= left - 4) {
+            const qsizetype length = qsizetype(bytes / 2);
+            string->resize(length);
+            char16_t *out = reinterpret_cast<char16_t *>(string->data());
+            if (big)
+                qFromBigEndian<char16_t>(p + 4, length, out);
+            else
+                qFromLittleEndian<char16_t>(p + 4, length, out);
+            advance(4 + qint64(bytes));
+            return;
+        }
+    }
+    sync();
     if (lengthOverrun(0, 4, 2) < 0) {
         m_in >> *string;
         return;
@@ -160,6 +253,7 @@ void MessageReader::readString(QString *string)
 
 void MessageReader::readByteArray(QByteArray *bytes)
 {
+    sync();
     if (lengthOverrun(0, 4, 1) < 0) {
         m_in >> *bytes;
         return;
@@ -173,8 +267,7 @@ void MessageReader::readByteArray(QByteArray *bytes)
 void MessageReader::readWideFloat(float *value)
 {
     // The bits of a double, whatever precision the stream is set to.
-    quint64 bits = 0;
-    m_in >> bits;
+    const quint64 bits = readNumber<quint64>();
     double wide = 0;
     std::memcpy(&wide, &bits, sizeof wide);
     *value = static_cast<float>(wide);
@@ -188,8 +281,7 @@ void MessageReader::readList(List *list, qint64 minimumElementSize, int elementD
     if (m_refused)
         return;
     ContainerStatus status(m_in);
-    quint32 count = 0;
-    m_in >> count;
+    const quint32 count = readNumber<quint32>();
     if (!countFits(count, minimumElementSize))
         return;
     if (count > 0 && elementDepth > MaxDepth) {
@@ -215,8 +307,7 @@ void MessageReader::readStringKeyed(Container *container, int elementDepth, bool
     if (m_refused)
         return;
     ContainerStatus status(m_in);
-    quint32 count = 0;
-    m_in >> count;
+    const quint32 count = readNumber<quint32>();
     if (!countFits(count, MinMapEntrySize))
         return;
     if (count > 0 && (elementDepth > MaxDepth || (hash && m_heapAllowance < HashFirstEntryCost))) {
@@ -240,14 +331,14 @@ void MessageReader::readStringKeyed(Container *container, int elementDepth, bool
 
 bool MessageReader::payForJson(qint64 offset)
 {
-    const QByteArray head = m_in.device()->peek(offset + 4);
-    if (head.size() < offset + 4)
+    char p[4];
+    if (peekAt(offset, p, 4) < 4)
         return true;
-    const char *p = head.constData() + offset;
     const quint32 length = m_in.byteOrder() == QDataStream::BigEndian
             ? qFromBigEndian<quint32>(p) : qFromLittleEndian<quint32>(p);
     if (length == NullLength)
         return true;
+    sync();
     const QByteArray json = m_in.device()->peek(offset + 4 + qint64(length)).mid(offset + 4);
     qint64 containers = 0;
     bool inString = false;
@@ -286,7 +377,16 @@ void MessageReader::readVariant(QVariant *value, int depth)
         return;
     quint32 typeId = 0;
     qint8 isNull = 0;
-    m_in >> typeId >> isNull;
+    qint64 left = 0;
+    if (const char *p = inPlace(&left); p && left >= 5) {
+        typeId = m_in.byteOrder() == QDataStream::BigEndian ? qFromBigEndian<quint32>(p)
+                                                            : qFromLittleEndian<quint32>(p);
+        isNull = qint8(p[4]);
+        advance(5);
+    } else {
+        sync();
+        m_in >> typeId >> isNull;
+    }
 
     QMetaType type;
     if (typeId == QMetaType::User) {
@@ -347,8 +447,8 @@ void MessageReader::readAllowedValue(QMetaType type, QVariant *value, bool isNul
         return;
     case QMetaType::QDateTime: {
         // Date, time, time-spec byte.
-        const QByteArray head = m_in.device()->peek(8 + 4 + 1);
-        if (head.size() == 13 && (head.at(12) < 0 || head.at(12) > LastPlainSpec)) {
+        char spec = 0;
+        if (peekAt(8 + 4, &spec, 1) == 1 && (spec < 0 || spec > LastPlainSpec)) {
             refuse();
             return;
         }
@@ -363,8 +463,11 @@ void MessageReader::readAllowedValue(QMetaType type, QVariant *value, bool isNul
         return;
     case QMetaType::QUrl: {      // encoded as a byte array
         const qint64 fitsBefore = lengthOverrun(0, 4, 1);
-        if (fitsBefore < 0 && m_in.device()->peek(4) != QByteArray(4, '\0')
-            && m_in.device()->peek(4) != QByteArray(4, '\xff')) {
+        char head[4] = {};
+        const qint64 headSize = peekAt(0, head, 4);
+        const bool empty = headSize == 4 && (std::memcmp(head, "\0\0\0\0", 4) == 0
+                                             || std::memcmp(head, "\xff\xff\xff\xff", 4) == 0);
+        if (fitsBefore < 0 && !empty) {
             if (m_heapAllowance < UrlCost) {
                 refuse();
                 return;
@@ -380,11 +483,10 @@ void MessageReader::readAllowedValue(QMetaType type, QVariant *value, bool isNul
     case QMetaType::QBitArray: { // 64-bit length in bits, then the bytes
         // Qt takes the count as signed and rounds it up to bytes unchecked: from 2^63 - 7 on,
         // it indexes before its buffer and crashes.
-        const QByteArray head = m_in.device()->peek(8);
-        if (head.size() == 8) {
+        char head[8];
+        if (peekAt(0, head, 8) == 8) {
             const quint64 bits = m_in.byteOrder() == QDataStream::BigEndian
-                    ? qFromBigEndian<quint64>(head.constData())
-                    : qFromLittleEndian<quint64>(head.constData());
+                    ? qFromBigEndian<quint64>(head) : qFromLittleEndian<quint64>(head);
             if (bits > quint64(std::numeric_limits<qsizetype>::max() - 7)) {
                 refuse();
                 return;
@@ -402,8 +504,8 @@ void MessageReader::readAllowedValue(QMetaType type, QVariant *value, bool isNul
         qint64 offset = 0;
         bool text = true;
         if (type.id() == QMetaType::QJsonValue) {
-            const QByteArray head = m_in.device()->peek(1);
-            const int jsonType = head.isEmpty() ? 0 : int(uchar(head.at(0)));
+            char head = 0;
+            const int jsonType = peekAt(0, &head, 1) == 1 ? int(uchar(head)) : 0;
             offset = (jsonType >= 3 && jsonType <= 5) ? 1 : -1;
             text = jsonType == 4 || jsonType == 5;
         }
@@ -461,11 +563,10 @@ void MessageReader::readAllowedValue(QMetaType type, QVariant *value, bool isNul
         *static_cast<SupplyInformation *>(slotOf(value, type, isNull)) = std::move(info);
     } else if (type == QMetaType::fromType<QVersionNumber>()) {
         // Its segments, a list of ints: Qt reserves from the count.
-        const QByteArray head = m_in.device()->peek(4);
-        if (head.size() == 4) {
+        char head[4];
+        if (peekAt(0, head, 4) == 4) {
             const quint32 count = m_in.byteOrder() == QDataStream::BigEndian
-                    ? qFromBigEndian<quint32>(head.constData())
-                    : qFromLittleEndian<quint32>(head.constData());
+                    ? qFromBigEndian<quint32>(head) : qFromLittleEndian<quint32>(head);
             if (qint64(count) > (available() - 4) / IntSize) {
                 refuse();
                 return;
@@ -505,8 +606,7 @@ void MessageReader::readSupplyInformation(SupplyInformation *i, int fieldDepth)
         return ok();
     };
     const auto number = [&](qint32 *n) {
-        qint32 v = 0;
-        m_in >> v;
+        const qint32 v = readNumber<qint32>();
         if (ok())
             *n = v;
         return ok();
@@ -547,6 +647,7 @@ void MessageReader::readSupplyInformation(SupplyInformation *i, int fieldDepth)
             && variants(&i->cutPositions) && variants(&i->notchPositions)
             && variants(&i->extraProperties) && strings(&i->warnings) && number(&i->revision)
             && wide(&i->maximumLength);
+    sync();
 }
 
 void MessageReader::readMessage(MessageStruct *message)
@@ -557,7 +658,7 @@ void MessageReader::readMessage(MessageStruct *message)
         return;
     // Field after field as Qt reads them: a failure does not stop the fields after it (a
     // corrupt string leaves the stream after its length; a cut leaves it at the end).
-    m_in >> message->methodType;
+    message->methodType = readNumber<qint8>();
     readString(&message->methodName);
     readString(&message->dataType);
     readList(&message->arguments, MinVariantSize, 1,
@@ -571,4 +672,5 @@ void MessageReader::readMessage(MessageStruct *message)
     } else {
         readVariant(&message->data, 0);
     }
+    sync();
 }

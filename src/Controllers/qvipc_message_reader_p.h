@@ -62,12 +62,35 @@ private:
     bool payForJson(qint64 offset);
     void readWideFloat(float *value);
 
+    // The block's bytes from the reading position on, where the stream reads a QBuffer: then
+    // lengths are looked at and the common values read in place, instead of through
+    // QIODevice's reads and peeks (which copy into a new byte array each time). Null
+    // otherwise, or while the caller runs a device transaction.
+    const char *inPlace(qint64 *size) const;
+    // Consumes bytes read in place; the device follows at the next sync().
+    void advance(qint64 bytes) { m_pending += bytes; }
+    // Moves the device to the reading position: before anything reads through the stream,
+    // and before the reader returns.
+    void sync();
+    // Copies up to size bytes at offset from the stream's position, without consuming them.
+    qint64 peekAt(qint64 offset, char *data, qint64 size) const;
+
+    // A fixed-size integer, as QDataStream's >> reads it.
+    template<typename T>
+    T readNumber();
+
     qint64 available() const;
     bool countFits(quint32 count, qint64 minimumElementSize);
     void cutToEnd();
     void refuse();
 
     QDataStream &m_in;
+    const QByteArray *m_bytes = nullptr;    // what the stream's QBuffer reads, if it is one
+    // The reading position is m_pending bytes after m_anchor, the device's position when
+    // last seen; a device found elsewhere has been read through the stream (never with bytes
+    // pending: sync() comes first).
+    mutable qint64 m_anchor = -1;
+    mutable qint64 m_pending = 0;
     bool m_refused = false;
     qint64 m_heapAllowance = 0;     // heap that hashes and JSON containers may still commit
 };

@@ -1,6 +1,7 @@
 #include "Controllers/dashboard_common_file_controller.h"
 #include "files_test_util.h"
 #include "log_capture.h"
+#include "zone_scope.h"
 
 #include <QRandomGenerator>
 #include <QSignalSpy>
@@ -111,7 +112,11 @@ private Q_SLOTS:
     void historyMapEmptyAndBadDates();
     void historyLoadedFromAllSixStores();
     void historyFileViewedInThreeModules();
+    void historyMergesAgree_data();
     void historyMergesAgree();
+    void historyDatesReadAsTheParserReads_data();
+    void historyDatesReadAsTheParserReads();
+    void repeatedHourAfterAWinterDate();
 
     void searchMatchesNameOnlyIgnoringCase();
     void emptySearchShowsFullList();
@@ -322,8 +327,17 @@ void tst_DashboardCommonFileController::historyFileViewedInThreeModules()
     QCOMPARE(m_controller->mergedHistory().value("/labels/a.kxpm"), QDateTime(day, QTime(12, 0)));
 }
 
+void tst_DashboardCommonFileController::historyMergesAgree_data()
+{
+    QTest::addColumn<QByteArray>("zone");
+    QTest::addColumn<int>("year");
+    KORVEX_ZONE_ROWS(2024);
+}
+
 void tst_DashboardCommonFileController::historyMergesAgree()
 {
+    QFETCH(QByteArray, zone);
+    const ZoneScope scope(zone);
     // My Labels merges the histories as local date-times, Recently viewed as instants: over
     // the same stores both must keep the same paths, in the same order, with the same view.
     QRandomGenerator random(20261123);
@@ -332,7 +346,9 @@ void tst_DashboardCommonFileController::historyMergesAgree()
         QStringLiteral("1960:01:01:00:00:00:000"), QStringLiteral("2024:03:15:10:00:00:000"),
         QStringLiteral("2024:03:15:10:00:00:001"), QStringLiteral("2024:03:31:02:30:00:000"),
         QStringLiteral("2024:10:27:02:30:00:000"), QStringLiteral("2024:02:29:23:59:59:999"),
-        QStringLiteral("2025:01:01:00:00:00:000"),
+        QStringLiteral("2025:01:01:00:00:00:000"), QStringLiteral("2024:11:03:01:30:00:000"),
+        QStringLiteral("2024:04:07:02:30:00:000"), QStringLiteral("2024:04:07:01:45:00:000"),
+        QStringLiteral("2024:10:06:02:15:00:000"),
     };
     for (const QString &app : storeNames()) {
         QList<std::pair<QString, QString>> entries;
@@ -355,6 +371,71 @@ void tst_DashboardCommonFileController::historyMergesAgree()
                                                      : ListController::invalidView();
         QCOMPARE(view->second, expected);
     }
+}
+
+void tst_DashboardCommonFileController::historyDatesReadAsTheParserReads_data()
+{
+    QTest::addColumn<QByteArray>("zone");
+    QTest::addColumn<int>("year");
+    KORVEX_ZONE_ROWS(2024);
+}
+
+void tst_DashboardCommonFileController::historyDatesReadAsTheParserReads()
+{
+    QFETCH(QByteArray, zone);
+    QFETCH(int, year);
+    const ZoneScope scope(zone);
+    const QList<QDate> changes = offsetChangeDays(year);
+    QCOMPARE(changes.size(), zone == "UTC" ? 0 : 2);
+
+    // Wall-clock texts, made on a clock without offsets: every 5 minutes (with odd
+    // milliseconds) from a day before to a day after each change of offset, and a few times
+    // of every day of the year.
+    const QString format = DashboardCommonFileController::HISTORY_DATE_FORMAT;
+    QStringList texts;
+    for (const QDate &change : changes) {
+        const QDateTime midnight(change, QTime(0, 0), Qt::UTC);
+        for (int minute = -24 * 60; minute < 48 * 60; minute += 5)
+            texts << midnight.addSecs(minute * 60).addMSecs(qAbs(minute) % 1000).toString(format);
+    }
+    for (QDate day(year, 1, 1); day.year() == year; day = day.addDays(1)) {
+        for (int hour = 0; hour < 24; hour += 3)
+            texts << QDateTime(day, QTime(hour, 7, 30, 250), Qt::UTC).toString(format);
+    }
+
+    // Whatever the process converted before, in either half of the year, the merge reads
+    // each text as QDateTime::fromString does.
+    for (const QDate &before : { QDate(year, 1, 15), QDate(year, 7, 15) }) {
+        for (const QString &text : std::as_const(texts)) {
+            convertLocalTime(before);
+            const QDateTime read = m_controller->getFileHistoryMap({ { "/l/a.kxld", text } }).value("/l/a.kxld");
+            const QDateTime expected = QDateTime::fromString(text, format);
+            QVERIFY2(read.isValid() == expected.isValid(), qPrintable(text));
+            if (expected.isValid()) {
+                QVERIFY2(read.toMSecsSinceEpoch() == expected.toMSecsSinceEpoch(),
+                         qPrintable(text + " read as " + read.toUTC().toString(Qt::ISODateWithMs)
+                                    + " instead of " + expected.toUTC().toString(Qt::ISODateWithMs)));
+                QCOMPARE(read, expected);
+            }
+        }
+    }
+}
+
+void tst_DashboardCommonFileController::repeatedHourAfterAWinterDate()
+{
+    // 02:00 to 03:00 on 27 October 2024 happens twice in Berlin; the parser reads it as the
+    // first time, in summer time. Two modules viewed the file in that hour, 02:30 and 02:50.
+    const ZoneScope scope("Europe/Berlin");
+    convertLocalTime(QDate(2024, 1, 15));
+    const QString first = QStringLiteral("2024:10:27:02:30:00:000");
+    const QDateTime read = m_controller->getFileHistoryMap({ { "/l/a.kxld", first } }).value("/l/a.kxld");
+    QCOMPARE(read.toUTC(), QDateTime(QDate(2024, 10, 27), QTime(0, 30), Qt::UTC));
+
+    convertLocalTime(QDate(2024, 1, 15));
+    const auto merged = m_controller->getFileHistoryMap({ { "/l/a.kxld", first },
+                                                          { "/l/a.kxld", "2024:10:27:02:50:00:000" },
+                                                          { "/l/a.kxld", "2024:10:27:00:50:00:000" } });
+    QCOMPARE(merged.value("/l/a.kxld").toUTC(), QDateTime(QDate(2024, 10, 27), QTime(0, 50), Qt::UTC));
 }
 
 void tst_DashboardCommonFileController::searchMatchesNameOnlyIgnoringCase()

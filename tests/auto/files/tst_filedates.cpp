@@ -2,6 +2,7 @@
 // QDateTime and QFileInfo answers they stand in for.
 #include "Controllers/file_status.h"
 #include "Controllers/local_times.h"
+#include "zone_scope.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -19,32 +20,7 @@
 #include <sys/sysmacros.h>
 #endif
 
-namespace {
-
-// Sets the C library's zone, which QDateTime's local time follows; restores it on exit.
-class ZoneScope
-{
-public:
-    explicit ZoneScope(const QByteArray &zone) : m_had(qEnvironmentVariableIsSet("TZ")), m_old(qgetenv("TZ"))
-    {
-        qputenv("TZ", zone);
-        tzset();
-    }
-    ~ZoneScope()
-    {
-        if (m_had)
-            qputenv("TZ", m_old);
-        else
-            qunsetenv("TZ");
-        tzset();
-    }
-
-private:
-    bool m_had;
-    QByteArray m_old;
-};
-
-} // namespace
+using FilesTest::ZoneScope;
 
 class tst_FileDates : public QObject
 {
@@ -54,6 +30,8 @@ private Q_SLOTS:
     void localTimesMatchQDateTime_data();
     void localTimesMatchQDateTime();
     void timeInAGapIsLeftToQDateTime();
+    void repeatedHourIsLeftToQDateTime_data();
+    void repeatedHourIsLeftToQDateTime();
     void fileStatusMatchesQFileInfo_data();
     void fileStatusMatchesQFileInfo();
     void splitPathMatchesQFileInfo_data();
@@ -71,6 +49,8 @@ void tst_FileDates::localTimesMatchQDateTime_data()
     QTest::addColumn<int>("year");
     QTest::newRow("UTC") << QByteArray("UTC") << 2024;
     QTest::newRow("Berlin") << QByteArray("Europe/Berlin") << 2024;
+    QTest::newRow("New York") << QByteArray("America/New_York") << 2024;
+    QTest::newRow("Sydney") << QByteArray("Australia/Sydney") << 2024;
     // Half-hour daylight saving.
     QTest::newRow("Lord Howe") << QByteArray("Australia/Lord_Howe") << 2024;
     // Changes at midnight, so the day itself has a gap or a fold.
@@ -128,6 +108,53 @@ void tst_FileDates::timeInAGapIsLeftToQDateTime()
     QVERIFY(!times.toInstant(QDate(2024, 4, 1), QTime(2, 30), &instant));
     QVERIFY(times.toInstant(QDate(2024, 4, 5), QTime(2, 30), &instant));
     QCOMPARE(instant, QDateTime(QDate(2024, 4, 5), QTime(0, 30), Qt::UTC).toMSecsSinceEpoch());
+}
+
+void tst_FileDates::repeatedHourIsLeftToQDateTime_data()
+{
+    QTest::addColumn<QByteArray>("zone");
+    QTest::addColumn<int>("year");
+    KORVEX_ZONE_ROWS(2024);
+}
+
+void tst_FileDates::repeatedHourIsLeftToQDateTime()
+{
+    QFETCH(QByteArray, zone);
+    QFETCH(int, year);
+    const ZoneScope scope(zone);
+    const QString format = QStringLiteral("yyyy:MM:dd:hh:mm:ss:zzz");
+    // Around each change of offset, whatever was converted before: a wall-clock time is
+    // given an instant only where it has exactly one, and a parsed date-time keeps the instant
+    // the parser gave it.
+    for (const QDate &change : FilesTest::offsetChangeDays(year)) {
+        for (const QDate &before : { QDate(year, 1, 15), QDate(year, 7, 15) }) {
+            LocalTimes times;
+            const QDateTime midnight(change, QTime(0, 0), Qt::UTC);
+            for (int minute = -24 * 60; minute < 48 * 60; minute += 10) {
+                const QDateTime wall = midnight.addSecs(minute * 60);
+                const QString text = wall.toString(format);
+                FilesTest::convertLocalTime(before);
+                const QDateTime parsed = QDateTime::fromString(text, format);
+                qint64 instant = 0;
+                if (times.toInstant(wall.date(), wall.time(), &instant)) {
+                    QVERIFY2(parsed.isValid(), qPrintable(text));
+                    QCOMPARE(instant, parsed.toMSecsSinceEpoch());
+                    // The only instant with this wall-clock time.
+                    const QDateTime back = QDateTime::fromMSecsSinceEpoch(instant, Qt::LocalTime);
+                    QCOMPARE(back.date(), wall.date());
+                    QCOMPARE(back.time(), wall.time());
+                    QVERIFY(QDateTime::fromMSecsSinceEpoch(instant - 3600 * 1000, Qt::LocalTime).time() != wall.time());
+                    QVERIFY(QDateTime::fromMSecsSinceEpoch(instant + 3600 * 1000, Qt::LocalTime).time() != wall.time());
+                    QVERIFY(QDateTime::fromMSecsSinceEpoch(instant - 1800 * 1000, Qt::LocalTime).time() != wall.time());
+                    QVERIFY(QDateTime::fromMSecsSinceEpoch(instant + 1800 * 1000, Qt::LocalTime).time() != wall.time());
+                }
+                if (parsed.isValid()) {
+                    FilesTest::convertLocalTime(before);
+                    QCOMPARE(times.toInstant(parsed), QDateTime::fromString(text, format).toMSecsSinceEpoch());
+                }
+            }
+        }
+    }
 }
 
 void tst_FileDates::fileStatusMatchesQFileInfo_data()

@@ -1,5 +1,6 @@
 #include "Controllers/my_labels_controller.h"
 #include "files_test_util.h"
+#include "zone_scope.h"
 
 #include <QDirIterator>
 #include <QSignalSpy>
@@ -49,6 +50,8 @@ private Q_SLOTS:
     void listingOrderGivesIds();
     void historyAndFavoritesMarkRecords();
     void unparsableHistoryDateBecomesAccessDate();
+    void viewsAroundChangesOfOffset_data();
+    void viewsAroundChangesOfOffset();
     void favoriteWithAbsolutePathRoundTrips_data();
     void favoriteWithAbsolutePathRoundTrips();
     void prependFoldersOrderAndIdempotence();
@@ -243,6 +246,61 @@ void tst_MyLabelsController::unparsableHistoryDateBecomesAccessDate()
     const auto r = m_controller->getSearchedLabelFilesList().first();
     QVERIFY(!r.accessDate.isValid());
     QCOMPARE(r.timeSinceModified, QString());
+}
+
+void tst_MyLabelsController::viewsAroundChangesOfOffset_data()
+{
+    QTest::addColumn<QByteArray>("zone");
+    QTest::addColumn<int>("year");
+    KORVEX_ZONE_ROWS(2024);
+}
+
+void tst_MyLabelsController::viewsAroundChangesOfOffset()
+{
+    QFETCH(QByteArray, zone);
+    QFETCH(int, year);
+    const ZoneScope scope(zone);
+    // Two modules viewed each file ten minutes apart on the wall clock, from 22:00 before each
+    // change of offset to 06:00 after it (the first of July where the year has none).
+    QList<QDate> days = offsetChangeDays(year);
+    if (days.isEmpty())
+        days << QDate(year, 7, 1);
+    const QString format = FileControllerTools::DATE_FORMAT;
+    const QDateTime modified(QDate(year - 1, 6, 1), QTime(8, 0));
+    QList<std::pair<QString, QString>> early;
+    QList<std::pair<QString, QString>> late;
+    QMap<QString, QDateTime> expected;
+    for (const QDate &day : std::as_const(days)) {
+        const QDateTime midnight(day, QTime(0, 0), Qt::UTC);
+        for (int minute = -120; minute < 6 * 60; minute += 10) {
+            const QString first = midnight.addSecs(minute * 60).toString(format);
+            const QString second = midnight.addSecs(minute * 60 + 600).toString(format);
+            const QString name = QString(first).replace(u':', u'-') + ".kxld";
+            QVERIFY(makeFile(m_root + "/" + name, "x", modified));
+            early.append({ m_root + "/" + name, first });
+            late.append({ m_root + "/" + name, second });
+            const QDateTime a = QDateTime::fromString(first, format);
+            const QDateTime b = QDateTime::fromString(second, format);
+            // The later of the two views; a skipped time is no date and loses to any date.
+            expected.insert(name, !b.isValid() || (a.isValid() && a > b) ? a : b);
+        }
+    }
+    writeHistory("GHS", early);
+    writeHistory("QVLabelEditor", late);
+
+    for (const QDate &before : { QDate(year, 1, 15), QDate(year, 7, 15) }) {
+        convertLocalTime(before);
+        m_controller->updateFileLists();
+        const auto list = m_controller->getSearchedLabelFilesList();
+        for (auto it = expected.cbegin(); it != expected.cend(); ++it) {
+            const DashboardFileInfoStruct *r = findByName(list, it.key());
+            QVERIFY(r);
+            const QDateTime want = it.value().isValid() ? it.value().toUTC() : QDateTime();
+            QVERIFY2(r->accessDate.toUTC() == want || (!want.isValid() && !r->accessDate.isValid()),
+                     qPrintable(it.key() + " shown as " + r->accessDate.toUTC().toString(Qt::ISODateWithMs)
+                                + " instead of " + want.toString(Qt::ISODateWithMs)));
+        }
+    }
 }
 
 void tst_MyLabelsController::favoriteWithAbsolutePathRoundTrips_data()

@@ -1,6 +1,7 @@
 #include "Controllers/recently_viewed_controller.h"
 #include "files_test_util.h"
 #include "log_capture.h"
+#include "zone_scope.h"
 
 #include <QRandomGenerator>
 #include <QSignalSpy>
@@ -36,6 +37,8 @@ private Q_SLOTS:
     void emptyAndUnparsableDates();
     void favoriteFlag();
     void lastViewedSorts();
+    void viewsAroundChangesOfOffset_data();
+    void viewsAroundChangesOfOffset();
     void hostileStores();
     void largeStore();
     void nestedVariantsInStores();
@@ -233,6 +236,55 @@ void tst_RecentlyViewedController::lastViewedSorts()
     c->setSortType(DashboardGlobal::LAST_VIEWED_DESCENDING);
     c->sortLabelFilesList();
     QCOMPARE(names(c->getSearchedLabelFilesList()), QStringList({ "f0.kxld", "f2.kxld", "f1.kxld", "f3.kxld" }));
+}
+
+void tst_RecentlyViewedController::viewsAroundChangesOfOffset_data()
+{
+    QTest::addColumn<QByteArray>("zone");
+    QTest::addColumn<int>("year");
+    KORVEX_ZONE_ROWS(2024);
+}
+
+void tst_RecentlyViewedController::viewsAroundChangesOfOffset()
+{
+    QFETCH(QByteArray, zone);
+    QFETCH(int, year);
+    const ZoneScope scope(zone);
+    // Views every 10 minutes of the wall clock from 22:00 before each change of offset to
+    // 06:00 after it (the first of July where the year has none), one file each.
+    QList<QDate> days = offsetChangeDays(year);
+    if (days.isEmpty())
+        days << QDate(year, 7, 1);
+    const QString format = FileControllerTools::DATE_FORMAT;
+    QList<std::pair<QString, QString>> entries;
+    for (const QDate &day : std::as_const(days)) {
+        const QDateTime midnight(day, QTime(0, 0), Qt::UTC);
+        for (int minute = -120; minute < 6 * 60; minute += 10) {
+            const QString text = midnight.addSecs(minute * 60).toString(format);
+            const QString path = m_dir->filePath(QString(text).replace(u':', u'-') + ".kxld");
+            QVERIFY(makeFile(path));
+            entries.append({ path, text });
+        }
+    }
+    writeHistory("PipeMarking", entries);
+
+    for (const QDate &before : { QDate(year, 1, 15), QDate(year, 7, 15) }) {
+        convertLocalTime(before);
+        auto c = make();
+        const auto list = c->getSearchedLabelFilesList();
+        QCOMPARE(list.size(), entries.size());
+        for (const auto &[path, text] : std::as_const(entries)) {
+            const DashboardFileInfoStruct *r = findByName(list, QFileInfo(path).fileName());
+            QVERIFY(r);
+            const QDateTime expected = QDateTime::fromString(text, format);
+            // A time skipped by the clock is no date.
+            QVERIFY2(r->accessDate.isValid() == expected.isValid(), qPrintable(text));
+            if (expected.isValid()) {
+                QVERIFY2(r->accessDate == expected.toUTC(),
+                         qPrintable(text + " shown as " + r->accessDate.toString(Qt::ISODateWithMs)));
+            }
+        }
+    }
 }
 
 void tst_RecentlyViewedController::hostileStores()

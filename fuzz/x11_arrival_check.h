@@ -1,0 +1,177 @@
+#pragma once
+
+// The X11 backend's arrival path on one hostile input: a ClientMessage event and, often, a
+// carrier window whose payload property a hostile program wrote (any type, format and
+// length, a header that lies or tells the truth), on the X server of $DISPLAY.
+// translateNativeEvent must never read out of bounds, crash or hang, must deliver a
+// well-formed payload intact, and only once. Shared by the libFuzzer target and the test
+// that replays its corpus and findings.
+
+#include "platforms/xcb/native_window_backend_xcb.h"
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+namespace x11arrivalcheck {
+
+using namespace KorvexNative;
+
+class Harness
+{
+public:
+    // False without an X server.
+    bool open()
+    {
+        hostile = xcb_connect(nullptr, nullptr);
+        if (!hostile || xcb_connection_has_error(hostile))
+            return false;
+        root = xcb_setup_roots_iterator(xcb_get_setup(hostile)).data->root;
+        const char *names[AtomCount] = { "_KORVEX_WM_MESSAGE", "_KORVEX_WM_COPYDATA",
+                                         "_KORVEX_COPYDATA_PAYLOAD", "WM_PROTOCOLS",
+                                         "WM_DELETE_WINDOW", "UTF8_STRING", "STRING", "CARDINAL" };
+        for (int i = 0; i < AtomCount; ++i)
+            atoms[i] = intern(names[i]);
+        backend = std::make_unique<XcbNativeWindowBackend>(nullptr);
+        return backend->isConnected();
+    }
+    ~Harness()
+    {
+        backend.reset();
+        if (hostile)
+            xcb_disconnect(hostile);
+    }
+
+    // Input: a control byte, the event's format, the property's type and format, 20 bytes of
+    // event data, then the property's bytes. nullptr when every property holds.
+    const char *run(const std::uint8_t *data, std::size_t size);
+
+private:
+    enum { PlainMessage, CopyData, Payload, Protocols, DeleteWindow, Utf8, String, Cardinal, AtomCount };
+
+    xcb_atom_t intern(const char *name)
+    {
+        xcb_intern_atom_reply_t *reply = xcb_intern_atom_reply(
+                hostile, xcb_intern_atom(hostile, 0, std::uint16_t(std::strlen(name)), name), nullptr);
+        const xcb_atom_t atom = reply ? reply->atom : XCB_NONE;
+        std::free(reply);
+        return atom;
+    }
+
+    // Waits until the server has done everything asked so far, and drops the errors it sent
+    // (a window destroyed twice, a property of a format X does not have).
+    void settle()
+    {
+        std::free(xcb_get_input_focus_reply(hostile, xcb_get_input_focus(hostile), nullptr));
+        while (xcb_generic_event_t *event = xcb_poll_for_event(hostile))
+            std::free(event);
+    }
+
+    static std::uint32_t le32(const std::uint8_t *p)
+    {
+        return std::uint32_t(p[0]) | std::uint32_t(p[1]) << 8 | std::uint32_t(p[2]) << 16
+                | std::uint32_t(p[3]) << 24;
+    }
+
+    static void putLe32(std::uint8_t *p, std::uint32_t v)
+    {
+        for (int i = 0; i < 4; ++i)
+            p[i] = std::uint8_t(v >> (8 * i));
+    }
+
+    xcb_connection_t *hostile = nullptr;
+    xcb_window_t root = XCB_NONE;
+    std::unique_ptr<XcbNativeWindowBackend> backend;
+    xcb_atom_t atoms[AtomCount] = {};
+};
+
+inline const char *Harness::run(const std::uint8_t *data, std::size_t size)
+{
+    if (size < 24)
+        return nullptr;
+    const std::uint8_t control = data[0];
+    const std::uint8_t eventFormat = (control & 0x80) ? data[1] : 32;
+    const std::uint8_t typeChoice = data[2];
+    const std::uint8_t formatChoice = data[3];
+    std::uint8_t eventData[20];
+    std::memcpy(eventData, data + 4, 20);
+    std::vector<std::uint8_t> property(data + 24, data + size);
+
+    xcb_client_message_event_t event = {};
+    event.response_type = XCB_CLIENT_MESSAGE | ((control & 0x40) ? 0x80 : 0);
+    event.format = eventFormat;
+    static const int eventTypes[] = { CopyData, CopyData, PlainMessage, Protocols };
+    event.type = atoms[eventTypes[control & 3]];
+    event.window = le32(eventData + 16) ^ le32(eventData);
+
+    // A carrier with the property, or none (an XID nobody holds, or one already gone).
+    xcb_window_t carrier = XCB_NONE;
+    bool wellFormed = false;
+    if (control & 4) {
+        carrier = xcb_generate_id(hostile);
+        xcb_create_window(hostile, 0, carrier, root, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
+                          XCB_COPY_FROM_PARENT, 0, nullptr);
+        // A header that tells the truth about the bytes after it, or the bytes as they came.
+        if ((control & 8) && property.size() >= 24) {
+            std::memcpy(property.data(), "KXCD", 4);
+            putLe32(property.data() + 8, std::uint32_t(property.size() - 24));
+            putLe32(eventData, carrier);
+            putLe32(eventData + 4, le32(property.data() + 4));
+            putLe32(eventData + 16, std::uint32_t(property.size() - 24));
+        }
+        static const int propertyTypes[] = { Payload, Payload, Payload, Utf8, String, Cardinal };
+        const xcb_atom_t type = atoms[propertyTypes[typeChoice % 6]];
+        static const std::uint8_t formats[] = { 8, 8, 8, 16, 32, 0, 7 };
+        const std::uint8_t format = formats[formatChoice % 7];
+        const std::uint32_t units = format >= 8 ? std::uint32_t(property.size() / (format / 8))
+                                                : std::uint32_t(property.size());
+        xcb_change_property(hostile, XCB_PROP_MODE_REPLACE, carrier, atoms[Payload], type, format,
+                            units, property.data());
+        if (control & 0x10)
+            xcb_destroy_window(hostile, carrier);     // withdrawn before it is read
+        wellFormed = (control & 8) && property.size() >= 24 && type == atoms[Payload]
+                && format == 8 && !(control & 0x10) && (control & 3) <= 1 && eventFormat == 32;
+        settle();
+    }
+    std::memcpy(event.data.data8, eventData, 20);
+
+    Message storage = {};
+    const Message *message = backend->translateNativeEvent(
+            XcbNativeWindowBackend::EVENT_TYPE, sizeof XcbNativeWindowBackend::EVENT_TYPE - 1,
+            &event, &storage);
+    if (message && message != &storage)
+        return "the message is not in the storage given";
+    if (message && message->message == WmCopyData) {
+        if (event.type != atoms[CopyData])
+            return "a WM_COPYDATA came from an announcement of another type";
+        const auto *copy = reinterpret_cast<const CopyDataStruct *>(message->lParam);
+        // Every byte handed out is readable (the sanitizer checks), and is the payload's.
+        if (copy->cbData != property.size() - 24
+            || (copy->cbData && std::memcmp(copy->lpData, property.data() + 24, copy->cbData) != 0))
+            return "the payload handed out is not the payload sent";
+        if (copy->dwData != (std::uintptr_t(le32(property.data() + 16))
+                             | std::uintptr_t(std::uint64_t(le32(property.data() + 20)) << 32)))
+            return "dwData is not the one sent";
+        // Each payload is seen once.
+        Message again = {};
+        if (backend->translateNativeEvent(XcbNativeWindowBackend::EVENT_TYPE,
+                                          sizeof XcbNativeWindowBackend::EVENT_TYPE - 1, &event, &again))
+            return "the same announcement was translated twice";
+    } else if (wellFormed && property.size() - 24 <= XcbNativeWindowBackend::MAX_COPY_DATA) {
+        return "a well-formed payload was not delivered";
+    }
+    if (message && message->message != WmCopyData && event.type == atoms[CopyData])
+        return "an announcement became another message";
+
+    if (carrier != XCB_NONE && !(control & 0x10))
+        xcb_destroy_window(hostile, carrier);
+    settle();
+    backend->processPendingEvents();
+    return nullptr;
+}
+
+} // namespace x11arrivalcheck
