@@ -12,6 +12,13 @@
 
 int main(int argc, char *argv[])
 {
+    // Answered before the application connects to a display, so it works in any terminal.
+    for (int i = 1; i < argc; ++i) {
+        if (qstrcmp(argv[i], "--version") == 0 || qstrcmp(argv[i], "-v") == 0) {
+            QTextStream(stdout) << "korvex-dashboard " << KORVEX_VERSION << '\n';
+            return 0;
+        }
+    }
     QGuiApplication::setOrganizationName(QStringLiteral("Quorvane Inc"));
     QGuiApplication::setApplicationName(QStringLiteral("KorvexPro"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Korvex PRO"));
@@ -23,7 +30,7 @@ int main(int argc, char *argv[])
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Korvex PRO dashboard"));
     parser.addHelpOption();
-    parser.addVersionOption();
+    parser.addVersionOption();  // listed in --help; answered above
     const QCommandLineOption labelFolder(QStringLiteral("label-folder"),
             QStringLiteral("Folder of the user's labels (default: under the documents folder)."),
             QStringLiteral("folder"));
