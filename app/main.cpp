@@ -4,21 +4,35 @@
 #include "platform_choice.h"
 #include "screenshot_tour.h"
 
+#include <dashboard_main_window.h>
+
 #include <QCommandLineParser>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QTextStream>
 
 int main(int argc, char *argv[])
 {
+    // Answered before the application connects to a display, so it works in any terminal.
+    for (int i = 1; i < argc; ++i) {
+        if (qstrcmp(argv[i], "--version") == 0 || qstrcmp(argv[i], "-v") == 0) {
+            QTextStream(stdout) << "korvex-dashboard " << KORVEX_VERSION << '\n';
+            return 0;
+        }
+    }
     PlatformChoice::apply(argc, argv);
     QGuiApplication::setOrganizationName(QStringLiteral("Quorvane Inc"));
     QGuiApplication::setApplicationName(QStringLiteral("KorvexPro"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Korvex PRO"));
+    QGuiApplication::setApplicationVersion(QStringLiteral(KORVEX_VERSION));
+    // Lets task bars on X11 and Wayland match the window to the desktop entry and its icon.
+    QGuiApplication::setDesktopFileName(QStringLiteral(KORVEX_DESKTOP_ID));
     QGuiApplication app(argc, argv);
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Korvex PRO dashboard"));
     parser.addHelpOption();
+    parser.addVersionOption();  // listed in --help; answered above
     const QCommandLineOption labelFolder(QStringLiteral("label-folder"),
             QStringLiteral("Folder of the user's labels (default: under the documents folder)."),
             QStringLiteral("folder"));
@@ -30,6 +44,9 @@ int main(int argc, char *argv[])
             QStringLiteral("Visit the main pages, write a screenshot of each to folder, then quit."),
             QStringLiteral("folder"));
     parser.addOptions({ labelFolder, noSeed, testMode, tour });
+    parser.addPositionalArgument(QStringLiteral("labels"),
+            QStringLiteral("Label files to open, each in the module that edits it."),
+            QStringLiteral("[label...]"));
     parser.process(app);
 
     DashboardHost host;
@@ -59,6 +76,25 @@ int main(int argc, char *argv[])
         });
         QObject::connect(&host, &DashboardHost::ready, screenshots.get(), &ScreenshotTour::start);
     }
+    // A file manager passes the label files the user opened (the desktop entry's %F); each goes
+    // the way of a label opened from a file list, so a missing module program is reported.
+    const QStringList labels = parser.positionalArguments();
+    QObject::connect(&host, &DashboardHost::ready, &app, [&host, labels] {
+        QObject *modules = host.rootItem()->property("moduleHost").value<QObject *>();
+        for (const QString &label : labels) {
+            const QString path = QFileInfo(label).absoluteFilePath();
+            const int type = host.window()->getFileArgumentApplicationType(path);
+            if (type == DashboardGlobal::APP_NULL || !modules) {
+                QTextStream(stderr) << "Not a label file the dashboard can open: " << path << '\n';
+                continue;
+            }
+            QVariant name;
+            QMetaObject::invokeMethod(host.rootItem(), "navName", Q_RETURN_ARG(QVariant, name),
+                                      Q_ARG(QVariant, type));
+            QMetaObject::invokeMethod(modules, "launch", Q_ARG(QVariant, type),
+                                      Q_ARG(QVariant, path), Q_ARG(QVariant, name));
+        }
+    });
     if (!host.start(options)) {
         reportFailure();
         return 1;

@@ -40,10 +40,12 @@ qt_add_resources(KorvexDashboard "korvex_translations"
     BASE "${CMAKE_CURRENT_BINARY_DIR}"
     FILES ${_korvex_qm_files})
 
-# Licence agreement texts, read from "eulas/" beside the program.
+# Licence agreement texts, read from "eulas/" beside the program: in the private folder once
+# installed.
 set(KORVEX_EULAS_DIR "${PROJECT_SOURCE_DIR}/eulas")
 file(GLOB _korvex_eula_files CONFIGURE_DEPENDS "${KORVEX_EULAS_DIR}/license-*.txt")
-install(FILES ${_korvex_eula_files} DESTINATION "${CMAKE_INSTALL_BINDIR}/eulas")
+install(FILES ${_korvex_eula_files} DESTINATION "${KORVEX_INSTALL_PRIVATEDIR}/eulas"
+        COMPONENT ${KORVEX_RUNTIME_COMPONENT})
 set_property(GLOBAL PROPERTY KORVEX_EULA_FILES ${_korvex_eula_files})
 
 # korvex_deploy_eulas(<target>): copies the licence texts to "eulas/" beside a built program.
