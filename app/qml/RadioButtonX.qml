@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Layouts
 import QtQuick.Templates as T
 
 // A flat button that is one choice of a few (a tile size, tiles or rows): drawn as
@@ -33,25 +32,15 @@ T.RadioButton {
     Keys.onEnterPressed: control.clicked()
 
     indicator: null
-    contentItem: Item {
-        implicitWidth: control.glyph.length > 0 ? glyphItem.implicitWidth : label.implicitWidth
-        implicitHeight: Math.max(glyphItem.implicitHeight, label.implicitHeight)
-        Glyph {
-            id: glyphItem
-            anchors.centerIn: parent
-            visible: control.glyph.length > 0
-            glyph: control.glyph
-            color: Theme.text
-        }
-        Text {
-            id: label
-            anchors.centerIn: parent
-            visible: control.glyph.length === 0
-            text: control.text
-            color: Theme.text
-            font.pixelSize: Theme.fontBody
-            Accessible.ignored: true
-        }
+    // One text: the glyph in the icon font, or the text.
+    contentItem: Text {
+        text: control.glyph.length > 0 ? control.glyph : control.text
+        font.family: control.glyph.length > 0 ? Theme.iconFont : control.font.family
+        font.pixelSize: control.glyph.length > 0 ? Theme.iconSize : Theme.fontBody
+        color: Theme.text
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+        Accessible.ignored: true
     }
 
     background: Rectangle {
