@@ -557,6 +557,16 @@ def task(app, host):
     press(app, "push button", "Home")
     wait_node(app, "heading", "Home")
     open_settings(app)
+    # Chosen in the menu, the page takes focus once the menu has closed (where it was on the
+    # page before, or on its sections): not the side bar, not the closed menu.
+    outside = set(NAV_BUTTONS + NAV_LINKS + ["More", "About", "Settings", "Quit"])
+    try:
+        wait_for("focus on the Settings page",
+                 lambda: (lambda f: f is not None and f.name not in outside)(focused_node(app)), 10)
+    except Failure:
+        f = focused_node(app)
+        report.fail("after Settings is chosen in the menu, focus is on %s, not on the Settings page"
+                    % (describe(f) if f else "nothing showing"))
     press(app, "page tab", "Units")
     wait_for("the Units section", lambda: find(app, "radio button", "Centimeters"))
     press(app, "radio button", "Centimeters")
@@ -569,6 +579,8 @@ def task(app, host):
 
     descriptions = Events("object:property-change:accessible-description")
     field = wait_node(app, "text", "Search labels")
+    report.check(state(field, pyatspi.STATE_EDITABLE) and not state(field, pyatspi.STATE_READ_ONLY),
+                 "the search field is not editable text")
     give_focus(field)
     type_text("Forklift")
     entry = wait_node(app, "list item", re.compile(r"Forklift Traffic\.kxld, viewed .*"), "the search to find Forklift Traffic")
@@ -611,7 +623,12 @@ def main():
     try:
         host.start_bus()
         app = host.start()
-        wait_node(app, "push button", "Home", "the side bar")
+        try:
+            wait_node(app, "push button", "Home", "the side bar")
+        except Failure:
+            nameless = [n for n, _ in walk(app) if role(n) == "push button" and not n.name]
+            raise Failure("the side bar never showed a \"Home\" button; %d push buttons have no name, "
+                          "so the front end's accessibility properties were not read" % len(nameless))
         wait_node(app, "list item", re.compile(r".+, viewed .+"), "the recent labels")
         report.page = "start"
         steps = [check_home, check_folder, check_views, check_sort_announces, check_favorites, check_cloud,
