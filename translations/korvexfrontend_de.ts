@@ -58,6 +58,10 @@
         <source>Labels you mark as favorites in a cloud folder of the modules are listed here.</source>
         <translation>Etiketten, die Sie in einem Cloud-Ordner der Module als Favoriten markieren, werden hier aufgeführt.</translation>
     </message>
+    <message>
+        <source>Cloud services</source>
+        <translation>Cloud-Dienste</translation>
+    </message>
 </context>
 <context>
     <name>FileListView</name>
@@ -72,6 +76,10 @@
     <message>
         <source>Loading labels</source>
         <translation>Etiketten werden geladen</translation>
+    </message>
+    <message>
+        <source>Scroll the labels</source>
+        <translation>Etiketten blättern</translation>
     </message>
 </context>
 <context>
@@ -191,10 +199,6 @@
         <translation>Etiketten suchen</translation>
     </message>
     <message>
-        <source>Sort by</source>
-        <translation>Sortieren nach</translation>
-    </message>
-    <message>
         <source>Recently viewed first</source>
         <translation>Zuletzt angesehene zuerst</translation>
     </message>
@@ -273,6 +277,30 @@
     <message>
         <source>Mark a label with the star to keep it here.</source>
         <translation>Markieren Sie ein Etikett mit dem Stern, um es hier abzulegen.</translation>
+    </message>
+    <message>
+        <source>Label lists</source>
+        <translation>Etikettenlisten</translation>
+    </message>
+    <message>
+        <source>Tile size</source>
+        <translation>Kachelgröße</translation>
+    </message>
+    <message>
+        <source>View</source>
+        <translation>Ansicht</translation>
+    </message>
+    <message>
+        <source>1 label</source>
+        <translation>1 Etikett</translation>
+    </message>
+    <message>
+        <source>%1 labels</source>
+        <translation>%1 Etiketten</translation>
+    </message>
+    <message>
+        <source>Sort by: %1</source>
+        <translation>Sortieren nach: %1</translation>
     </message>
 </context>
 <context>
@@ -354,6 +382,10 @@
         <source>More</source>
         <translation>Mehr</translation>
     </message>
+    <message>
+        <source>Scroll the side bar</source>
+        <translation>Seitenleiste blättern</translation>
+    </message>
 </context>
 <context>
     <name>NoticeBar</name>
@@ -383,6 +415,10 @@
     <message>
         <source>Browse signs</source>
         <translation>Schilder durchsuchen</translation>
+    </message>
+    <message>
+        <source>Scroll the resources</source>
+        <translation>Ressourcen blättern</translation>
     </message>
 </context>
 <context>
@@ -494,6 +530,10 @@
     <message>
         <source>Reset</source>
         <translation>Zurücksetzen</translation>
+    </message>
+    <message>
+        <source>Language: %1</source>
+        <translation>Sprache: %1</translation>
     </message>
 </context>
 </TS>

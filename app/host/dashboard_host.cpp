@@ -8,6 +8,7 @@
 #include <dashboard_main_window.h>
 #include <locale/qvlocale_languages.h>
 
+#include <QAccessible>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFontDatabase>
@@ -25,6 +26,25 @@
 #include <QtQml/qqmlextensionplugin.h>
 
 Q_IMPORT_QML_PLUGIN(Korvex_DashboardPlugin)
+
+// Qt Quick reads the items' QML accessibility properties through a lookup it makes once per
+// process: made before QtQuick's types are registered (a screen reader reading the window, or
+// its focus, while the shell shows), it finds none for the rest of the run and every page loses
+// its names and roles. With accessibility on, the engine imports QtQuick before that can happen.
+class DashboardHost::AccessibilityWatch : public QAccessible::ActivationObserver
+{
+public:
+    explicit AccessibilityWatch(DashboardHost *host) : m_host(host) { QAccessible::installActivationObserver(this); }
+    ~AccessibilityWatch() override { QAccessible::removeActivationObserver(this); }
+    void accessibilityActiveChanged(bool active) override
+    {
+        if (active)
+            m_host->makeEngine();
+    }
+
+private:
+    DashboardHost *m_host;
+};
 
 DashboardHost::DashboardHost(QObject *parent) : QObject(parent) {}
 
@@ -128,17 +148,31 @@ bool DashboardHost::start(const Options &options)
                 Q_EMIT failed();
         });
     }, Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
+    // Without a screen reader the engine waits for the first frame (see AccessibilityWatch).
+    if (QAccessible::isActive())
+        makeEngine();
+    else
+        m_accessibilityWatch = std::make_unique<AccessibilityWatch>(this);
     m_window->show();
     return true;
 }
 
-bool DashboardHost::makeFrontEnd(const QUrl &document)
+void DashboardHost::makeEngine()
 {
+    if (m_engine)
+        return;
     m_engine = std::make_unique<QQmlEngine>();
     QObject::connect(m_engine.get(), &QQmlEngine::quit, QCoreApplication::instance(),
                      &QCoreApplication::quit, Qt::QueuedConnection);
     m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+    QQmlComponent imports(m_engine.get());
+    imports.setData(QByteArrayLiteral("import QtQuick\nQtObject {}\n"), QUrl());
+}
 
+bool DashboardHost::makeFrontEnd(const QUrl &document)
+{
+    m_accessibilityWatch.reset();
+    makeEngine();
     QQmlComponent component(m_engine.get(), document);
     if (!component.isReady()) {
         // Creating from a component that failed to load crashes in Qt 6.4.

@@ -69,9 +69,13 @@ Q_SIGNALS:
 
 private:
     bool makeFrontEnd(const QUrl &document);
+    void makeEngine();
     void removeTranslators();
     void warmUpFonts();
 
+    // Makes the engine at once when accessibility comes on while the shell shows.
+    class AccessibilityWatch;
+    std::unique_ptr<AccessibilityWatch> m_accessibilityWatch;
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<DashboardMainWindow> m_window;
     QPointer<QQuickItem> m_root;

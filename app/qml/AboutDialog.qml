@@ -40,12 +40,16 @@ ThemedDialog {
                     color: Theme.text
                     font.pixelSize: Theme.fontTitle
                     font.weight: Font.DemiBold
+                    Accessible.role: Accessible.StaticText
+                    Accessible.name: text
                 }
                 Text {
                     objectName: "installedVersion"
                     text: qsTr("Installed version: %1").arg(dialog.upgrader.getCurrentVersion())
                     color: Theme.textMuted
                     font.pixelSize: Theme.fontBody
+                    Accessible.role: Accessible.StaticText
+                    Accessible.name: text
                 }
                 Text {
                     objectName: "availableVersion"
@@ -57,6 +61,8 @@ ThemedDialog {
                             : qsTr("Available version: %1 (you are up to date)").arg(dialog.upgrader.availableVersion)
                     color: dialog.upgrader.isUpdateAvailable ? Theme.accent : Theme.textMuted
                     font.pixelSize: Theme.fontBody
+                    Accessible.role: Accessible.StaticText
+                    Accessible.name: text
                 }
             }
         }
@@ -65,6 +71,8 @@ ThemedDialog {
             color: Theme.text
             font.pixelSize: Theme.fontBody
             font.weight: Font.DemiBold
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
         }
         ScrollView {
             Layout.fillWidth: true
@@ -80,6 +88,9 @@ ThemedDialog {
                 color: dialog.license.licenseText.startsWith("Error:") ? Theme.danger : Theme.text
                 selectByMouse: true
                 Accessible.name: qsTr("Licence agreement text")
+                Accessible.editable: false
+                Accessible.readOnly: true
+                Accessible.multiLine: true
                 background: Rectangle {
                     color: Theme.surfaceAlt
                     radius: Theme.radius

@@ -39,6 +39,8 @@ Rectangle {
                 font.pixelSize: Theme.fontBody
                 font.weight: Font.DemiBold
                 elide: Text.ElideRight
+                Accessible.role: Accessible.Heading
+                Accessible.name: text
             }
             Text {
                 Layout.fillWidth: true
@@ -48,6 +50,8 @@ Rectangle {
                 wrapMode: Text.Wrap
                 maximumLineCount: 2
                 elide: Text.ElideRight
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
             }
         }
         ToolButtonX {

@@ -54,16 +54,16 @@ FocusScope {
         }
         RowLayout {
             spacing: Theme.spacingSmall
+            Accessible.role: Accessible.PageTabList
+            Accessible.name: qsTr("Cloud services")
             Repeater {
                 model: page.services
-                delegate: ToolButtonX {
+                delegate: TabButtonX {
                     required property var modelData
                     objectName: "cloud_" + modelData.location
                     text: modelData.name
                     glyph: Theme.icons.cloud
                     toggledOn: page.service === modelData.location
-                    Accessible.role: Accessible.PageTab
-                    Accessible.name: modelData.name
                     onClicked: page.service = modelData.location
                 }
             }

@@ -27,6 +27,8 @@ ColumnLayout {
         font.weight: Font.DemiBold
         wrapMode: Text.Wrap
         horizontalAlignment: Text.AlignHCenter
+        Accessible.role: Accessible.StaticText
+        Accessible.name: text
     }
     Text {
         Layout.alignment: Qt.AlignHCenter
@@ -39,5 +41,7 @@ ColumnLayout {
         font.pixelSize: Theme.fontBody
         wrapMode: Text.Wrap
         horizontalAlignment: Text.AlignHCenter
+        Accessible.role: Accessible.StaticText
+        Accessible.name: text
     }
 }

@@ -141,7 +141,10 @@ FocusScope {
         keyNavigationEnabled: true
         activeFocusOnTab: true
         boundsBehavior: Flickable.StopAtBounds
-        ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
+        ScrollBar.vertical: ScrollBar {
+            policy: ScrollBar.AsNeeded
+            Accessible.name: qsTr("Scroll the labels")
+        }
         Keys.onReturnPressed: if (currentIndex >= 0) list.activate(list.entries[currentIndex])
         Keys.onEnterPressed: if (currentIndex >= 0) list.activate(list.entries[currentIndex])
         Keys.onSpacePressed: if (currentIndex >= 0 && !list.entries[currentIndex].type) list.toggleFavorite(list.entries[currentIndex])
@@ -164,7 +167,10 @@ FocusScope {
         keyNavigationEnabled: true
         activeFocusOnTab: true
         boundsBehavior: Flickable.StopAtBounds
-        ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
+        ScrollBar.vertical: ScrollBar {
+            policy: ScrollBar.AsNeeded
+            Accessible.name: qsTr("Scroll the labels")
+        }
         Keys.onReturnPressed: if (currentIndex >= 0) list.activate(list.entries[currentIndex])
         Keys.onEnterPressed: if (currentIndex >= 0) list.activate(list.entries[currentIndex])
         Keys.onSpacePressed: if (currentIndex >= 0 && !list.entries[currentIndex].type) list.toggleFavorite(list.entries[currentIndex])

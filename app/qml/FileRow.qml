@@ -20,6 +20,8 @@ Item {
     readonly property bool isFolder: modelData.type
 
     Accessible.role: Accessible.ListItem
+    Accessible.selectable: true
+    Accessible.selected: row.current
     Accessible.name: isFolder ? qsTr("Folder %1").arg(modelData.labelFileName)
                               : qsTr("%1, viewed %2").arg(modelData.labelFileName).arg(modelData.timeSinceModified)
     Accessible.onPressAction: row.activated()

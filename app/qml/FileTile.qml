@@ -26,6 +26,8 @@ Item {
     readonly property bool pipeFile: /^(KXAW|KXAM|KXPM)$/.test(suffix)
 
     Accessible.role: Accessible.ListItem
+    Accessible.selectable: true
+    Accessible.selected: tile.current
     Accessible.name: isFolder ? qsTr("Folder %1").arg(modelData.labelFileName)
                               : qsTr("%1, viewed %2").arg(modelData.labelFileName).arg(modelData.timeSinceModified)
     Accessible.onPressAction: tile.activated()

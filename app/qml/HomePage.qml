@@ -125,30 +125,35 @@ FocusScope {
             Layout.fillWidth: true
             spacing: Theme.spacingSmall
 
-            Repeater {
-                model: [qsTr("Recently viewed"), qsTr("My Labels"), qsTr("Favorites")]
-                delegate: ToolButtonX {
-                    required property string modelData
-                    required property int index
-                    objectName: "tab_" + index
-                    text: modelData
-                    toggledOn: page.tab === index
-                    Accessible.role: Accessible.PageTab
-                    Accessible.name: modelData
-                    onClicked: page.showTab(index)
+            RowLayout {
+                spacing: Theme.spacingSmall
+                Accessible.role: Accessible.PageTabList
+                Accessible.name: qsTr("Label lists")
+                Repeater {
+                    model: [qsTr("Recently viewed"), qsTr("My Labels"), qsTr("Favorites")]
+                    delegate: TabButtonX {
+                        required property string modelData
+                        required property int index
+                        objectName: "tab_" + index
+                        text: modelData
+                        toggledOn: page.tab === index
+                        onClicked: page.showTab(index)
+                    }
                 }
             }
             Item { Layout.fillWidth: true }
 
             Row {
                 spacing: 2
+                Accessible.role: Accessible.Grouping
+                Accessible.name: qsTr("Tile size")
                 Repeater {
                     model: [
                         { zoom: DashboardGlobal.SMALL, text: "S", name: qsTr("Small tiles") },
                         { zoom: DashboardGlobal.NORMAL, text: "M", name: qsTr("Medium tiles") },
                         { zoom: DashboardGlobal.LARGE, text: "L", name: qsTr("Large tiles") }
                     ]
-                    delegate: ToolButtonX {
+                    delegate: RadioButtonX {
                         required property var modelData
                         objectName: "zoom_" + modelData.zoom
                         text: modelData.text
@@ -158,19 +163,24 @@ FocusScope {
                     }
                 }
             }
-            ToolButtonX {
-                objectName: "tilesButton"
-                glyph: Theme.icons.gridView
-                toggledOn: page.tiles
-                Accessible.name: qsTr("Show as tiles")
-                onClicked: page.tiles = true
-            }
-            ToolButtonX {
-                objectName: "rowsButton"
-                glyph: Theme.icons.listView
-                toggledOn: !page.tiles
-                Accessible.name: qsTr("Show as rows")
-                onClicked: page.tiles = false
+            RowLayout {
+                spacing: Theme.spacingSmall
+                Accessible.role: Accessible.Grouping
+                Accessible.name: qsTr("View")
+                RadioButtonX {
+                    objectName: "tilesButton"
+                    glyph: Theme.icons.gridView
+                    toggledOn: page.tiles
+                    Accessible.name: qsTr("Show as tiles")
+                    onClicked: page.tiles = true
+                }
+                RadioButtonX {
+                    objectName: "rowsButton"
+                    glyph: Theme.icons.listView
+                    toggledOn: !page.tiles
+                    Accessible.name: qsTr("Show as rows")
+                    onClicked: page.tiles = false
+                }
             }
         }
 
@@ -189,6 +199,11 @@ FocusScope {
                 placeholderTextColor: Theme.textMuted
                 leftPadding: 30
                 Accessible.name: qsTr("Search labels")
+                Accessible.searchEdit: true
+                // Spoken when it changes while the field has focus: what the search left.
+                Accessible.description: page.currentList.searchText.length === 0 || page.currentList.busy ? ""
+                                        : (page.currentList.count === 1 ? qsTr("1 label")
+                                                                        : qsTr("%1 labels").arg(page.currentList.count))
                 background: Rectangle {
                     radius: Theme.radius
                     color: Theme.surface
@@ -217,7 +232,19 @@ FocusScope {
                 Layout.preferredWidth: 200
                 textRole: "text"
                 valueRole: "value"
-                Accessible.name: qsTr("Sort by")
+                // The option under the arrows is part of the name, so that moving through the
+                // list is spoken as it goes.
+                Accessible.name: qsTr("Sort by: %1").arg(displayText)
+                contentItem: Text {
+                    leftPadding: Theme.spacingSmall
+                    rightPadding: sortBox.indicator.width + sortBox.spacing
+                    text: sortBox.displayText
+                    color: Theme.text
+                    font.pixelSize: Theme.fontBody
+                    verticalAlignment: Text.AlignVCenter
+                    elide: Text.ElideRight
+                    Accessible.ignored: true
+                }
                 model: [
                     { value: DashboardGlobal.LAST_VIEWED_ASCENDING, text: qsTr("Recently viewed first") },
                     { value: DashboardGlobal.LAST_VIEWED_DESCENDING, text: qsTr("Recently viewed last") },

@@ -37,6 +37,8 @@ Item {
     readonly property alias license: license
     property bool updateNoticeDismissed: false
     property bool firmwareNoticeDismissed: false
+    // Settings chosen in the overflow menu gets focus once the menu has given it back.
+    property bool focusPageAfterMenu: false
 
     anchors.fill: parent
     focus: true
@@ -54,6 +56,14 @@ Item {
         } else {
             root.page = name
         }
+        root.focusPage()
+    }
+    // Focus goes with the page shown: a keyboard or screen reader user is not left on a
+    // control of the page that went away.
+    function focusPage() {
+        const shown = pages.children[pages.currentIndex]
+        if (shown)
+            shown.forceActiveFocus()
     }
     function makeDeferredParts() {
         if (!root.overflowMenu)
@@ -98,8 +108,10 @@ Item {
     function chooseMenu(navType) {
         if (navType === MeatballsNavigationModel.NAV_ABOUT)
             root.openAbout()
-        else if (navType === MeatballsNavigationModel.NAV_SETTINGS)
+        else if (navType === MeatballsNavigationModel.NAV_SETTINGS) {
             root.showPage("settings")
+            root.focusPageAfterMenu = true
+        }
         else if (navType === MeatballsNavigationModel.NAV_QUIT)
             Qt.quit()
     }
@@ -271,8 +283,12 @@ Item {
                     anchors.leftMargin: Theme.spacing
                     anchors.rightMargin: Theme.spacing
                     spacing: Theme.spacingSmall
+                    // Folded away with no module shown: its buttons are not offered then.
+                    visible: moduleBar.enabled
                     Text {
                         Layout.fillWidth: true
+                        Accessible.role: Accessible.Heading
+                        Accessible.name: text
                         text: moduleHost.shownName
                         color: Theme.text
                         font.pixelSize: Theme.fontSubtitle
@@ -284,7 +300,10 @@ Item {
                         glyph: Theme.icons.home
                         text: qsTr("Dashboard")
                         Accessible.name: qsTr("Back to the dashboard")
-                        onClicked: moduleHost.showPages()
+                        onClicked: {
+                            moduleHost.showPages()
+                            root.focusPage()
+                        }
                     }
                     ToolButtonX {
                         objectName: "closeModuleButton"
@@ -378,6 +397,9 @@ Item {
         y: pageArea.y
         width: pageArea.width
         height: pageArea.height
+        Accessible.role: Accessible.Pane
+        Accessible.name: moduleHost.shownName
+        Accessible.ignored: moduleHost.shownApp === DashboardGlobal.APP_NULL
     }
 
     ModuleHost {
@@ -393,6 +415,12 @@ Item {
             objectName: "overflowMenu"
             menuModel: root.menuModel
             onChosen: (navType) => root.chooseMenu(navType)
+            onClosed: {
+                if (root.focusPageAfterMenu) {
+                    root.focusPageAfterMenu = false
+                    root.focusPage()
+                }
+            }
         }
     }
 

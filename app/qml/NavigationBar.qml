@@ -45,6 +45,10 @@ Rectangle {
             return false
         return !isModule(item) || item.navAppType === bar.selectedAppType
     }
+    function isLink(item) {
+        return item.navType === DashboardGlobal.NAV_URL_SUPPORT || item.navType === DashboardGlobal.NAV_URL_LIVECHAT
+               || item.navType === DashboardGlobal.NAV_URL_FEEDBACK
+    }
     function groupOf(item) {
         if (item.navType === DashboardGlobal.NAV_HOME || item.navType === DashboardGlobal.NAV_CLOUD)
             return 0
@@ -88,7 +92,9 @@ Rectangle {
             clip: true
             contentHeight: entries.implicitHeight
             boundsBehavior: Flickable.StopAtBounds
-            ScrollBar.vertical: ScrollBar {}
+            ScrollBar.vertical: ScrollBar {
+                Accessible.name: qsTr("Scroll the side bar")
+            }
 
             Column {
                 id: entries
@@ -116,15 +122,27 @@ Rectangle {
                             font.pixelSize: Theme.fontSmall
                             font.capitalization: Font.AllUppercase
                             font.letterSpacing: 0.6
+                            Accessible.role: Accessible.Heading
+                            Accessible.name: text
                         }
                         NavButton {
-                            objectName: "nav_" + entry.modelData.navType + "_" + entry.modelData.navAppType
+                            objectName: visible ? "nav_" + entry.modelData.navType + "_" + entry.modelData.navAppType : ""
+                            visible: !bar.isLink(entry.modelData)
                             width: parent.width
                             text: entry.modelData.navName
                             glyph: entry.modelData.navIcon
                             selected: bar.isSelected(entry.modelData)
                             loading: bar.isModule(entry.modelData) && bar.loadingApps[entry.modelData.navAppType] === true
                             running: bar.isModule(entry.modelData) && bar.runningApps[entry.modelData.navAppType] === true
+                            onClicked: bar.activated(entry.modelData)
+                            onActiveFocusChanged: if (activeFocus) flick.contentY = Math.max(0, Math.min(y + entry.y - flick.height / 2, flick.contentHeight - flick.height))
+                        }
+                        NavLink {
+                            objectName: visible ? "nav_" + entry.modelData.navType + "_" + entry.modelData.navAppType : ""
+                            visible: bar.isLink(entry.modelData)
+                            width: parent.width
+                            text: entry.modelData.navName
+                            glyph: entry.modelData.navIcon
                             onClicked: bar.activated(entry.modelData)
                             onActiveFocusChanged: if (activeFocus) flick.contentY = Math.max(0, Math.min(y + entry.y - flick.height / 2, flick.contentHeight - flick.height))
                         }
@@ -145,6 +163,8 @@ Rectangle {
             Layout.margins: Theme.spacingSmall
             text: qsTr("More")
             glyph: Theme.icons.meatballs
+            Accessible.role: Accessible.ButtonMenu
+            Accessible.selectable: false
             onClicked: bar.overflowRequested()
         }
     }

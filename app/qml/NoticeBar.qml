@@ -21,14 +21,16 @@ Rectangle {
     Layout.preferredHeight: shown ? implicitHeight : 0
     clip: true
     enabled: shown
-    Accessible.ignored: !shown
     color: error ? Theme.dangerSoft : Theme.info
-    Accessible.role: Accessible.AlertMessage
-    Accessible.name: notice.text
 
     RowLayout {
         id: row
         anchors.fill: parent
+        // Folded away, its buttons are not drawn; hidden, they are not offered to a screen
+        // reader either, and unfolding announces the notice as an alert.
+        visible: notice.shown
+        Accessible.role: Accessible.AlertMessage
+        Accessible.name: notice.text
         anchors.leftMargin: Theme.pageMargin
         anchors.rightMargin: Theme.spacing
         spacing: Theme.spacing
@@ -38,6 +40,7 @@ Rectangle {
         }
         Text {
             Layout.fillWidth: true
+            Accessible.ignored: true
             text: notice.text
             color: notice.error ? Theme.danger : Theme.text
             font.pixelSize: Theme.fontBody

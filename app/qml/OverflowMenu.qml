@@ -14,10 +14,13 @@ Menu {
     Repeater {
         model: menu.menuModel.meatballsNavItemsList
         delegate: MenuItem {
+            id: menuItem
             required property var modelData
             objectName: "menu_" + modelData.navType
             text: modelData.navName
             Accessible.name: modelData.navName
+            // A menu item offers no press action of its own: pressing it is choosing it.
+            Accessible.onPressAction: menuItem.triggered()
             contentItem: Row {
                 spacing: Theme.spacing
                 leftPadding: 4

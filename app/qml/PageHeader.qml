@@ -33,6 +33,8 @@ RowLayout {
             wrapMode: Text.Wrap
             maximumLineCount: 3
             elide: Text.ElideRight
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
         }
     }
     RowLayout {

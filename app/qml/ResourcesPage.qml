@@ -44,7 +44,9 @@ FocusScope {
             cellWidth: Math.floor(width / columns)
             cellHeight: 230
             boundsBehavior: Flickable.StopAtBounds
-            ScrollBar.vertical: ScrollBar {}
+            ScrollBar.vertical: ScrollBar {
+                Accessible.name: qsTr("Scroll the resources")
+            }
             Accessible.role: Accessible.List
             Accessible.name: qsTr("Resources")
             Keys.onReturnPressed: if (currentIndex >= 0) Qt.openUrlExternally(page.resources[currentIndex].resUrl)
@@ -58,7 +60,11 @@ FocusScope {
                 height: grid.cellHeight
                 Accessible.role: Accessible.Link
                 Accessible.name: modelData.resSubtitle.length > 0 ? modelData.resName + ", " + modelData.resSubtitle : modelData.resName
-                Accessible.onPressAction: Qt.openUrlExternally(modelData.resUrl)
+                // A link lists its press action already; a handler would list it twice.
+                function accessiblePressAction() {
+                    grid.currentIndex = tile.index
+                    Qt.openUrlExternally(tile.modelData.resUrl)
+                }
 
                 Rectangle {
                     anchors.fill: parent

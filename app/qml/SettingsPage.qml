@@ -94,10 +94,20 @@ FocusScope {
         color: Theme.textMuted
         font.pixelSize: Theme.fontBody
         wrapMode: Text.Wrap
+        Accessible.role: Accessible.StaticText
+        Accessible.name: text
     }
     component Choice: RadioButton {
         id: choice
         Accessible.name: choice.text
+        // Chosen through the settings, as a click is; toggling the property alone would not
+        // store it.
+        function accessiblePressAction() {
+            choice.clicked()
+        }
+        function accessibleToggleAction() {
+            choice.clicked()
+        }
         indicator: Rectangle {
             x: choice.leftPadding
             y: (choice.height - height) / 2
@@ -136,6 +146,14 @@ FocusScope {
     component Toggle: Switch {
         id: toggle
         Accessible.name: toggle.text
+        function accessiblePressAction() {
+            toggle.toggle()
+            toggle.toggled()
+        }
+        function accessibleToggleAction() {
+            toggle.toggle()
+            toggle.toggled()
+        }
         contentItem: Text {
             leftPadding: toggle.indicator.width + toggle.spacing
             text: toggle.text
@@ -197,11 +215,11 @@ FocusScope {
                     activeFocusOnTab: true
                     keyNavigationEnabled: true
                     model: page.sections.settingsNavItemsList
-                    Accessible.role: Accessible.List
+                    Accessible.role: Accessible.PageTabList
                     Accessible.name: qsTr("Settings sections")
                     Keys.onReturnPressed: page.section = page.sections.settingsNavItemsList[currentIndex].navType
                     Keys.onEnterPressed: page.section = page.sections.settingsNavItemsList[currentIndex].navType
-                    delegate: AbstractButton {
+                    delegate: TabButton {
                         id: sectionButton
                         required property var modelData
                         required property int index
@@ -214,8 +232,11 @@ FocusScope {
                         focusPolicy: Qt.NoFocus
                         hoverEnabled: true
                         text: modelData.navName
-                        Accessible.role: Accessible.PageTab
+                        checked: selected
                         Accessible.name: modelData.navName
+                        Accessible.selectable: true
+                        Accessible.selected: selected
+                        // A page tab lists no press action of its own.
                         Accessible.onPressAction: sectionButton.clicked()
                         background: Rectangle {
                             radius: Theme.radius
@@ -301,8 +322,18 @@ FocusScope {
                             // A new list of names, after a change of language, puts the box
                             // back on its first entry; it shows the chosen language again.
                             onModelChanged: languageBox.currentIndex = Qt.binding(() => page.languageIndex)
-                            Accessible.name: qsTr("Language")
+                            Accessible.name: qsTr("Language: %1").arg(displayText)
                             onActivated: (index) => page.setLanguage(index)
+                            contentItem: Text {
+                                leftPadding: Theme.spacingSmall
+                                rightPadding: languageBox.indicator.width + languageBox.spacing
+                                text: languageBox.displayText
+                                color: Theme.text
+                                font.pixelSize: Theme.fontBody
+                                verticalAlignment: Text.AlignVCenter
+                                elide: Text.ElideRight
+                                Accessible.ignored: true
+                            }
                         }
                         Item { Layout.fillHeight: true }
                     }
@@ -412,6 +443,8 @@ FocusScope {
             text: qsTr("This cannot be undone.")
             color: Theme.textMuted
             font.pixelSize: Theme.fontBody
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
         }
         onReset: {
             page.reset()
