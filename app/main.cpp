@@ -28,6 +28,8 @@ int main(int argc, char *argv[])
             QStringLiteral("Visit the main pages, write a screenshot of each to folder, then quit."),
             QStringLiteral("folder"));
     parser.addOptions({ labelFolder, noSeed, testMode, tour });
+    parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("Label files to open."),
+                                 QStringLiteral("[file...]"));
     parser.process(app);
 
     DashboardHost host;
@@ -35,6 +37,9 @@ int main(int argc, char *argv[])
     options.labelFolder = parser.value(labelFolder);
     options.seedLabelFolder = !parser.isSet(noSeed);
     options.testMode = parser.isSet(testMode);
+    options.quitOnSignals = true;
+    options.files = parser.positionalArguments();
+    options.singleInstance = !parser.isSet(tour);
     const auto reportFailure = [&host] {
         QTextStream(stderr) << "The dashboard's front end could not be loaded:\n"
                             << host.errors().join(QLatin1Char('\n')) << '\n';
@@ -61,5 +66,7 @@ int main(int argc, char *argv[])
         reportFailure();
         return 1;
     }
+    if (host.handedOver())
+        return 0;
     return app.exec();
 }

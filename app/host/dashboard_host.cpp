@@ -2,6 +2,9 @@
 
 #include "host_services.h"
 #include "label_folder.h"
+#include "launch_forwarding.h"
+#include "module_registry.h"
+#include "quit_signals.h"
 #include "start_shell.h"
 
 #include <Controllers/dashboard_settings_controller.h>
@@ -10,6 +13,8 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
+#include <QEvent>
 #include <QFontDatabase>
 #include <QLibraryInfo>
 #include <QLocale>
@@ -24,12 +29,16 @@
 #include <QTranslator>
 #include <QtQml/qqmlextensionplugin.h>
 
+#include <utility>
+
 Q_IMPORT_QML_PLUGIN(Korvex_DashboardPlugin)
 
 DashboardHost::DashboardHost(QObject *parent) : QObject(parent) {}
 
 DashboardHost::~DashboardHost()
 {
+    delete m_quitSignals;
+    m_quitSignals = nullptr;
     if (m_fontWarmUp) {
         m_fontWarmUp->wait();
         delete m_fontWarmUp;
@@ -37,6 +46,8 @@ DashboardHost::~DashboardHost()
     // The front end goes first: its items live in the window and its objects in the engine.
     delete m_root.data();
     delete m_shell.data();
+    delete m_modules;
+    m_modules = nullptr;
     m_window.reset();
     m_engine.reset();
     removeTranslators();
@@ -89,6 +100,20 @@ void DashboardHost::warmUpFonts()
 bool DashboardHost::start(const Options &options)
 {
     m_errors.clear();
+    QStringList files;
+    for (const QString &file : options.files)
+        files << QFileInfo(file).absoluteFilePath();
+    if (options.singleInstance) {
+        m_forwarding = new LaunchForwarding(QString(), this);
+        if (m_forwarding->forward(files)) {
+            m_handedOver = true;
+            return true;
+        }
+        // Listening from the start: a launch while this one still starts waits for it.
+        m_forwarding->listen();
+        connect(m_forwarding, &LaunchForwarding::launched, this, &DashboardHost::openFiles);
+    }
+    m_filesToOpen = files;
     // One style on every system (the front end is drawn and tested in Fusion), unless the
     // user asks for another; it is chosen once per process, before any control is loaded.
     if (qEnvironmentVariableIsEmpty("QT_QUICK_CONTROLS_STYLE") && QQuickStyle::name() != QLatin1String("Fusion"))
@@ -115,6 +140,22 @@ bool DashboardHost::start(const Options &options)
     m_services = new HostServices(m_labelFolder, this);
     m_services->setLanguageHandler([this](const QString &code) { applyLanguage(code); });
 
+    m_modules = new ModuleRegistry(m_window->launcher(), m_window->messagingHelper());
+    m_modules->setStartTimeout(m_services->moduleStartTimeout());
+    bool ok = false;
+    const int quitWait = qEnvironmentVariableIntValue("KORVEX_QUIT_WAIT_MS", &ok);
+    if (ok && quitWait >= 0)
+        m_modules->setQuitWait(quitWait);
+    m_services->setModules(m_modules);
+    connect(m_modules, &ModuleRegistry::quitReady, QCoreApplication::instance(), &QCoreApplication::quit,
+            Qt::QueuedConnection);
+    // The window's close button and the window manager's close (Alt+F4) ask, like the menu.
+    m_window->installEventFilter(this);
+    if (options.quitOnSignals) {
+        m_quitSignals = new QuitSignals;
+        connect(m_quitSignals, &QuitSignals::quitRequested, this, [this] { requestQuit(); });
+    }
+
     const QUrl frontEnd = options.frontEnd.isEmpty() ? QUrl(QStringLiteral("qrc:/qt/qml/Korvex/Dashboard/Main.qml"))
                                                      : options.frontEnd;
     if (!options.show)
@@ -135,8 +176,7 @@ bool DashboardHost::start(const Options &options)
 bool DashboardHost::makeFrontEnd(const QUrl &document)
 {
     m_engine = std::make_unique<QQmlEngine>();
-    QObject::connect(m_engine.get(), &QQmlEngine::quit, QCoreApplication::instance(),
-                     &QCoreApplication::quit, Qt::QueuedConnection);
+    connect(m_engine.get(), &QQmlEngine::quit, this, &DashboardHost::requestQuit, Qt::QueuedConnection);
     m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
 
     QQmlComponent component(m_engine.get(), document);
@@ -162,6 +202,8 @@ bool DashboardHost::makeFrontEnd(const QUrl &document)
     }
     m_root->setParentItem(m_window->contentItem());
     delete m_shell.data();
+    if (!m_filesToOpen.isEmpty())
+        QTimer::singleShot(0, this, [this] { openFiles({}); });
     // What the first screen does not show is made once it is out, before anyone can ask.
     connect(m_window.get(), &QQuickWindow::frameSwapped, this, [this] {
         QTimer::singleShot(0, this, [this] {
@@ -171,4 +213,45 @@ bool DashboardHost::makeFrontEnd(const QUrl &document)
     }, Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
     Q_EMIT ready();
     return true;
+}
+
+void DashboardHost::requestQuit()
+{
+    if (m_modules)
+        m_modules->requestQuit();
+    else
+        QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit, Qt::QueuedConnection);
+}
+
+bool DashboardHost::eventFilter(QObject *object, QEvent *event)
+{
+    // Once the modules are gone the application's quit closes the window for real.
+    if (object == m_window.get() && event->type() == QEvent::Close && !(m_modules && m_modules->isQuitDone())) {
+        // The window stays until the modules are gone; quitting then destroys it.
+        event->ignore();
+        requestQuit();
+        return true;
+    }
+    return QObject::eventFilter(object, event);
+}
+
+void DashboardHost::openFiles(const QStringList &files)
+{
+    m_filesToOpen += files;
+    if (m_window) {
+        if (m_window->windowStates() & Qt::WindowMinimized)
+            m_window->setWindowStates(m_window->windowStates() & ~Qt::WindowMinimized);
+        m_window->show();
+        m_window->raise();
+        m_window->requestActivate();
+    }
+    // Until the front end is in, a module's window would have nowhere to go.
+    if (!isReady() || !m_modules)
+        return;
+    const QStringList pending = std::exchange(m_filesToOpen, {});
+    for (const QString &file : pending) {
+        const auto type = m_window->getFileArgumentApplicationType(file);
+        if (type != DashboardGlobal::APP_NULL)
+            m_modules->open(type, file);
+    }
 }

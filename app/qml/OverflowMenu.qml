@@ -10,6 +10,13 @@ Menu {
 
     signal chosen(int navType)
 
+    // Its own colours: the style's popup palette does not follow the theme once made.
+    background: Rectangle {
+        implicitWidth: 200
+        color: Theme.surface
+        border.color: Theme.border
+        radius: Theme.radius
+    }
 
     Repeater {
         model: menu.menuModel.meatballsNavItemsList
@@ -18,6 +25,12 @@ Menu {
             objectName: "menu_" + modelData.navType
             text: modelData.navName
             Accessible.name: modelData.navName
+            background: Rectangle {
+                implicitWidth: 200
+                implicitHeight: 36
+                radius: Theme.radius
+                color: parent.highlighted ? Theme.surfaceHover : "transparent"
+            }
             contentItem: Row {
                 spacing: Theme.spacing
                 leftPadding: 4
