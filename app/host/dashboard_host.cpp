@@ -11,7 +11,10 @@
 #include <dashboard_main_window.h>
 #include <locale/qvlocale_languages.h>
 
+#include <logging/cute_logger.h>
+
 #include <QCoreApplication>
+#include <QLoggingCategory>
 #include <QDir>
 #include <QFileInfo>
 #include <QEvent>
@@ -32,6 +35,8 @@
 #include <utility>
 
 Q_IMPORT_QML_PLUGIN(Korvex_DashboardPlugin)
+
+Q_LOGGING_CATEGORY(lcHost, "korvex.dashboard.host")
 
 DashboardHost::DashboardHost(QObject *parent) : QObject(parent) {}
 
@@ -228,6 +233,7 @@ bool DashboardHost::eventFilter(QObject *object, QEvent *event)
     // Once the modules are gone the application's quit closes the window for real.
     if (object == m_window.get() && event->type() == QEvent::Close && !(m_modules && m_modules->isQuitDone())) {
         // The window stays until the modules are gone; quitting then destroys it.
+        KX_DEBUG(lcHost, "The window was asked to close");
         event->ignore();
         requestQuit();
         return true;
