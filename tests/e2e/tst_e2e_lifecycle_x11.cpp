@@ -97,6 +97,7 @@ private Q_SLOTS:
     void quitAsksTheModulesFirst_data();
     void quitAsksTheModulesFirst();
     void goingBackKeepsEverythingRunning();
+    void germanModulePageAndDarkMenu();
 
 private:
     bool startHost();
@@ -170,6 +171,14 @@ void tst_E2eLifecycleX11::cleanupTestCase()
 bool tst_E2eLifecycleX11::startHost()
 {
     const QDir home(m_home->path());
+    if (QByteArray(QTest::currentTestFunction()) == "germanModulePageAndDarkMenu") {
+        // The user's settings: German, dark.
+        const QString config = home.filePath(QStringLiteral(".config/Quorvane Inc"));
+        QFile settings(config + QStringLiteral("/KorvexPro.ini"));
+        if (!QDir().mkpath(config) || !settings.open(QIODevice::WriteOnly))
+            return false;
+        settings.write("[General]\nappearance=false\n[locale]\nlanguage=de_DE\n");
+    }
     const QString runtime = home.filePath(QStringLiteral("runtime"));
     m_moduleLogs = home.filePath(QStringLiteral("module-logs"));
     if (!QDir().mkpath(runtime) || !QDir().mkpath(m_moduleLogs)
@@ -464,7 +473,10 @@ void tst_E2eLifecycleX11::killedModuleIsNamedAndStartsAgain()
 void tst_E2eLifecycleX11::quitAsksTheModulesFirst_data()
 {
     QTest::addColumn<QString>("way");
-    for (const char *way : { "menu", "Ctrl+Q", "close", "SIGTERM", "SIGINT", "SIGHUP" })
+    // The window's close comes before Ctrl+Q: on Xvfb without a window manager, a close
+    // message sent after a previous host was given the input focus (xdotool windowfocus) and
+    // quit by its keys never reached the next host's window; not understood yet.
+    for (const char *way : { "menu", "close", "Ctrl+Q", "SIGTERM", "SIGINT", "SIGHUP" })
         QTest::newRow(way) << QString::fromLatin1(way);
 }
 
@@ -538,6 +550,26 @@ void tst_E2eLifecycleX11::goingBackKeepsEverythingRunning()
     QVERIFY(::kill(pid_t(unsaved), SIGTERM) == 0);
     QVERIFY2(m_host->waitForFinished(START_TIMEOUT_MS), "the dashboard did not quit");
     QCOMPARE(m_host->exitCode(), 0);
+}
+
+void tst_E2eLifecycleX11::germanModulePageAndDarkMenu()
+{
+    // The test's copy is English and light; only places are taken from it, and the side bar
+    // is as wide in German (its width follows the longest name, within bounds).
+    const qint64 pid = startModule(G::APP_ARCFLASH);
+    QVERIFY(pid > 0);
+    screenshot(QStringLiteral("lifecycle_german_module_page"));
+    // The header names the module as the side bar does: the window's own title is not
+    // readable from outside, so the picture is what shows it; the module started is the one.
+    QCOMPARE(programName(pid), QStringLiteral("ArcFlashMain.exe"));
+    QQuickItem *more = layoutItem(QStringLiteral("overflowButton"));
+    QVERIFY(more);
+    const QPoint moreAt = centerInWindow(more);
+    click(moreAt);
+    // The menu opens where the module's window was: the pages come back under it, and its
+    // background is the dark theme's surface, not the style's light grey.
+    QVERIFY(waitUntilDrawn(QPoint(moreAt.x() + int(more->width()) / 2 + 10, moreAt.y()), QColor("#1d2027")));
+    screenshot(QStringLiteral("lifecycle_dark_menu"));
 }
 
 int main(int argc, char **argv)
