@@ -37,6 +37,8 @@ Item {
     readonly property alias license: license
     property bool updateNoticeDismissed: false
     property bool firmwareNoticeDismissed: false
+    // The modules still open when quitting has waited for them.
+    property var stillOpenModules: root.host.modules ? root.host.modules.stillOpen : []
     // The module shown before the overflow menu opened, 0 for none.
     property var menuReturnsTo: 0
     // The last address or folder that could not be opened.
@@ -455,12 +457,17 @@ Item {
         onChanged: homePage.recentList.reload()
     }
 
-    QuitQuestion {
-        objectName: "quitQuestion"
-        parent: Overlay.overlay
-        anchors.centerIn: parent
-        width: Math.min(parent.width - 48, 560)
-        modules: root.host.modules
+    // Made when quitting found modules still open (the overlay is made only when needed).
+    Loader {
+        active: root.stillOpenModules.length > 0
+        sourceComponent: QuitQuestion {
+            objectName: "quitQuestion"
+            parent: Overlay.overlay
+            anchors.centerIn: parent
+            width: Math.min(parent.width - 48, 560)
+            modules: root.host.modules
+            stillOpen: root.stillOpenModules
+        }
     }
 
     Component {
