@@ -563,6 +563,12 @@ void tst_E2eLifecycleX11::germanModulePageAndDarkMenu()
                 && arcButton->property("text").toString() == QStringLiteral("Lichtbogen"));
     const qint64 pid = startModule(G::APP_ARCFLASH);
     QVERIFY(pid > 0);
+    // The module's window settled in the content area: the side bar is whole again.
+    QQuickItem *bar = layoutItem(QStringLiteral("navigationBar"));
+    QVERIFY(bar);
+    const QColor barColor = bar->property("color").value<QColor>();
+    for (int y : { 150, 300, 450 })
+        QVERIFY(waitUntilDrawn(QPoint(2, y), barColor));
     screenshot(QStringLiteral("lifecycle_german_module_page"));
     // The header names the module as the side bar does: the window's own title is not
     // readable from outside, so the picture is what shows it; the module started is the one.
