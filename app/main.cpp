@@ -4,10 +4,7 @@
 #include "platform_choice.h"
 #include "screenshot_tour.h"
 
-#include <dashboard_main_window.h>
-
 #include <QCommandLineParser>
-#include <QFileInfo>
 #include <QGuiApplication>
 #include <QTextStream>
 
@@ -44,9 +41,8 @@ int main(int argc, char *argv[])
             QStringLiteral("Visit the main pages, write a screenshot of each to folder, then quit."),
             QStringLiteral("folder"));
     parser.addOptions({ labelFolder, noSeed, testMode, tour });
-    parser.addPositionalArgument(QStringLiteral("labels"),
-            QStringLiteral("Label files to open, each in the module that edits it."),
-            QStringLiteral("[label...]"));
+    parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("Label files to open."),
+                                 QStringLiteral("[file...]"));
     parser.process(app);
 
     DashboardHost host;
@@ -54,6 +50,9 @@ int main(int argc, char *argv[])
     options.labelFolder = parser.value(labelFolder);
     options.seedLabelFolder = !parser.isSet(noSeed);
     options.testMode = parser.isSet(testMode);
+    options.quitOnSignals = true;
+    options.files = parser.positionalArguments();
+    options.singleInstance = !parser.isSet(tour);
     const auto reportFailure = [&host] {
         QTextStream(stderr) << "The dashboard's front end could not be loaded:\n"
                             << host.errors().join(QLatin1Char('\n')) << '\n';
@@ -76,28 +75,11 @@ int main(int argc, char *argv[])
         });
         QObject::connect(&host, &DashboardHost::ready, screenshots.get(), &ScreenshotTour::start);
     }
-    // A file manager passes the label files the user opened (the desktop entry's %F); each goes
-    // the way of a label opened from a file list, so a missing module program is reported.
-    const QStringList labels = parser.positionalArguments();
-    QObject::connect(&host, &DashboardHost::ready, &app, [&host, labels] {
-        QObject *modules = host.rootItem()->property("moduleHost").value<QObject *>();
-        for (const QString &label : labels) {
-            const QString path = QFileInfo(label).absoluteFilePath();
-            const int type = host.window()->getFileArgumentApplicationType(path);
-            if (type == DashboardGlobal::APP_NULL || !modules) {
-                QTextStream(stderr) << "Not a label file the dashboard can open: " << path << '\n';
-                continue;
-            }
-            QVariant name;
-            QMetaObject::invokeMethod(host.rootItem(), "navName", Q_RETURN_ARG(QVariant, name),
-                                      Q_ARG(QVariant, type));
-            QMetaObject::invokeMethod(modules, "launch", Q_ARG(QVariant, type),
-                                      Q_ARG(QVariant, path), Q_ARG(QVariant, name));
-        }
-    });
     if (!host.start(options)) {
         reportFailure();
         return 1;
     }
+    if (host.handedOver())
+        return 0;
     return app.exec();
 }

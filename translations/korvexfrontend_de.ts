@@ -337,20 +337,51 @@
         <source>%1 is running</source>
         <translation>%1 wird ausgeführt</translation>
     </message>
+    <message>
+        <source>%1 stopped unexpectedly.</source>
+        <translation>%1 wurde unerwartet beendet.</translation>
+    </message>
+    <message>
+        <source>Start again</source>
+        <translation>Erneut starten</translation>
+    </message>
+    <message>
+        <source>%1 could not be opened: no program on this computer opens it.</source>
+        <translation>%1 konnte nicht geöffnet werden: Kein Programm auf diesem Computer öffnet es.</translation>
+    </message>
+    <message>
+        <source>%1 — %2</source>
+        <translation>%1 — %2</translation>
+    </message>
 </context>
 <context>
     <name>ModuleHost</name>
+    <message>
+        <source>%1 started, but its window could not be shown.</source>
+        <translation>%1 wurde gestartet, aber das Fenster konnte nicht angezeigt werden.</translation>
+    </message>
+</context>
+<context>
+    <name>ModuleRegistry</name>
     <message>
         <source>%1 cannot start: its program %2 is not installed.</source>
         <translation>%1 kann nicht gestartet werden: Das Programm %2 ist nicht installiert.</translation>
     </message>
     <message>
-        <source>%1 started, but its window could not be shown.</source>
-        <translation>%1 wurde gestartet, aber das Fenster konnte nicht angezeigt werden.</translation>
+        <source>%1 could not be started.</source>
+        <translation>%1 konnte nicht gestartet werden.</translation>
     </message>
     <message>
         <source>%1 did not start: its window did not appear within %2 seconds.</source>
         <translation>%1 wurde nicht gestartet: Das Fenster ist nicht innerhalb von %2 Sekunden erschienen.</translation>
+    </message>
+    <message>
+        <source>%1 did not start: it ended before its window appeared.</source>
+        <translation>%1 wurde nicht gestartet: Das Programm wurde beendet, bevor sein Fenster erschien.</translation>
+    </message>
+    <message>
+        <source>%1 (process %2)</source>
+        <translation>%1 (Prozess %2)</translation>
     </message>
 </context>
 <context>
@@ -392,6 +423,32 @@
     <message>
         <source>Dismiss</source>
         <translation>Ausblenden</translation>
+    </message>
+</context>
+<context>
+    <name>QuitQuestion</name>
+    <message>
+        <source>Modules are still open</source>
+        <translation>Module sind noch geöffnet</translation>
+    </message>
+    <message numerus="yes">
+        <source>These modules did not close within %n second(s). They may be asking about unsaved changes.</source>
+        <translation>
+            <numerusform>Diese Module wurden nicht innerhalb von %n Sekunde geschlossen. Vielleicht fragen sie nach ungespeicherten Änderungen.</numerusform>
+            <numerusform>Diese Module wurden nicht innerhalb von %n Sekunden geschlossen. Vielleicht fragen sie nach ungespeicherten Änderungen.</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Go back to answer them, or quit and leave them running on their own.</source>
+        <translation>Gehen Sie zurück, um ihre Fragen zu beantworten, oder beenden Sie und lassen Sie sie eigenständig weiterlaufen.</translation>
+    </message>
+    <message>
+        <source>Quit and leave them running</source>
+        <translation>Beenden und weiterlaufen lassen</translation>
+    </message>
+    <message>
+        <source>Go back</source>
+        <translation>Zurück</translation>
     </message>
 </context>
 <context>

@@ -2,15 +2,23 @@
 
 #include "host_services.h"
 #include "label_folder.h"
+#include "launch_forwarding.h"
+#include "module_registry.h"
+#include "quit_signals.h"
 #include "start_shell.h"
 
 #include <Controllers/dashboard_settings_controller.h>
 #include <dashboard_main_window.h>
 #include <locale/qvlocale_languages.h>
 
+#include <logging/cute_logger.h>
+
 #include <QAccessible>
 #include <QCoreApplication>
+#include <QLoggingCategory>
 #include <QDir>
+#include <QFileInfo>
+#include <QEvent>
 #include <QFontDatabase>
 #include <QLibraryInfo>
 #include <QLocale>
@@ -25,7 +33,11 @@
 #include <QTranslator>
 #include <QtQml/qqmlextensionplugin.h>
 
+#include <utility>
+
 Q_IMPORT_QML_PLUGIN(Korvex_DashboardPlugin)
+
+Q_LOGGING_CATEGORY(lcHost, "korvex.dashboard.host")
 
 // Qt Quick reads the items' QML accessibility properties through a lookup it makes once per
 // process: made before QtQuick's types are registered (a screen reader reading the window, or
@@ -50,6 +62,8 @@ DashboardHost::DashboardHost(QObject *parent) : QObject(parent) {}
 
 DashboardHost::~DashboardHost()
 {
+    delete m_quitSignals;
+    m_quitSignals = nullptr;
     if (m_fontWarmUp) {
         m_fontWarmUp->wait();
         delete m_fontWarmUp;
@@ -57,6 +71,8 @@ DashboardHost::~DashboardHost()
     // The front end goes first: its items live in the window and its objects in the engine.
     delete m_root.data();
     delete m_shell.data();
+    delete m_modules;
+    m_modules = nullptr;
     m_window.reset();
     m_engine.reset();
     removeTranslators();
@@ -109,6 +125,20 @@ void DashboardHost::warmUpFonts()
 bool DashboardHost::start(const Options &options)
 {
     m_errors.clear();
+    QStringList files;
+    for (const QString &file : options.files)
+        files << QFileInfo(file).absoluteFilePath();
+    if (options.singleInstance) {
+        m_forwarding = new LaunchForwarding(QString(), this);
+        if (m_forwarding->forward(files)) {
+            m_handedOver = true;
+            return true;
+        }
+        // Listening from the start: a launch while this one still starts waits for it.
+        m_forwarding->listen();
+        connect(m_forwarding, &LaunchForwarding::launched, this, &DashboardHost::openFiles);
+    }
+    m_filesToOpen = files;
     // One style on every system (the front end is drawn and tested in Fusion), unless the
     // user asks for another; it is chosen once per process, before any control is loaded.
     if (qEnvironmentVariableIsEmpty("QT_QUICK_CONTROLS_STYLE") && QQuickStyle::name() != QLatin1String("Fusion"))
@@ -134,6 +164,22 @@ bool DashboardHost::start(const Options &options)
 
     m_services = new HostServices(m_labelFolder, this);
     m_services->setLanguageHandler([this](const QString &code) { applyLanguage(code); });
+
+    m_modules = new ModuleRegistry(m_window->launcher(), m_window->messagingHelper());
+    m_modules->setStartTimeout(m_services->moduleStartTimeout());
+    bool ok = false;
+    const int quitWait = qEnvironmentVariableIntValue("KORVEX_QUIT_WAIT_MS", &ok);
+    if (ok && quitWait >= 0)
+        m_modules->setQuitWait(quitWait);
+    m_services->setModules(m_modules);
+    connect(m_modules, &ModuleRegistry::quitReady, QCoreApplication::instance(), &QCoreApplication::quit,
+            Qt::QueuedConnection);
+    // The window's close button and the window manager's close (Alt+F4) ask, like the menu.
+    m_window->installEventFilter(this);
+    if (options.quitOnSignals) {
+        m_quitSignals = new QuitSignals;
+        connect(m_quitSignals, &QuitSignals::quitRequested, this, [this] { requestQuit(); });
+    }
 
     const QUrl frontEnd = options.frontEnd.isEmpty() ? QUrl(QStringLiteral("qrc:/qt/qml/Korvex/Dashboard/Main.qml"))
                                                      : options.frontEnd;
@@ -162,8 +208,7 @@ void DashboardHost::makeEngine()
     if (m_engine)
         return;
     m_engine = std::make_unique<QQmlEngine>();
-    QObject::connect(m_engine.get(), &QQmlEngine::quit, QCoreApplication::instance(),
-                     &QCoreApplication::quit, Qt::QueuedConnection);
+    connect(m_engine.get(), &QQmlEngine::quit, this, &DashboardHost::requestQuit, Qt::QueuedConnection);
     m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
     QQmlComponent imports(m_engine.get());
     imports.setData(QByteArrayLiteral("import QtQuick\nQtObject {}\n"), QUrl());
@@ -196,6 +241,8 @@ bool DashboardHost::makeFrontEnd(const QUrl &document)
     }
     m_root->setParentItem(m_window->contentItem());
     delete m_shell.data();
+    if (!m_filesToOpen.isEmpty())
+        QTimer::singleShot(0, this, [this] { openFiles({}); });
     // What the first screen does not show is made once it is out, before anyone can ask.
     connect(m_window.get(), &QQuickWindow::frameSwapped, this, [this] {
         QTimer::singleShot(0, this, [this] {
@@ -205,4 +252,46 @@ bool DashboardHost::makeFrontEnd(const QUrl &document)
     }, Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
     Q_EMIT ready();
     return true;
+}
+
+void DashboardHost::requestQuit()
+{
+    if (m_modules)
+        m_modules->requestQuit();
+    else
+        QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit, Qt::QueuedConnection);
+}
+
+bool DashboardHost::eventFilter(QObject *object, QEvent *event)
+{
+    // Once the modules are gone the application's quit closes the window for real.
+    if (object == m_window.get() && event->type() == QEvent::Close && !(m_modules && m_modules->isQuitDone())) {
+        // The window stays until the modules are gone; quitting then destroys it.
+        KX_DEBUG(lcHost, "The window was asked to close");
+        event->ignore();
+        requestQuit();
+        return true;
+    }
+    return QObject::eventFilter(object, event);
+}
+
+void DashboardHost::openFiles(const QStringList &files)
+{
+    m_filesToOpen += files;
+    if (m_window) {
+        if (m_window->windowStates() & Qt::WindowMinimized)
+            m_window->setWindowStates(m_window->windowStates() & ~Qt::WindowMinimized);
+        m_window->show();
+        m_window->raise();
+        m_window->requestActivate();
+    }
+    // Until the front end is in, a module's window would have nowhere to go.
+    if (!isReady() || !m_modules)
+        return;
+    const QStringList pending = std::exchange(m_filesToOpen, {});
+    for (const QString &file : pending) {
+        const auto type = m_window->getFileArgumentApplicationType(file);
+        if (type != DashboardGlobal::APP_NULL)
+            m_modules->open(type, file);
+    }
 }

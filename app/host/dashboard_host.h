@@ -11,6 +11,9 @@
 
 class DashboardMainWindow;
 class HostServices;
+class ModuleRegistry;
+class QuitSignals;
+class LaunchForwarding;
 class QQmlEngine;
 
 class QThread;
@@ -34,6 +37,13 @@ public:
         bool testMode = false;
         // Show the window once the front end is loaded.
         bool show = true;
+        // SIGTERM, SIGINT and SIGHUP quit as the menu does (the program's own host only).
+        bool quitOnSignals = false;
+        // Label files to open in their modules once the front end is in.
+        QStringList files;
+        // One dashboard per user: a dashboard already running gets the files and comes to the
+        // front, and this one does not start (handedOver()).
+        bool singleInstance = false;
         // The front end's root document; empty for the one compiled into the host.
         QUrl frontEnd;
     };
@@ -48,12 +58,26 @@ public:
     bool start(const Options &options);
     // True once the front end is in the window.
     bool isReady() const { return !m_root.isNull(); }
+    // start() found a dashboard running and handed it the files: this one has nothing to do.
+    bool handedOver() const { return m_handedOver; }
+
+    // Opens label files in their modules (once the front end is in) and brings the window to
+    // the front; what a later launch with files asks for.
+    void openFiles(const QStringList &files);
 
     DashboardMainWindow *window() const { return m_window.get(); }
     // Both null until the front end is made.
     QQmlEngine *engine() const { return m_engine.get(); }
     QQuickItem *rootItem() const { return m_root; }
     HostServices *services() const { return m_services; }
+    // The running modules; made with the window.
+    ModuleRegistry *modules() const { return m_modules; }
+
+    // Quits the way the user asked for it: the running modules are asked to close first,
+    // and the user chooses when one stays open. The event loop is told to quit once the
+    // modules are gone. Every way of quitting comes here: the menu and Ctrl+Q (the engine's
+    // quit), the window's close button, and SIGTERM, SIGINT and SIGHUP.
+    void requestQuit();
     QString labelFolder() const { return m_labelFolder; }
     QStringList errors() const { return m_errors; }
 
@@ -66,6 +90,9 @@ Q_SIGNALS:
     void ready();
     // The front end could not be made after start() returned; errors() tells why.
     void failed();
+
+protected:
+    bool eventFilter(QObject *object, QEvent *event) override;
 
 private:
     bool makeFrontEnd(const QUrl &document);
@@ -81,6 +108,11 @@ private:
     QPointer<QQuickItem> m_root;
     QPointer<QQuickItem> m_shell;
     HostServices *m_services = nullptr;
+    ModuleRegistry *m_modules = nullptr;
+    QuitSignals *m_quitSignals = nullptr;
+    LaunchForwarding *m_forwarding = nullptr;
+    bool m_handedOver = false;
+    QStringList m_filesToOpen;
     QString m_labelFolder;
     QStringList m_errors;
     QList<QTranslator *> m_translators;

@@ -39,6 +39,10 @@ Item {
     property bool firmwareNoticeDismissed: false
     // Settings chosen in the overflow menu gets focus once the menu has given it back.
     property bool focusPageAfterMenu: false
+    // The modules still open when quitting has waited for them.
+    property var stillOpenModules: root.host.modules ? root.host.modules.stillOpen : []
+    // The last address or folder that could not be opened.
+    property string openFailure
 
     anchors.fill: parent
     focus: true
@@ -71,6 +75,7 @@ Item {
     }
     function openOverflowMenu() {
         root.makeDeferredParts()
+        // Over a module too: the module's window stands aside while the menu is open.
         const button = navBar.overflowButton
         root.overflowMenu.popup(button, button.width + 4, button.height - root.overflowMenu.implicitHeight)
     }
@@ -84,11 +89,26 @@ Item {
         case DashboardGlobal.NAV_HOME: root.showPage("home"); break
         case DashboardGlobal.NAV_CLOUD: root.showPage("cloud"); break
         case DashboardGlobal.NAV_RESOURCES: root.showPage("resources"); break
-        case DashboardGlobal.NAV_URL_SUPPORT: Qt.openUrlExternally(root.host.supportAddress); break
-        case DashboardGlobal.NAV_URL_LIVECHAT: Qt.openUrlExternally(root.host.liveChatAddress); break
-        case DashboardGlobal.NAV_URL_FEEDBACK: Qt.openUrlExternally(root.host.feedbackAddress); break
+        case DashboardGlobal.NAV_URL_SUPPORT: root.openAddress(root.host.supportAddress); break
+        case DashboardGlobal.NAV_URL_LIVECHAT: root.openAddress(root.host.liveChatAddress); break
+        case DashboardGlobal.NAV_URL_FEEDBACK: root.openAddress(root.host.feedbackAddress); break
         case DashboardGlobal.NAV_APP: moduleHost.activate(item.navAppType, item.navName); break
         }
+    }
+    // An address or folder the system could not hand to a browser or file manager is said.
+    function openAddress(address) {
+        if (!Qt.openUrlExternally(address))
+            root.openFailure = address.toString()
+    }
+    // appType -> the module's name in the side bar, in the user's language.
+    function moduleNames() {
+        const names = {}
+        const items = root.dashMain.dashboardNavItems
+        for (let i = 0; i < items.length; ++i) {
+            if (items[i].navType === DashboardGlobal.NAV_APP)
+                names[items[i].navAppType] = items[i].navName
+        }
+        return names
     }
     function navName(appType) {
         const items = root.dashMain.dashboardNavItems
@@ -227,9 +247,12 @@ Item {
                                 : (root.page === "resources" ? DashboardGlobal.NAV_RESOURCES
                                    : (root.page === "settings" ? DashboardGlobal.NAV_NULL : DashboardGlobal.NAV_HOME)))
             selectedAppType: moduleHost.shownApp
+            selectedFile: moduleHost.shownFile
             loadingApps: moduleHost.loading
             runningApps: moduleHost.running
+            instances: root.host.modules
             onActivated: (item) => root.activateNavItem(item)
+            onInstanceActivated: (processId) => moduleHost.showInstance(processId)
             onOverflowRequested: root.openOverflowMenu()
         }
 
@@ -258,6 +281,28 @@ Item {
                 action: qsTr("Open printer maintenance")
                 onTriggered: moduleHost.activate(DashboardGlobal.APP_PRINTERMAINTENANCE, root.navName(DashboardGlobal.APP_PRINTERMAINTENANCE))
                 onDismissed: root.firmwareNoticeDismissed = true
+            }
+            NoticeBar {
+                id: stoppedNotice
+                objectName: "stoppedNotice"
+                shown: moduleHost.stopped !== null
+                error: true
+                text: moduleHost.stopped ? qsTr("%1 stopped unexpectedly.").arg(moduleHost.stopped.name) : ""
+                action: qsTr("Start again")
+                onTriggered: {
+                    const stopped = moduleHost.stopped
+                    moduleHost.stopped = null
+                    moduleHost.launch(stopped.appType, stopped.filePath, stopped.name)
+                }
+                onDismissed: moduleHost.stopped = null
+            }
+            NoticeBar {
+                id: openFailureNotice
+                objectName: "openFailureNotice"
+                shown: root.openFailure.length > 0
+                error: true
+                text: qsTr("%1 could not be opened: no program on this computer opens it.").arg(root.openFailure)
+                onDismissed: root.openFailure = ""
             }
             NoticeBar {
                 id: moduleNotice
@@ -289,7 +334,8 @@ Item {
                         Layout.fillWidth: true
                         Accessible.role: Accessible.Heading
                         Accessible.name: text
-                        text: moduleHost.shownName
+                        text: moduleHost.shownFile.length > 0 ? qsTr("%1 \u2014 %2").arg(moduleHost.shownName).arg(moduleHost.shownFile)
+                                                              : moduleHost.shownName
                         color: Theme.text
                         font.pixelSize: Theme.fontSubtitle
                         font.weight: Font.DemiBold
@@ -309,7 +355,7 @@ Item {
                         objectName: "closeModuleButton"
                         glyph: Theme.icons.close
                         text: qsTr("Close %1").arg(moduleHost.shownName)
-                        onClicked: moduleHost.close(moduleHost.shownApp)
+                        onClicked: moduleHost.closeShown()
                     }
                 }
             }
@@ -407,6 +453,37 @@ Item {
         mainWindow: root.mainWindow
         host: root.host
         contentArea: moduleArea
+        names: root.moduleNames()
+    }
+
+    // My Labels follows its folder while it is shown; Recently viewed follows the modules'
+    // view histories.
+    FolderWatch {
+        id: labelWatch
+        objectName: "labelWatch"
+        paths: [homePage.currentFolder, root.host.labelFolder]
+        active: root.page === "home" && homePage.tab === 1 && moduleHost.shownApp === DashboardGlobal.APP_NULL
+        onChanged: homePage.labelList.reload()
+    }
+    FolderWatch {
+        id: historyWatch
+        objectName: "historyWatch"
+        paths: [root.host.historyFolder]
+        active: root.page === "home" && homePage.tab === 0 && moduleHost.shownApp === DashboardGlobal.APP_NULL
+        onChanged: homePage.recentList.reload()
+    }
+
+    // Made when quitting found modules still open (the overlay is made only when needed).
+    Loader {
+        active: root.stillOpenModules.length > 0
+        sourceComponent: QuitQuestion {
+            objectName: "quitQuestion"
+            parent: Overlay.overlay
+            anchors.centerIn: parent
+            width: Math.min(parent.width - 48, 560)
+            modules: root.host.modules
+            stillOpen: root.stillOpenModules
+        }
     }
 
     Component {
@@ -437,6 +514,11 @@ Item {
         }
     }
 
+    Shortcut {
+        sequence: "Ctrl+Q"
+        context: Qt.ApplicationShortcut
+        onActivated: Qt.quit()
+    }
     Shortcut {
         sequence: "Ctrl+F"
         onActivated: {

@@ -1,9 +1,10 @@
 import QtQuick
 import Korvex.Dashboard
 
-// The running modules: starts them, waits for their windows, embeds each in a
-// DashboardAppWindow placed directly in the window's content item over the content area,
-// switches between them and the pages, and forgets a module when its window is gone.
+// The front end's side of the running modules. The host's ModuleRegistry owns them (which
+// process, which file, which window, which state); this makes the DashboardAppWindow item of
+// each module window the registry reports, placed directly in the window's content item over
+// the content area, and turns the registry's reports into the texts the notices show.
 QtObject {
     id: modules
 
@@ -12,121 +13,70 @@ QtObject {
     // The area the module windows cover, a child of an item that fills the window.
     required property Item contentArea
 
-    // appType -> true while the module starts, and while it runs.
-    property var loading: ({})
-    property var running: ({})
-    // { appType, name, processId, item } for each embedded module.
-    property var embedded: []
+    readonly property ModuleRegistry registry: modules.host.modules
+    // appType -> true while a module of that type starts, and while one runs.
+    readonly property var loading: modules.registry ? modules.registry.startingTypes : ({})
+    readonly property var running: modules.registry ? modules.registry.runningTypes : ({})
     // The module shown instead of the pages, APP_NULL for the pages.
-    property int shownApp: DashboardGlobal.APP_NULL
+    property int shownApp: modules.registry ? modules.registry.shownAppType : DashboardGlobal.APP_NULL
+    readonly property string shownFile: modules.registry ? modules.registry.shownFileName : ""
     readonly property string shownName: nameOf(shownApp)
     property string message
-    // appType -> display name, and the start time of each module being started.
+    // The module that ended without being asked: { name, appType, filePath }, or null.
+    property var stopped: null
+    // appType -> display name, in the user's language.
     property var names: ({})
-    property var pendingSince: ({})
 
-    signal moduleShown(int appType)
-    signal moduleGone(int appType)
+    onNamesChanged: if (modules.registry) modules.registry.setDisplayNames(modules.names)
 
     function nameOf(appType) {
         const name = modules.names[appType]
         return name === undefined ? "" : name
     }
-    function setFlag(map, appType, on) {
-        const copy = Object.assign({}, map)
-        if (on)
-            copy[appType] = true
-        else
-            delete copy[appType]
-        return copy
-    }
-    function find(appType) {
-        for (let i = 0; i < modules.embedded.length; ++i) {
-            if (modules.embedded[i].appType === appType)
-                return modules.embedded[i]
-        }
-        return null
-    }
 
     // A module's navigation button: show it when it runs, else start it.
     function activate(appType, name) {
-        if (modules.find(appType)) {
-            modules.show(appType)
-            return
-        }
         modules.launch(appType, "", name)
     }
 
     function launch(appType, filePath, name) {
-        if (name && name.length > 0) {
-            const names = Object.assign({}, modules.names)
-            names[appType] = name
-            modules.names = names
-        }
-        const displayName = modules.nameOf(appType).length > 0 ? modules.nameOf(appType) : modules.mainWindow.getApplicationExec(appType)
-        const program = modules.mainWindow.getApplicationExec(appType)
-        if (!modules.host.programExists(program)) {
-            modules.loading = modules.setFlag(modules.loading, appType, false)
-            modules.message = qsTr("%1 cannot start: its program %2 is not installed.")
-                                .arg(displayName).arg(modules.host.programPath(program))
-            return
-        }
-        if (modules.loading[appType] === true && filePath.length === 0)
+        if (!modules.registry)
             return
         modules.message = ""
-        modules.loading = modules.setFlag(modules.loading, appType, true)
-        const since = Object.assign({}, modules.pendingSince)
-        since[appType] = Date.now()
-        modules.pendingSince = since
-        watchdog.start()
-        if (filePath.length > 0)
-            modules.mainWindow.launchApplication(appType, filePath)
-        else
-            modules.mainWindow.launchApplication(appType)
+        modules.registry.open(appType, filePath)
     }
 
-    // Which started module a ready report is for: by its program or display name, else the
-    // one that has waited longest.
-    function matchReady(appName) {
-        const candidates = [appName, appName + ".exe"]
-        for (let i = 0; i < candidates.length; ++i) {
-            const type = modules.mainWindow.getApplicationType(candidates[i])
-            if (type !== DashboardGlobal.APP_NULL)
-                return type
-        }
-        const wanted = appName.toLowerCase()
-        let oldest = DashboardGlobal.APP_NULL
-        let oldestSince = 0
-        for (const key in modules.pendingSince) {
-            const type = Number(key)
-            const exec = modules.mainWindow.getApplicationExec(type).toLowerCase()
-            if (exec === wanted || exec.replace(/\.exe$/, "") === wanted || modules.nameOf(type).toLowerCase() === wanted)
-                return type
-            if (oldest === DashboardGlobal.APP_NULL || modules.pendingSince[key] < oldestSince) {
-                oldest = type
-                oldestSince = modules.pendingSince[key]
-            }
-        }
-        return oldest
+    function showInstance(processId) {
+        modules.registry.show(processId)
     }
 
-    function stopWaiting(appType) {
-        modules.loading = modules.setFlag(modules.loading, appType, false)
-        const since = Object.assign({}, modules.pendingSince)
-        delete since[appType]
-        modules.pendingSince = since
+    function showPages() {
+        if (modules.registry)
+            modules.registry.showPages()
     }
 
-    function embed(windowId, processId, appName) {
-        const appType = modules.matchReady(appName)
-        modules.stopWaiting(appType)
+    // Closes the shown module when it is of that type, else the first one of that type.
+    function close(appType) {
+        if (!modules.registry)
+            return
+        const pid = modules.registry.shownAppType === appType ? modules.registry.shownProcess
+                                                              : modules.registry.firstOfType(appType)
+        if (pid)
+            modules.registry.close(pid)
+    }
+    function closeShown() {
+        if (modules.registry && modules.registry.shownProcess)
+            modules.registry.close(modules.registry.shownProcess)
+    }
+
+    function embed(processId, windowId, appName, appType) {
         const area = modules.contentArea
         const content = modules.mainWindow.contentItem
         // The item's numbers reach the native window calls unscaled, so on a scaled screen it
         // is laid out in device pixels to cover the area.
         const scale = () => modules.mainWindow.dpiScale > 0 ? modules.mainWindow.dpiScale : 1
         const item = appWindowComponent.createObject(content, {
-            windowId: windowId >>> 0,
+            windowId: windowId,
             windowTitle: appName,
             applicationPath: modules.host.programPath(modules.mainWindow.getApplicationExec(appType)),
             x: Qt.binding(() => area.x * scale()),
@@ -138,62 +88,7 @@ QtObject {
             modules.message = qsTr("%1 started, but its window could not be shown.").arg(appName)
             return
         }
-        item.windowDestroyed.connect(() => modules.forget(item))
-        modules.embedded = modules.embedded.concat([{ appType: appType, name: appName, processId: processId, item: item }])
-        modules.running = modules.setFlag(modules.running, appType, true)
-        if (modules.nameOf(appType).length === 0) {
-            const names = Object.assign({}, modules.names)
-            names[appType] = appName
-            modules.names = names
-        }
-        modules.show(appType)
-    }
-
-    // The module's window is gone and its item deletes itself: drop every reference to it.
-    function forget(item) {
-        let appType = DashboardGlobal.APP_NULL
-        const kept = []
-        for (let i = 0; i < modules.embedded.length; ++i) {
-            if (modules.embedded[i].item === item)
-                appType = modules.embedded[i].appType
-            else
-                kept.push(modules.embedded[i])
-        }
-        modules.embedded = kept
-        if (!modules.find(appType))
-            modules.running = modules.setFlag(modules.running, appType, false)
-        if (modules.shownApp === appType)
-            modules.shownApp = DashboardGlobal.APP_NULL
-        modules.moduleGone(appType)
-    }
-
-    function show(appType) {
-        for (let i = 0; i < modules.embedded.length; ++i) {
-            const entry = modules.embedded[i]
-            if (entry.appType === appType) {
-                entry.item.visible = true
-                entry.item.showApplication()
-            } else {
-                entry.item.hideApplication()
-                entry.item.visible = false
-            }
-        }
-        modules.shownApp = appType
-        modules.moduleShown(appType)
-    }
-
-    function showPages() {
-        for (let i = 0; i < modules.embedded.length; ++i) {
-            modules.embedded[i].item.hideApplication()
-            modules.embedded[i].item.visible = false
-        }
-        modules.shownApp = DashboardGlobal.APP_NULL
-    }
-
-    function close(appType) {
-        const entry = modules.find(appType)
-        if (entry)
-            entry.item.closeApplication()
+        modules.registry.attachWindow(processId, item)
     }
 
     property Component appWindowComponent: Component {
@@ -201,32 +96,17 @@ QtObject {
         DashboardAppWindow {}
     }
 
-    property Timer watchdog: Timer {
-        id: watchdog
-        interval: 250
-        repeat: true
-        onTriggered: {
-            const now = Date.now()
-            let waiting = false
-            for (const key in modules.pendingSince) {
-                const type = Number(key)
-                if (now - modules.pendingSince[key] >= modules.host.moduleStartTimeout) {
-                    modules.stopWaiting(type)
-                    modules.message = qsTr("%1 did not start: its window did not appear within %2 seconds.")
-                                        .arg(modules.nameOf(type)).arg(Math.round(modules.host.moduleStartTimeout / 1000))
-                } else {
-                    waiting = true
-                }
-            }
-            if (!waiting)
-                watchdog.stop()
+    property Connections registryConnection: Connections {
+        target: modules.registry
+        function onWindowReady(processId, windowId, name, appType) {
+            modules.embed(processId, windowId, name, appType)
         }
-    }
-
-    property Connections readyConnection: Connections {
-        target: modules.mainWindow
-        function onApplicationReady(appWId, appProcessId, appName) {
-            modules.embed(appWId, appProcessId, appName)
+        function onStartFailed(text) {
+            modules.message = text
+        }
+        function onModuleStopped(name, appType, filePath) {
+            modules.stopped = { name: modules.nameOf(appType).length > 0 ? modules.nameOf(appType) : name,
+                                appType: appType, filePath: filePath }
         }
     }
 }

@@ -12,12 +12,18 @@ Rectangle {
     // The entry shown as current: a navType, and for modules its appType.
     property int selectedNavType: DashboardGlobal.NAV_HOME
     property int selectedAppType: DashboardGlobal.APP_NULL
+    // The label file of the shown module, empty when it has none.
+    property string selectedFile
+    // The running modules (a ModuleRegistry): a module running with a label file gets an
+    // entry of its own below its module's, named by the file.
+    property var instances: null
     // appType -> true while a module starts / runs.
     property var loadingApps: ({})
     property var runningApps: ({})
     property alias overflowButton: overflowButton
 
     signal activated(var item)
+    signal instanceActivated(var processId)
     signal overflowRequested()
 
     color: Theme.navBackground
@@ -43,7 +49,15 @@ Rectangle {
     function isSelected(item) {
         if (item.navType !== bar.selectedNavType)
             return false
-        return !isModule(item) || item.navAppType === bar.selectedAppType
+        return !isModule(item) || (item.navAppType === bar.selectedAppType && bar.selectedFile.length === 0)
+    }
+    // Scrolls just enough to show an entry reached with the keyboard; an entry the pointer
+    // clicked is already in view, and the bar must not move under the pointer.
+    function reveal(y, height) {
+        if (y < flick.contentY)
+            flick.contentY = Math.max(0, y)
+        else if (y + height > flick.contentY + flick.height)
+            flick.contentY = Math.min(y + height - flick.height, flick.contentHeight - flick.height)
     }
     function isLink(item) {
         return item.navType === DashboardGlobal.NAV_URL_SUPPORT || item.navType === DashboardGlobal.NAV_URL_LIVECHAT
@@ -135,7 +149,30 @@ Rectangle {
                             loading: bar.isModule(entry.modelData) && bar.loadingApps[entry.modelData.navAppType] === true
                             running: bar.isModule(entry.modelData) && bar.runningApps[entry.modelData.navAppType] === true
                             onClicked: bar.activated(entry.modelData)
-                            onActiveFocusChanged: if (activeFocus) flick.contentY = Math.max(0, Math.min(y + entry.y - flick.height / 2, flick.contentHeight - flick.height))
+                            onActiveFocusChanged: if (activeFocus) bar.reveal(y + entry.y, height)
+                        }
+                        Repeater {
+                            model: bar.isModule(entry.modelData) ? bar.instances : null
+                            delegate: NavButton {
+                                id: instanceButton
+                                required property int appType
+                                required property string fileName
+                                required property var processId
+                                required property bool shown
+                                required property int moduleState
+                                objectName: "instance_" + processId
+                                visible: appType === entry.modelData.navAppType && fileName.length > 0
+                                width: parent.width
+                                implicitHeight: visible ? 32 : 0
+                                leftPadding: 22
+                                text: fileName
+                                glyph: Theme.icons.file
+                                selected: shown
+                                loading: moduleState === ModuleRegistry.Starting
+                                running: moduleState !== ModuleRegistry.Starting
+                                onClicked: bar.instanceActivated(processId)
+                                onActiveFocusChanged: if (activeFocus) bar.reveal(y + entry.y, height)
+                            }
                         }
                         NavLink {
                             objectName: visible ? "nav_" + entry.modelData.navType + "_" + entry.modelData.navAppType : ""

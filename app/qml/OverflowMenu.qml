@@ -10,6 +10,13 @@ Menu {
 
     signal chosen(int navType)
 
+    // Its own colours: the style's popup palette does not follow the theme once made.
+    background: Rectangle {
+        implicitWidth: 200
+        color: Theme.surface
+        border.color: Theme.border
+        radius: Theme.radius
+    }
 
     Repeater {
         model: menu.menuModel.meatballsNavItemsList
@@ -21,6 +28,12 @@ Menu {
             Accessible.name: modelData.navName
             // A menu item offers no press action of its own: pressing it is choosing it.
             Accessible.onPressAction: menuItem.triggered()
+            background: Rectangle {
+                implicitWidth: 200
+                implicitHeight: 36
+                radius: Theme.radius
+                color: parent.highlighted ? Theme.surfaceHover : "transparent"
+            }
             contentItem: Row {
                 spacing: Theme.spacing
                 leftPadding: 4

@@ -1,5 +1,6 @@
 #include "host_services.h"
 
+#include <dashboard_settings.h>
 #include <models/dashboard_main.h>
 
 #include <QCoreApplication>
@@ -8,6 +9,7 @@
 #include <QGuiApplication>
 #include <QMetaEnum>
 #include <QPalette>
+#include <QSettings>
 
 HostServices::HostServices(const QString &labelFolder, QObject *parent)
     : QObject(parent), m_labelFolder(labelFolder)
@@ -31,6 +33,15 @@ QString HostServices::liveChatAddress() const
 QString HostServices::feedbackAddress() const
 {
     return DashboardMain::mainSiteAddress() + QStringLiteral("/support/feedback/");
+}
+
+QString HostServices::historyFolder() const
+{
+    // Where QSettings keeps the INI stores of the organisation, user scope.
+    QSettings probe(QSettings::IniFormat, QSettings::UserScope,
+                    QString::fromLatin1(DashboardSettings::ORGANIZATION_NAME),
+                    QStringLiteral("probe"));
+    return QFileInfo(probe.fileName()).absolutePath();
 }
 
 QString HostServices::programPath(const QString &executableName) const

@@ -6,7 +6,11 @@
 #include <QVariantMap>
 #include <QtQml/qqmlregistration.h>
 
+#include "module_registry.h"
+
 #include <functional>
+
+class ModuleRegistry;
 
 // What the front end needs from the program that hosts it and that no dashboard class offers:
 // where its label folder is, whether a module's program is installed, the support addresses,
@@ -22,6 +26,9 @@ class HostServices : public QObject
     Q_PROPERTY(QString liveChatAddress READ liveChatAddress CONSTANT)
     Q_PROPERTY(QString feedbackAddress READ feedbackAddress CONSTANT)
     Q_PROPERTY(QString languageCode READ languageCode NOTIFY languageCodeChanged)
+    Q_PROPERTY(ModuleRegistry *modules READ modules CONSTANT)
+    // Where the modules keep their view histories (one settings file per program).
+    Q_PROPERTY(QString historyFolder READ historyFolder CONSTANT)
 
 public:
     // Milliseconds a started module has to report its window before the front end gives up.
@@ -38,6 +45,10 @@ public:
     QString liveChatAddress() const;
     QString feedbackAddress() const;
     QString languageCode() const { return m_languageCode; }
+    QString historyFolder() const;
+    // The running modules; set by the host before the front end is made.
+    ModuleRegistry *modules() const { return m_modules; }
+    void setModules(ModuleRegistry *modules) { m_modules = modules; }
 
     void setLanguageHandler(LanguageHandler handler) { m_languageHandler = std::move(handler); }
 
@@ -60,4 +71,5 @@ private:
     int m_moduleStartTimeout = DEFAULT_MODULE_START_TIMEOUT;
     QString m_languageCode;
     LanguageHandler m_languageHandler;
+    ModuleRegistry *m_modules = nullptr;
 };

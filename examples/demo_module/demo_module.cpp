@@ -12,6 +12,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QGuiApplication>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QSettings>
 #include <QWindow>
 
@@ -85,9 +87,9 @@ DemoModule::DemoModule(const ModuleCommandLine &commandLine,
     connect(m_client.get(), &ModuleClient::replyReceived, this, &DemoModule::showReply);
     connect(m_client.get(), &ModuleClient::requestTimedOut, this, &DemoModule::showTimeout);
     connect(m_client.get(), &ModuleClient::closeApplicationRequested, this,
-            [this] { closeWindow("CloseApplicationSignal"); });
+            [this] { askBeforeClosing("CloseApplicationSignal"); });
     connect(m_client.get(), &ModuleClient::windowCloseRequested, this,
-            [this] { closeWindow("WM_CLOSE"); });
+            [this] { askBeforeClosing("WM_CLOSE"); });
     // Whether the module has the keyboard, for whoever follows the event log.
     connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, [this](QWindow *window) {
         log(window ? QStringLiteral("focus in") : QStringLiteral("focus out"));
@@ -137,6 +139,8 @@ void DemoModule::configureFromEnvironment()
         setEventLog(QDir(logDir).filePath(QString::number(QCoreApplication::applicationPid())
                                           + QStringLiteral(".log")));
     setOpenOnStart(qEnvironmentVariable("KORVEX_DEMO_MODULE_OPEN"));
+    const QStringList unsaved = qEnvironmentVariable("KORVEX_DEMO_MODULE_UNSAVED").split(QLatin1Char(','));
+    m_window->setUnsavedChanges(unsaved.contains(QLatin1String("1")) || unsaved.contains(applicationName()));
 }
 
 void DemoModule::log(const QString &line)
@@ -274,6 +278,40 @@ void DemoModule::showTimeout(int requestId, const MessageStruct &request)
     Q_UNUSED(requestId);
     //: Demo module: the dashboard did not answer a request
     m_window->setReplyText(tr("%1: no reply from the dashboard.").arg(request.methodName));
+}
+
+void DemoModule::askBeforeClosing(const char *reason)
+{
+    if (!m_window->hasUnsavedChanges()) {
+        closeWindow(reason);
+        return;
+    }
+    if (m_closeQuestion) {
+        // The broadcast and WM_CLOSE of one quit both come here: one question is enough.
+        log(QStringLiteral("close-pending ") + QLatin1String(reason));
+        return;
+    }
+    log(QStringLiteral("close-asked ") + QLatin1String(reason));
+    m_closeQuestion = new QMessageBox(QMessageBox::Warning, m_window->windowTitle(),
+                                      //: Demo module: asked when closing with unsaved changes
+                                      tr("This label has unsaved changes. Close without saving?"),
+                                      QMessageBox::NoButton, m_window.get());
+    m_closeQuestion->setObjectName(QStringLiteral("unsavedQuestion"));
+    m_closeQuestion->setAttribute(Qt::WA_DeleteOnClose);
+    //: Demo module: closes and loses the unsaved changes
+    QPushButton *discard = m_closeQuestion->addButton(tr("Close without saving"), QMessageBox::DestructiveRole);
+    //: Demo module: keeps the module open
+    m_closeQuestion->addButton(tr("Keep open"), QMessageBox::RejectRole);
+    const QByteArray why(reason);
+    connect(m_closeQuestion, &QMessageBox::finished, this, [this, discard, why] {
+        if (m_closeQuestion && m_closeQuestion->clickedButton() == discard) {
+            m_window->setUnsavedChanges(false);
+            closeWindow(why.constData());
+        } else {
+            log(QStringLiteral("close-kept"));
+        }
+    });
+    m_closeQuestion->open();
 }
 
 void DemoModule::closeWindow(const char *reason)

@@ -4,11 +4,13 @@
 #include "module_command_line.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 #include <memory>
 
 class DemoModuleWindow;
+class QMessageBox;
 
 // The demo module: one program that plays any of the suite's modules, chosen by the name it
 // was started under. It shows its window, registers with the dashboard named on its command
@@ -55,7 +57,9 @@ public:
     // A label file the module asks the dashboard to open as soon as it has reported ready,
     // as its open button would; from KORVEX_DEMO_MODULE_OPEN.
     void setOpenOnStart(const QString &path) { m_openOnStart = path; }
-    // Applies the two environment variables above.
+    // Applies the two environment variables above, and KORVEX_DEMO_MODULE_UNSAVED ("1", or a
+    // comma-separated list of executable names), which starts it with unsaved changes (its
+    // "Unsaved changes" box ticked).
     void configureFromEnvironment();
 
 Q_SIGNALS:
@@ -66,6 +70,7 @@ private:
     void showReply(int requestId, const MessageStruct &reply);
     void showTimeout(int requestId, const MessageStruct &request);
     void closeWindow(const char *reason);
+    void askBeforeClosing(const char *reason);
     void log(const QString &line);
 
     ModuleCommandLine m_commandLine;
@@ -74,6 +79,7 @@ private:
     int m_lastRequest = 0;
     QString m_eventLog;
     QString m_openOnStart;
+    QPointer<QMessageBox> m_closeQuestion;
 };
 
 // Text of a value as the demo module shows it.

@@ -1,5 +1,6 @@
 #include "demo_module_window.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QFileDialog>
 #include <QFormLayout>
@@ -71,6 +72,10 @@ DemoModuleWindow::DemoModuleWindow(QWidget *parent) : QWidget(parent)
     //: Demo module: whether it runs in test mode
     details->addRow(tr("Test mode:"), m_testMode);
     layout->addLayout(details);
+    //: Demo module: plays a label with changes that are not saved; closing then asks first
+    m_unsaved = new QCheckBox(tr("Unsaved changes"));
+    m_unsaved->setObjectName(QStringLiteral("unsavedChanges"));
+    layout->addWidget(m_unsaved);
 
     //: Demo module: list of messages the dashboard broadcast
     auto *broadcastBox = new QGroupBox(tr("Broadcasts received"));
@@ -230,4 +235,14 @@ void DemoModuleWindow::browse()
             tr("Label files (*.kxld *.kxlt *.kxcl *.kxaf *.kxnf *.kxaw *.kxam *.kxpm);;All files (*)"));
     if (!path.isEmpty())
         setPathToOpen(path);
+}
+
+bool DemoModuleWindow::hasUnsavedChanges() const
+{
+    return m_unsaved->isChecked();
+}
+
+void DemoModuleWindow::setUnsavedChanges(bool unsaved)
+{
+    m_unsaved->setChecked(unsaved);
 }

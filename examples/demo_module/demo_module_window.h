@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <QWidget>
 
+class QCheckBox;
 class QComboBox;
 class QLabel;
 class QLineEdit;
@@ -48,6 +49,10 @@ public:
     QString requestArgument() const;
     void setRequestArgument(const QString &argument);
 
+    // The label has changes not saved yet: closing asks first.
+    bool hasUnsavedChanges() const;
+    void setUnsavedChanges(bool unsaved);
+
     QStringList broadcasts() const;
     QString replyText() const;
     QString openStatus() const;
@@ -66,6 +71,7 @@ private:
     QLabel *m_fileStatus;
     QLabel *m_printer;
     QLabel *m_testMode;
+    QCheckBox *m_unsaved;
     QListWidget *m_broadcasts;
     QLineEdit *m_path;
     QPushButton *m_browse;

@@ -6,6 +6,18 @@
 #include <QCoreApplication>
 #include <QFileInfo>
 
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KORVEX_LSAN_AVAILABLE 1
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__)
+#define KORVEX_LSAN_AVAILABLE 1
+#endif
+#ifdef KORVEX_LSAN_AVAILABLE
+#include <sanitizer/lsan_interface.h>
+#endif
+
 const QStringList LauncherController::DESIGNER_SUFFIXES = {
     QStringLiteral("kxld"), QStringLiteral("kxlt"), QStringLiteral("kxcl"),
     QStringLiteral("kxaf"), QStringLiteral("kxnf"),
@@ -210,6 +222,44 @@ void LauncherController::startApplicationProcess(DashboardGlobal::ApplicationTyp
              qUtf8Printable(arguments.join(QLatin1Char(' '))));
     process->start(LauncherPrivate::moduleProgram(workingDirectory, executable), arguments,
                    QIODevice::ReadWrite);
+
+    const qint64 pid = process->processId();
+    if (pid == 0)
+        return;
+    // The id is gone once the process has ended, so it is kept for the end's report.
+    connect(process, &QProcess::finished, this, [this, pid](int exitCode, QProcess::ExitStatus status) {
+        Q_EMIT applicationFinished(pid, exitCode, status == QProcess::CrashExit);
+    });
+    connect(process, &QProcess::errorOccurred, this, [this, pid](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart)
+            Q_EMIT applicationFinished(pid, -1, true);
+    });
+    // The label file is the last argument of the modules that take one; the others end with
+    // the printer or test-mode argument, which start with "--", or with the window id.
+    QString filePath;
+    if ((appType == DashboardGlobal::APP_LABELDESIGNER || appType == DashboardGlobal::APP_PIPEMARKING)
+        && arguments.size() > 3 && !arguments.last().startsWith(QLatin1String("--")))
+        filePath = arguments.last();
+    Q_EMIT applicationStarting(pid, appType, filePath);
+}
+
+bool LauncherController::leaveRunning(qint64 processId)
+{
+    const QList<QProcess *> processes = findChildren<QProcess *>(QString(), Qt::FindDirectChildrenOnly);
+    for (QProcess *process : processes) {
+        if (process->processId() != processId || process->state() == QProcess::NotRunning)
+            continue;
+        KX_DEBUG(lcLauncher, "Leaving module %lld running on its own", processId);
+        disconnect(process, nullptr, this, nullptr);
+        process->disconnect();
+        m_startedProcesses.remove(process);
+        process->setParent(nullptr);
+#ifdef KORVEX_LSAN_AVAILABLE
+        __lsan_ignore_object(process);
+#endif
+        return true;
+    }
+    return false;
 }
 
 void LauncherController::onProcessStateChanged(QProcess::ProcessState newState)

@@ -29,6 +29,13 @@ public:
 Q_SIGNALS:
     void fileNotSupportedSignal(QString path);
     void applicationClosed(qint64 processId);
+    // A module process was started (it has an id); filePath is the label file it was given,
+    // empty when none.
+    void applicationStarting(qint64 processId, DashboardGlobal::ApplicationType appType,
+                             const QString &filePath);
+    // A started module process ended, or its program could not be run (crashed true, exit
+    // code -1). processId is the id it had while it ran.
+    void applicationFinished(qint64 processId, int exitCode, bool crashed);
 
 public Q_SLOTS:
     void launchLabelFile(QString filePath);
@@ -39,6 +46,10 @@ public Q_SLOTS:
     DashboardGlobal::ApplicationType getApplicationType(QString appExec);
     DashboardGlobal::ApplicationType getFileArgumentApplicationType(QString filePath);
     void updateActiveDefaultPrinter(QString activeDefaultPrinter, bool isQV);
+    // Lets a running module outlive the launcher: it is no longer followed and is never
+    // closed or killed by the launcher (its QProcess is left undeleted on purpose, since
+    // deleting a QProcess kills its process). False when no running module has that id.
+    bool leaveRunning(qint64 processId);
 
 private Q_SLOTS:
     void launchLabelEditor(QString fileName = QString());

@@ -1,0 +1,132 @@
+#include "launch_forwarding.h"
+
+#include <QFile>
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+class tst_LaunchForwarding : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+
+    void firstLaunchFindsNobody();
+    void secondLaunchHandsOverItsFiles_data();
+    void secondLaunchHandsOverItsFiles();
+    void socketOfADeadDashboardIsTakenOver();
+    void garbageIsRefused();
+    void oversizedRequestIsDropped();
+
+private:
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QString m_name;
+};
+
+void tst_LaunchForwarding::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+    m_name = m_dir->filePath(QStringLiteral("dashboard.socket"));
+}
+
+void tst_LaunchForwarding::firstLaunchFindsNobody()
+{
+    LaunchForwarding first(m_name);
+    QVERIFY(!first.forward({ QStringLiteral("/labels/a.kxld") }, 1000));
+    QVERIFY(first.listen());
+}
+
+void tst_LaunchForwarding::secondLaunchHandsOverItsFiles_data()
+{
+    QTest::addColumn<QStringList>("files");
+    QTest::newRow("none: to the front only") << QStringList();
+    QTest::newRow("one") << QStringList{ QStringLiteral("/labels/Plan A.kxld") };
+    QTest::newRow("two, not ASCII") << QStringList{ QStringLiteral("/labels/Über.kxld"), QStringLiteral("/labels/b.kxpm") };
+}
+
+void tst_LaunchForwarding::secondLaunchHandsOverItsFiles()
+{
+    QFETCH(QStringList, files);
+    LaunchForwarding running(m_name);
+    QVERIFY(running.listen());
+    QSignalSpy launched(&running, &LaunchForwarding::launched);
+    // The second launch blocks on its socket; the running one answers from its event loop,
+    // so the second runs in a thread of its own here.
+    bool handedOver = false;
+    QThread *second = QThread::create([&] {
+        LaunchForwarding launch(m_name);
+        handedOver = launch.forward(files, 10000);
+    });
+    second->start();
+    QTRY_COMPARE(launched.count(), 1);
+    QVERIFY(second->wait(15000));
+    delete second;
+    QVERIFY(handedOver);
+    QCOMPARE(launched.at(0).at(0).toStringList(), files);
+}
+
+void tst_LaunchForwarding::socketOfADeadDashboardIsTakenOver()
+{
+    // A file left at the socket's place that nobody listens on, as a killed dashboard
+    // leaves its socket.
+    QFile stale(m_name);
+    QVERIFY(stale.open(QIODevice::WriteOnly));
+    stale.close();
+    LaunchForwarding next(m_name);
+    QVERIFY(!next.forward({}, 1000));
+    QVERIFY(next.listen());
+}
+
+void tst_LaunchForwarding::garbageIsRefused()
+{
+    LaunchForwarding running(m_name);
+    QVERIFY(running.listen());
+    QSignalSpy launched(&running, &LaunchForwarding::launched);
+    QByteArray answer;
+    QThread *sender = QThread::create([&] {
+        QLocalSocket socket;
+        socket.connectToServer(m_name);
+        if (!socket.waitForConnected(5000))
+            return;
+        socket.write(QByteArray("\x00\x00\x00\x04" "junk", 8));
+        socket.waitForBytesWritten(5000);
+        if (socket.waitForReadyRead(10000))
+            answer = socket.readAll();
+    });
+    sender->start();
+    QTRY_VERIFY(sender->isFinished());
+    QVERIFY(sender->wait());
+    delete sender;
+    QCOMPARE(answer, QByteArray("0"));
+    QCOMPARE(launched.count(), 0);
+}
+
+void tst_LaunchForwarding::oversizedRequestIsDropped()
+{
+    LaunchForwarding running(m_name);
+    QVERIFY(running.listen());
+    QSignalSpy launched(&running, &LaunchForwarding::launched);
+    bool closed = false;
+    QThread *sender = QThread::create([&] {
+        QLocalSocket socket;
+        socket.connectToServer(m_name);
+        if (!socket.waitForConnected(5000))
+            return;
+        socket.write(QByteArray("\x7f\xff\xff\xff", 4));
+        socket.waitForBytesWritten(5000);
+        closed = socket.waitForDisconnected(10000) || socket.state() == QLocalSocket::UnconnectedState;
+    });
+    sender->start();
+    QTRY_VERIFY(sender->isFinished());
+    QVERIFY(sender->wait());
+    delete sender;
+    QVERIFY(closed);
+    QCOMPARE(launched.count(), 0);
+}
+
+QTEST_GUILESS_MAIN(tst_LaunchForwarding)
+#include "tst_launchforwarding.moc"
