@@ -166,6 +166,7 @@ bool DashboardHost::start(const Options &options)
     m_services->setLanguageHandler([this](const QString &code) { applyLanguage(code); });
 
     m_modules = new ModuleRegistry(m_window->launcher(), m_window->messagingHelper());
+    m_modules->takeReadyReportsFrom(m_window.get());
     m_modules->setStartTimeout(m_services->moduleStartTimeout());
     bool ok = false;
     const int quitWait = qEnvironmentVariableIntValue("KORVEX_QUIT_WAIT_MS", &ok);

@@ -32,7 +32,7 @@ Menu {
                 implicitWidth: 200
                 implicitHeight: 36
                 radius: Theme.radius
-                color: parent.highlighted ? Theme.surfaceHover : "transparent"
+                color: menuItem.highlighted ? Theme.surfaceHover : "transparent"
             }
             contentItem: Row {
                 spacing: Theme.spacing

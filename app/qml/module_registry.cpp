@@ -1,5 +1,7 @@
 #include "module_registry.h"
 
+#include <dashboard_main_window.h>
+
 #include <Controllers/launcher_controller.h>
 #include <Controllers/qvipchelper_win32.h>
 #include <dashboard_app_window.h>
@@ -33,11 +35,19 @@ ModuleRegistry::ModuleRegistry(LauncherController *launcher, QVIPCHelper_win32 *
     m_startWatch.setInterval(250);
     connect(&m_startWatch, &QTimer::timeout, this, &ModuleRegistry::checkStarting);
     if (launcher) {
-        connect(launcher, &LauncherController::applicationStarting, this, &ModuleRegistry::onStarting);
-        connect(launcher, &LauncherController::applicationFinished, this, &ModuleRegistry::onFinished);
+        connect(launcher->processEvents(), &LauncherProcessEvents::applicationStarting, this, &ModuleRegistry::onStarting);
+        connect(launcher->processEvents(), &LauncherProcessEvents::applicationFinished, this, &ModuleRegistry::onFinished);
     }
     if (messaging)
         connect(messaging, &QVIPCHelper_win32::applicationReady, this, &ModuleRegistry::onReady);
+}
+
+void ModuleRegistry::takeReadyReportsFrom(DashboardMainWindow *window)
+{
+    if (m_messaging)
+        disconnect(m_messaging, &QVIPCHelper_win32::applicationReady, this, &ModuleRegistry::onReady);
+    if (window)
+        connect(window, &DashboardMainWindow::applicationReady, this, &ModuleRegistry::onReady);
 }
 
 ModuleRegistry::~ModuleRegistry()

@@ -14,6 +14,7 @@
 #include <QtQml/qqmlregistration.h>
 
 class DashboardAppWindow;
+class DashboardMainWindow;
 class LauncherController;
 class QQuickItem;
 class QVIPCHelper_win32;
@@ -32,7 +33,8 @@ class ModuleRegistry : public QAbstractListModel
     QML_ELEMENT
     QML_UNCREATABLE("The host owns the running modules.")
     Q_PROPERTY(int count READ rowCount NOTIFY countChanged)
-    Q_PROPERTY(qint64 shownProcess READ shownProcess NOTIFY shownChanged)
+    // A number QML knows: process ids fit a double exactly.
+    Q_PROPERTY(double shownProcess READ shownProcessNumber NOTIFY shownChanged)
     Q_PROPERTY(int shownAppType READ shownAppType NOTIFY shownChanged)
     Q_PROPERTY(QString shownFileName READ shownFileName NOTIFY shownChanged)
     // appType -> true, for the side bar's busy and running marks.
@@ -67,12 +69,16 @@ public:
     ModuleRegistry(LauncherController *launcher, QVIPCHelper_win32 *messaging,
                    QObject *parent = nullptr);
     ~ModuleRegistry() override;
+    // Takes ready reports from the main window's applicationReady (which re-emits the
+    // messaging helper's) instead of the helper's: the front end's own path.
+    void takeReadyReportsFrom(DashboardMainWindow *window);
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
     QHash<int, QByteArray> roleNames() const override;
 
     qint64 shownProcess() const { return m_shown; }
+    double shownProcessNumber() const { return double(m_shown); }
     int shownAppType() const;
     QString shownFileName() const;
     QVariantMap startingTypes() const;

@@ -27,7 +27,8 @@ const QStringList LauncherController::PIPE_SUFFIXES = {
     QStringLiteral("kxaw"), QStringLiteral("kxam"), QStringLiteral("kxpm"),
 };
 
-LauncherController::LauncherController(QObject *parent) : QObject(parent)
+LauncherController::LauncherController(QObject *parent)
+    : QObject(parent), m_events(new LauncherProcessEvents(this))
 {
     initApplicationTypes();
 }
@@ -228,11 +229,11 @@ void LauncherController::startApplicationProcess(DashboardGlobal::ApplicationTyp
         return;
     // The id is gone once the process has ended, so it is kept for the end's report.
     connect(process, &QProcess::finished, this, [this, pid](int exitCode, QProcess::ExitStatus status) {
-        Q_EMIT applicationFinished(pid, exitCode, status == QProcess::CrashExit);
+        Q_EMIT m_events->applicationFinished(pid, exitCode, status == QProcess::CrashExit);
     });
     connect(process, &QProcess::errorOccurred, this, [this, pid](QProcess::ProcessError error) {
         if (error == QProcess::FailedToStart)
-            Q_EMIT applicationFinished(pid, -1, true);
+            Q_EMIT m_events->applicationFinished(pid, -1, true);
     });
     // The label file is the last argument of the modules that take one; the others end with
     // the printer or test-mode argument, which start with "--", or with the window id.
@@ -240,7 +241,7 @@ void LauncherController::startApplicationProcess(DashboardGlobal::ApplicationTyp
     if ((appType == DashboardGlobal::APP_LABELDESIGNER || appType == DashboardGlobal::APP_PIPEMARKING)
         && arguments.size() > 3 && !arguments.last().startsWith(QLatin1String("--")))
         filePath = arguments.last();
-    Q_EMIT applicationStarting(pid, appType, filePath);
+    Q_EMIT m_events->applicationStarting(pid, appType, filePath);
 }
 
 bool LauncherController::leaveRunning(qint64 processId)

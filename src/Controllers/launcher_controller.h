@@ -11,6 +11,25 @@
 #include <QString>
 #include <QStringList>
 
+// What happens to the module processes a launcher starts, for the host's own bookkeeping of
+// running modules; kept apart from the launcher's QML-facing interface.
+class KORVEXDASHBOARD_EXPORT LauncherProcessEvents : public QObject
+{
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+Q_SIGNALS:
+    // A module process was started (it has an id); filePath is the label file it was given,
+    // empty when none.
+    void applicationStarting(qint64 processId, DashboardGlobal::ApplicationType appType,
+                             const QString &filePath);
+    // A started module process ended, or its program could not be run (crashed true, exit
+    // code -1). processId is the id it had while it ran.
+    void applicationFinished(qint64 processId, int exitCode, bool crashed);
+};
+
 // Starts the suite's module programs with the command line that tells them they run inside
 // the dashboard, and maps label files to the module that opens them.
 class KORVEXDASHBOARD_EXPORT LauncherController : public QObject
@@ -26,16 +45,15 @@ public:
     static const QStringList DESIGNER_SUFFIXES;
     static const QStringList PIPE_SUFFIXES;
 
+    LauncherProcessEvents *processEvents() const { return m_events; }
+    // Lets a running module outlive the launcher: it is no longer followed and is never
+    // closed or killed by the launcher (its QProcess is left undeleted on purpose, since
+    // deleting a QProcess kills its process). False when no running module has that id.
+    bool leaveRunning(qint64 processId);
+
 Q_SIGNALS:
     void fileNotSupportedSignal(QString path);
     void applicationClosed(qint64 processId);
-    // A module process was started (it has an id); filePath is the label file it was given,
-    // empty when none.
-    void applicationStarting(qint64 processId, DashboardGlobal::ApplicationType appType,
-                             const QString &filePath);
-    // A started module process ended, or its program could not be run (crashed true, exit
-    // code -1). processId is the id it had while it ran.
-    void applicationFinished(qint64 processId, int exitCode, bool crashed);
 
 public Q_SLOTS:
     void launchLabelFile(QString filePath);
@@ -46,10 +64,6 @@ public Q_SLOTS:
     DashboardGlobal::ApplicationType getApplicationType(QString appExec);
     DashboardGlobal::ApplicationType getFileArgumentApplicationType(QString filePath);
     void updateActiveDefaultPrinter(QString activeDefaultPrinter, bool isQV);
-    // Lets a running module outlive the launcher: it is no longer followed and is never
-    // closed or killed by the launcher (its QProcess is left undeleted on purpose, since
-    // deleting a QProcess kills its process). False when no running module has that id.
-    bool leaveRunning(qint64 processId);
 
 private Q_SLOTS:
     void launchLabelEditor(QString fileName = QString());
@@ -69,6 +83,7 @@ private:
     QStringList moduleArguments(bool withPrinter, bool withTestMode,
                                 const QString &fileName = QString()) const;
 
+    LauncherProcessEvents *m_events;
     QList<QProcess *> m_processList;
     bool m_testModeEnabled = false;
     int m_dashboardWId = 0;

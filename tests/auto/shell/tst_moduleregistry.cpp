@@ -133,7 +133,7 @@ QString tst_ModuleRegistry::labelFile(const QString &name)
 
 void tst_ModuleRegistry::repeatedOpenStartsOneProcess()
 {
-    QSignalSpy started(m_launcher.get(), &LauncherController::applicationStarting);
+    QSignalSpy started(m_launcher->processEvents(), &LauncherProcessEvents::applicationStarting);
     const qint64 first = m_registry->open(G::APP_ARCFLASH);
     QVERIFY(first > 0);
     // A double-click, and a third click while it still starts.
@@ -249,7 +249,7 @@ void tst_ModuleRegistry::missingProgramIsReported()
     QVERIFY(QFile::remove(program));
     m_registry->setDisplayNames({ { QString::number(G::APP_SYMBOLCREATOR), QStringLiteral("Symbol Creator") } });
     QSignalSpy failed(m_registry.get(), &ModuleRegistry::startFailed);
-    QSignalSpy started(m_launcher.get(), &LauncherController::applicationStarting);
+    QSignalSpy started(m_launcher->processEvents(), &LauncherProcessEvents::applicationStarting);
     QCOMPARE(m_registry->open(G::APP_SYMBOLCREATOR), 0);
     QCOMPARE(failed.count(), 1);
     QCOMPARE(failed.at(0).at(0).toString(),
@@ -367,7 +367,7 @@ void tst_ModuleRegistry::openWhileQuittingStartsNothing()
     m_registry->setQuitWait(60000);
     const qint64 pid = m_registry->open(G::APP_ARCFLASH);
     m_registry->requestQuit();
-    QSignalSpy started(m_launcher.get(), &LauncherController::applicationStarting);
+    QSignalSpy started(m_launcher->processEvents(), &LauncherProcessEvents::applicationStarting);
     QCOMPARE(m_registry->open(G::APP_NFPA), 0);
     QCOMPARE(started.count(), 0);
     QVERIFY(::kill(pid_t(pid), SIGKILL) == 0);
