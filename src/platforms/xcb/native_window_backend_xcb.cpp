@@ -170,7 +170,6 @@ struct XcbNativeWindowBackend::Private
     xcb_atom_t atomMotifHints = XCB_NONE;
     xcb_atom_t atomWmState = XCB_NONE;
     xcb_atom_t atomXEmbed = XCB_NONE;
-    xcb_atom_t atomNetWmPid = XCB_NONE;
 
     std::unordered_map<xcb_window_t, WindowRecord> windows;
     std::unordered_map<xcb_window_t, PendingCopy> pending; // by carrier
@@ -1000,8 +999,7 @@ XcbNativeWindowBackend::XcbNativeWindowBackend(const char *displayName) : d(new 
                 { "WM_DELETE_WINDOW", &d->atomDeleteWindow },
                 { "_MOTIF_WM_HINTS", &d->atomMotifHints },
                 { "WM_STATE", &d->atomWmState },
-                { "_XEMBED", &d->atomXEmbed },
-                { "_NET_WM_PID", &d->atomNetWmPid } });
+                { "_XEMBED", &d->atomXEmbed } });
 
     // Receipts and window ends arrive between calls; a Qt event loop takes them as they come.
     if (QCoreApplication::instance()
