@@ -137,6 +137,9 @@ struct XcbNativeWindowBackend::Private
         LongPtr style = 0;
         LongPtr exStyle = 0;
         bool ours = false; // created by this backend: WM_CLOSE destroys it
+        // Whether the style this process last read or wrote had WS_VISIBLE: 1, 0, or -1 when
+        // it never looked. Another process may map the window between a read and a write.
+        int visibleSeen = -1;
     };
     struct PendingCopy
     {
@@ -1157,7 +1160,12 @@ WindowHandle XcbNativeWindowBackend::setParent(WindowHandle child, WindowHandle 
 LongPtr XcbNativeWindowBackend::getWindowLongPtr(WindowHandle window, int index)
 {
     bool alive = false;
-    return d->styleOf(window, index, &alive);
+    const LongPtr style = d->styleOf(window, index, &alive);
+    if (alive && index == GwlStyle) {
+        if (Private::WindowRecord *record = d->record(xcb_window_t(window), false))
+            record->visibleSeen = (style & WsVisible) ? 1 : 0;
+    }
+    return style;
 }
 
 LongPtr XcbNativeWindowBackend::setWindowLongPtr(WindowHandle window, int index, LongPtr newLong)
@@ -1175,7 +1183,13 @@ LongPtr XcbNativeWindowBackend::setWindowLongPtr(WindowHandle window, int index,
     const xcb_window_t w = xcb_window_t(window);
     if ((previous ^ newLong) & FRAME_STYLES)
         d->writeFrame(w, newLong);
-    if ((previous ^ newLong) & WsVisible) {
+    // A read-modify-write changes visibility only when the caller changed the bit: a module
+    // that maps its window between our read and our write keeps it mapped.
+    const bool callerSawVisible = record->visibleSeen >= 0 ? record->visibleSeen == 1
+                                                           : bool(previous & WsVisible);
+    record->visibleSeen = (newLong & WsVisible) ? 1 : 0;
+    if (callerSawVisible != bool(newLong & WsVisible)
+        && bool(previous & WsVisible) != bool(newLong & WsVisible)) {
         if (newLong & WsVisible)
             xcb_map_window(d->connection, w);
         else

@@ -60,6 +60,14 @@ struct Raw : RawClient
         std::free(reply);
         return w;
     }
+    bool mapped(xcb_window_t w)
+    {
+        xcb_get_window_attributes_reply_t *reply = xcb_get_window_attributes_reply(
+                c(), xcb_get_window_attributes(c(), w), nullptr);
+        const bool result = reply && reply->map_state != XCB_MAP_STATE_UNMAPPED;
+        std::free(reply);
+        return result;
+    }
     QSize size(xcb_window_t w)
     {
         xcb_get_geometry_reply_t *reply =
@@ -107,6 +115,7 @@ private Q_SLOTS:
     void windowNeverShownNeedsNoManager();
     void embeddedWindowIsToldItsEmbedder();
     void embeddedWindowKeepsFillingItsContainer();
+    void windowShownBetweenStyleReadAndWriteStaysShown();
     void keyboardGoesInAndComesBack();
     void clickIntoTheContainerIsReportedAndPassedOn();
     void handOnKeysAreReported();
@@ -276,6 +285,36 @@ void tst_XcbEmbeddingX11::embeddedWindowKeepsFillingItsContainer()
     xcb_configure_window(m_raw->c(), window, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, small);
     xcb_flush(m_raw->c());
     QTRY_COMPARE_WITH_TIMEOUT(m_raw->size(window), QSize(400, 300), WAIT_MS);
+}
+
+// The embedder reads the module's style, clears the frame bits and writes it back, while the
+// module, told it is embedded, maps its window: the write must not undo the module's map.
+void tst_XcbEmbeddingX11::windowShownBetweenStyleReadAndWriteStaysShown()
+{
+    const xcb_window_t window = m_raw->topLevel(XCB_EVENT_MASK_STRUCTURE_NOTIFY);
+    m_raw->sync();
+    QVERIFY(m_backend->setParent(window, m_container) != 0);
+    const LongPtr style = m_backend->getWindowLongPtr(window, GwlStyle);
+    QVERIFY(!(style & WsVisible));
+    xcb_map_window(m_raw->c(), window);
+    m_raw->sync();
+    m_backend->setWindowLongPtr(window, GwlStyle, style & ~LongPtr(WsCaption | WsThickFrame));
+    m_backend->isWindow(window); // a round trip: the write has reached the server
+    QVERIFY(m_raw->mapped(window));
+    m_raw->sync();
+    while (xcb_generic_event_t *event = xcb_poll_for_event(m_raw->c())) {
+        const bool unmapped = (event->response_type & 0x7f) == XCB_UNMAP_NOTIFY
+                && reinterpret_cast<const xcb_unmap_notify_event_t *>(event)->window == window;
+        std::free(event);
+        QVERIFY2(!unmapped, "the style write unmapped the window");
+    }
+
+    // Clearing the bit the caller saw set still hides the window.
+    const LongPtr shown = m_backend->getWindowLongPtr(window, GwlStyle);
+    QVERIFY(shown & WsVisible);
+    m_backend->setWindowLongPtr(window, GwlStyle, shown & ~LongPtr(WsVisible));
+    m_backend->isWindow(window);
+    QVERIFY(!m_raw->mapped(window));
 }
 
 void tst_XcbEmbeddingX11::keyboardGoesInAndComesBack()
