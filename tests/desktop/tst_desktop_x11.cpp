@@ -24,6 +24,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
@@ -42,6 +43,10 @@ constexpr int TOOL_TIMEOUT_MS = 20000;
 constexpr int HOLD_MS = 2000;
 const char DEFAULT_ROWS[] = "openbox";
 constexpr int DEFAULT_CYCLES = 1;
+// What QtTest's watchdog allows a row and each cycle of all modules in it: far more than they
+// take (under a minute for a row, half a minute for a cycle), less than a hung run would.
+constexpr qint64 ROW_BUDGET_MS = 240000;
+constexpr qint64 CYCLE_BUDGET_MS = 120000;
 
 struct WindowManager
 {
@@ -49,7 +54,24 @@ struct WindowManager
     const char *program; // looked up in PATH; the row skips without it
     QStringList arguments;
     bool inSession;      // needs a D-Bus session of its own
+    // Writes what the manager needs in the home it runs with, or nullptr.
+    bool (*prepareHome)(const QDir &home) = nullptr;
 };
+
+// Fluxbox sets its style's wallpaper with a helper that, missing an image tool, opens an error
+// window over the desktop; a desktop set up by its user has none.
+bool fluxboxWithoutWallpaper(const QDir &home)
+{
+    if (!home.mkpath(QStringLiteral(".fluxbox")))
+        return false;
+    QFile overlay(home.filePath(QStringLiteral(".fluxbox/overlay")));
+    QFile init(home.filePath(QStringLiteral(".fluxbox/init")));
+    if (!overlay.open(QIODevice::WriteOnly) || !init.open(QIODevice::WriteOnly))
+        return false;
+    overlay.write("background: unset\n");
+    init.write("session.styleOverlay: " + QFile::encodeName(overlay.fileName()) + '\n');
+    return overlay.flush() && init.flush();
+}
 
 QList<WindowManager> windowManagers()
 {
@@ -58,10 +80,37 @@ QList<WindowManager> windowManagers()
         { "openbox", "openbox", { QStringLiteral("--sm-disable") }, false },
         { "xfwm4", "xfwm4", { QStringLiteral("--compositor=off"), QStringLiteral("--sm-client-disable") }, false },
         { "metacity", "metacity", { QStringLiteral("--sm-disable"), QStringLiteral("--replace") }, false },
-        { "fluxbox", "fluxbox", {}, false },
+        { "fluxbox", "fluxbox", {}, false, fluxboxWithoutWallpaper },
         { "mutter", "mutter", { QStringLiteral("--x11"), QStringLiteral("--replace"), QStringLiteral("--sm-disable") }, true },
         { "kwin_x11", "kwin_x11", { QStringLiteral("--replace") }, true },
     };
+}
+
+bool rowWanted(const WindowManager &manager)
+{
+    const QString wanted = qEnvironmentVariableIsSet("KORVEX_DESKTOP_WMS")
+            ? qEnvironmentVariable("KORVEX_DESKTOP_WMS")
+            : QString::fromLatin1(DEFAULT_ROWS);
+    return wanted == QLatin1String("all")
+            || wanted.split(u',', Qt::SkipEmptyParts).contains(QLatin1String(manager.name));
+}
+
+int cyclesWanted()
+{
+    return qEnvironmentVariableIsSet("KORVEX_DESKTOP_CYCLES")
+            ? qEnvironmentVariableIntValue("KORVEX_DESKTOP_CYCLES")
+            : DEFAULT_CYCLES;
+}
+
+// QtTest's watchdog covers all rows of a function together: room for every row asked for.
+void setWatchdogForTheRows()
+{
+    if (qEnvironmentVariableIsSet("QTEST_FUNCTION_TIMEOUT"))
+        return;
+    const QList<WindowManager> managers = windowManagers();
+    const auto rows = std::count_if(managers.cbegin(), managers.cend(), rowWanted);
+    const qint64 perRow = ROW_BUDGET_MS + qint64(cyclesWanted()) * CYCLE_BUDGET_MS;
+    qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number(qMax<qint64>(1, rows) * perRow));
 }
 
 bool runTool(const QString &program, const QStringList &arguments, QString *out = nullptr)
@@ -241,13 +290,9 @@ void tst_DesktopX11::cleanup()
 void tst_DesktopX11::modulesHoldUnderTheWindowManager_data()
 {
     QTest::addColumn<int>("manager");
-    const QString wanted = qEnvironmentVariableIsSet("KORVEX_DESKTOP_WMS")
-            ? qEnvironmentVariable("KORVEX_DESKTOP_WMS")
-            : QString::fromLatin1(DEFAULT_ROWS);
-    const QStringList rows = wanted.split(u',', Qt::SkipEmptyParts);
     const QList<WindowManager> managers = windowManagers();
     for (int i = 0; i < managers.size(); ++i) {
-        if (wanted == QLatin1String("all") || rows.contains(QLatin1String(managers[i].name)))
+        if (rowWanted(managers[i]))
             QTest::newRow(managers[i].name) << i;
     }
 }
@@ -264,10 +309,7 @@ void tst_DesktopX11::modulesHoldUnderTheWindowManager()
 
     const QList<Module> modules = modulesOfTheBar();
     QCOMPARE(modules.size(), 8);
-    const int cycles = qEnvironmentVariableIsSet("KORVEX_DESKTOP_CYCLES")
-            ? qEnvironmentVariableIntValue("KORVEX_DESKTOP_CYCLES")
-            : DEFAULT_CYCLES;
-
+    const int cycles = cyclesWanted();
     for (const Module &module : modules) {
         xcb_window_t window = XCB_NONE;
         qint64 pid = 0;
@@ -295,6 +337,7 @@ void tst_DesktopX11::startWindowManager(const WindowManager &manager)
     QVERIFY(!m_display->windowManagerRuns());
     if (!manager.program)
         return;
+    QVERIFY(!manager.prepareHome || manager.prepareHome(QDir(m_home.path())));
     m_windowManager = std::make_unique<QProcess>();
     QProcessEnvironment environment = m_environment;
     environment.insert(QStringLiteral("HOME"), m_home.path());
@@ -763,6 +806,7 @@ int main(int argc, char **argv)
     // The test's own copy of the front end must not show on the display the test drives.
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("QT_QUICK_BACKEND", "software");
+    setWatchdogForTheRows();
     QGuiApplication app(argc, argv);
     tst_DesktopX11 test(environment);
     return QTest::qExec(&test, argc, argv);
