@@ -4,11 +4,13 @@
 #include "label_folder.h"
 #include "launch_forwarding.h"
 #include "module_registry.h"
+#include "platform_choice.h"
 #include "quit_signals.h"
 #include "start_shell.h"
 
 #include <Controllers/dashboard_settings_controller.h>
 #include <dashboard_main_window.h>
+#include <native_window_system.h>
 #include <locale/qvlocale_languages.h>
 
 #include <logging/cute_logger.h>
@@ -20,6 +22,7 @@
 #include <QFileInfo>
 #include <QEvent>
 #include <QFontDatabase>
+#include <QGuiApplication>
 #include <QLibraryInfo>
 #include <QLocale>
 #include <QQmlComponent>
@@ -168,6 +171,8 @@ bool DashboardHost::start(const Options &options)
     m_modules = new ModuleRegistry(m_window->launcher(), m_window->messagingHelper());
     m_modules->takeReadyReportsFrom(m_window.get());
     m_modules->setStartTimeout(m_services->moduleStartTimeout());
+    m_modules->setModulesInOwnWindows(PlatformChoice::modulesOpenInOwnWindows(
+            QGuiApplication::platformName().toLatin1(), NativeWindowSystem::backend()->name()));
     bool ok = false;
     const int quitWait = qEnvironmentVariableIntValue("KORVEX_QUIT_WAIT_MS", &ok);
     if (ok && quitWait >= 0)

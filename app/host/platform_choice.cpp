@@ -20,6 +20,13 @@ QByteArray platformFor(const Environment &environment, const QList<QByteArray> &
     return {};
 }
 
+bool modulesOpenInOwnWindows(const QByteArray &platformName, const QByteArray &backendName)
+{
+    // Nobody looks at an offscreen or minimal window, and nothing opens in one.
+    const bool seen = platformName != "offscreen" && platformName != "minimal";
+    return seen && backendName == "none";
+}
+
 void apply(int argc, char **argv)
 {
     Environment environment;

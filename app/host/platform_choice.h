@@ -21,6 +21,10 @@ struct Environment
 // program's, for "-platform".
 QByteArray platformFor(const Environment &environment, const QList<QByteArray> &arguments);
 
+// Whether modules open in windows of their own: the Qt platform draws on a desktop the user
+// sees, and the native-window backend chosen for it ("xcb", "win32", "none") embeds nothing.
+bool modulesOpenInOwnWindows(const QByteArray &platformName, const QByteArray &backendName);
+
 // Reads the process environment and sets QT_QPA_PLATFORM when platformFor says so. Call before
 // the application object exists.
 void apply(int argc, char **argv);

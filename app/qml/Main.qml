@@ -37,6 +37,9 @@ Item {
     readonly property alias license: license
     property bool updateNoticeDismissed: false
     property bool firmwareNoticeDismissed: false
+    // Where modules cannot be embedded, the first module started brings a notice; once.
+    property bool ownWindowsNoticeDue: false
+    property bool ownWindowsNoticeDismissed: false
     // Settings chosen in the overflow menu gets focus once the menu has given it back.
     property bool focusPageAfterMenu: false
     // The modules still open when quitting has waited for them.
@@ -303,6 +306,20 @@ Item {
                 error: true
                 text: qsTr("%1 could not be opened: no program on this computer opens it.").arg(root.openFailure)
                 onDismissed: root.openFailure = ""
+            }
+            NoticeBar {
+                id: ownWindowsNotice
+                objectName: "ownWindowsNotice"
+                shown: root.ownWindowsNoticeDue && !root.ownWindowsNoticeDismissed
+                text: qsTr("Modules open in their own windows on this desktop.")
+                onDismissed: root.ownWindowsNoticeDismissed = true
+                Connections {
+                    target: moduleHost.registry
+                    function onCountChanged() {
+                        if (moduleHost.registry.modulesInOwnWindows && moduleHost.registry.count > 0)
+                            root.ownWindowsNoticeDue = true
+                    }
+                }
             }
             NoticeBar {
                 id: moduleNotice

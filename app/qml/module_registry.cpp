@@ -42,6 +42,14 @@ ModuleRegistry::ModuleRegistry(LauncherController *launcher, QVIPCHelper_win32 *
         connect(messaging, &QVIPCHelper_win32::applicationReady, this, &ModuleRegistry::onReady);
 }
 
+void ModuleRegistry::setModulesInOwnWindows(bool ownWindows)
+{
+    if (m_ownWindows == ownWindows)
+        return;
+    m_ownWindows = ownWindows;
+    Q_EMIT modulesInOwnWindowsChanged();
+}
+
 void ModuleRegistry::takeReadyReportsFrom(DashboardMainWindow *window)
 {
     if (m_messaging)
@@ -248,13 +256,16 @@ void ModuleRegistry::onStarting(qint64 processId, DashboardGlobal::ApplicationTy
     instance.filePath = canonical(filePath);
     instance.processId = processId;
     instance.since.start();
+    // No window will be reported: a module that runs is open, in a window of its own.
+    if (m_ownWindows)
+        instance.state = Running;
     beginInsertRows(QModelIndex(), int(m_instances.size()), int(m_instances.size()));
     m_instances.append(instance);
     endInsertRows();
     Q_EMIT countChanged();
     KX_DEBUG(lcModules, "Module %lld starting: %s %s", processId, qUtf8Printable(displayName(appType)),
             qUtf8Printable(instance.filePath));
-    if (!m_startWatch.isActive())
+    if (!m_ownWindows && !m_startWatch.isActive())
         m_startWatch.start();
 }
 
@@ -496,7 +507,7 @@ void ModuleRegistry::cancelQuit()
     m_stillOpen.clear();
     for (int row = 0; row < m_instances.size(); ++row) {
         if (m_instances.at(row).state == Closing) {
-            m_instances[row].state = m_instances.at(row).windowId ? Running : Starting;
+            m_instances[row].state = m_instances.at(row).windowId || m_ownWindows ? Running : Starting;
             changed(row);
         }
     }

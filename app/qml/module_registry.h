@@ -44,6 +44,9 @@ class ModuleRegistry : public QAbstractListModel
     // The modules still open once the wait is over; empty while waiting.
     Q_PROPERTY(QStringList stillOpen READ stillOpen NOTIFY quitStateChanged)
     Q_PROPERTY(int quitWait READ quitWait CONSTANT)
+    // On a desktop the dashboard cannot embed windows in (a Wayland session without X), modules
+    // show their own windows: they run from their start, with no window to wait for.
+    Q_PROPERTY(bool modulesInOwnWindows READ modulesInOwnWindows NOTIFY modulesInOwnWindowsChanged)
 
 public:
     enum State { Starting, Running, Closing };
@@ -90,6 +93,8 @@ public:
     int quitWait() const { return m_quitWait; }
     void setQuitWait(int milliseconds) { m_quitWait = milliseconds; }
     void setStartTimeout(int milliseconds) { m_startTimeout = milliseconds; }
+    bool modulesInOwnWindows() const { return m_ownWindows; }
+    void setModulesInOwnWindows(bool ownWindows);
     // Module processes started and not ended, with or without a row.
     QList<qint64> liveProcesses() const { return m_live.keys(); }
 
@@ -123,6 +128,7 @@ Q_SIGNALS:
     void countChanged();
     void shownChanged();
     void quitStateChanged();
+    void modulesInOwnWindowsChanged();
     // A module reported its window: the front end makes its window item and attaches it.
     void windowReady(qint64 processId, qulonglong windowId, const QString &name, int appType);
     // A module could not be started or did not show its window in time.
@@ -173,6 +179,7 @@ private:
     QStringList m_stillOpen;
     int m_quitWait = DEFAULT_QUIT_WAIT;
     int m_startTimeout = DEFAULT_START_TIMEOUT;
+    bool m_ownWindows = false;
     QTimer m_quitTimer;
     QTimer m_startWatch;
 };

@@ -11,6 +11,8 @@ class tst_PlatformChoice : public QObject
 private Q_SLOTS:
     void platformFor_data();
     void platformFor();
+    void modulesOpenInOwnWindows_data();
+    void modulesOpenInOwnWindows();
 };
 
 void tst_PlatformChoice::platformFor_data()
@@ -61,6 +63,28 @@ void tst_PlatformChoice::platformFor()
     const PlatformChoice::Environment environment{ qpaPlatform, waylandDisplay, display,
                                                    sessionType };
     QCOMPARE(PlatformChoice::platformFor(environment, arguments), expected);
+}
+
+void tst_PlatformChoice::modulesOpenInOwnWindows_data()
+{
+    QTest::addColumn<QByteArray>("platform");
+    QTest::addColumn<QByteArray>("backend");
+    QTest::addColumn<bool>("ownWindows");
+    QTest::newRow("X11") << QByteArray("xcb") << QByteArray("xcb") << false;
+    QTest::newRow("Windows") << QByteArray("windows") << QByteArray("win32") << false;
+    QTest::newRow("Wayland without X") << QByteArray("wayland") << QByteArray("none") << true;
+    QTest::newRow("Wayland with EGL") << QByteArray("wayland-egl") << QByteArray("none") << true;
+    QTest::newRow("offscreen") << QByteArray("offscreen") << QByteArray("none") << false;
+    QTest::newRow("minimal") << QByteArray("minimal") << QByteArray("none") << false;
+    QTest::newRow("X11 whose server went away") << QByteArray("xcb") << QByteArray("none") << true;
+}
+
+void tst_PlatformChoice::modulesOpenInOwnWindows()
+{
+    QFETCH(QByteArray, platform);
+    QFETCH(QByteArray, backend);
+    QFETCH(bool, ownWindows);
+    QCOMPARE(PlatformChoice::modulesOpenInOwnWindows(platform, backend), ownWindows);
 }
 
 QTEST_GUILESS_MAIN(tst_PlatformChoice)

@@ -58,6 +58,7 @@ private Q_SLOTS:
     void askedEndIsNotReported();
     void missingProgramIsReported();
     void startTimeoutIsReported();
+    void moduleInItsOwnWindowRunsFromItsStart();
     void displayNamesFollowTheLanguage();
     void quitWithoutModulesIsReadyAtOnce();
     void quitEndsWhenTheModulesHaveEnded();
@@ -277,6 +278,41 @@ void tst_ModuleRegistry::startTimeoutIsReported()
     Q_EMIT m_messaging->applicationReady(0x500, int(pid), QStringLiteral("NFPAMain.exe"));
     QCOMPARE(ready.count(), 1);
     QCOMPARE(m_registry->rowCount(), 1);
+}
+
+// A desktop the dashboard cannot embed in: the module shows its own window and never reports
+// one, so it is running from its start, is never said to have failed, and a second click does
+// not start another.
+void tst_ModuleRegistry::moduleInItsOwnWindowRunsFromItsStart()
+{
+    QSignalSpy ownWindows(m_registry.get(), &ModuleRegistry::modulesInOwnWindowsChanged);
+    m_registry->setModulesInOwnWindows(true);
+    QCOMPARE(ownWindows.count(), 1);
+    QVERIFY(m_registry->modulesInOwnWindows());
+    m_registry->setStartTimeout(1);
+    m_registry->setDisplayNames({ { QString::number(G::APP_NFPA), QStringLiteral("NFPA") } });
+    QSignalSpy failed(m_registry.get(), &ModuleRegistry::startFailed);
+    QSignalSpy stopped(m_registry.get(), &ModuleRegistry::moduleStopped);
+    QSignalSpy started(m_launcher->processEvents(), &LauncherProcessEvents::applicationStarting);
+    const qint64 pid = m_registry->open(G::APP_NFPA);
+    QVERIFY(pid > 0);
+    QCOMPARE(m_registry->index(0).data(ModuleRegistry::StateRole).toInt(), int(ModuleRegistry::Running));
+    QCOMPARE(m_registry->runningTypes(), QVariantMap({ { QString::number(G::APP_NFPA), true } }));
+    QVERIFY(m_registry->startingTypes().isEmpty());
+    // Several of the intervals a window is waited for in: nothing is said, nothing else starts.
+    QVERIFY(!QTest::qWaitFor([&] { return failed.count() > 0; }, 1000));
+    QCOMPARE(m_registry->open(G::APP_NFPA), pid);
+    QCOMPARE(started.count(), 1);
+    QCOMPARE(m_registry->rowCount(), 1);
+    // Cancelling a quit leaves it running, not starting.
+    m_registry->requestQuit();
+    m_registry->cancelQuit();
+    QCOMPARE(m_registry->index(0).data(ModuleRegistry::StateRole).toInt(), int(ModuleRegistry::Running));
+    // Its crash is a running module's.
+    QVERIFY(::kill(pid_t(pid), SIGKILL) == 0);
+    QTRY_COMPARE_WITH_TIMEOUT(stopped.count(), 1, kTimeout);
+    QCOMPARE(stopped.at(0).at(0).toString(), QStringLiteral("NFPA"));
+    QCOMPARE(failed.count(), 0);
 }
 
 void tst_ModuleRegistry::displayNamesFollowTheLanguage()
