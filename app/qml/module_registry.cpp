@@ -50,6 +50,12 @@ void ModuleRegistry::setModulesInOwnWindows(bool ownWindows)
     Q_EMIT modulesInOwnWindowsChanged();
 }
 
+void ModuleRegistry::reportStartFailure(const QString &message)
+{
+    KX_DEBUG(lcModules, "Module Error: %s", qUtf8Printable(message));
+    Q_EMIT startFailed(message);
+}
+
 void ModuleRegistry::takeReadyReportsFrom(DashboardMainWindow *window)
 {
     if (m_messaging)
@@ -234,14 +240,14 @@ qint64 ModuleRegistry::open(int appType, const QString &filePath)
     const QString program = m_launcher->getApplicationExec(type);
     const QFileInfo programFile(QCoreApplication::applicationDirPath() + QLatin1Char('/') + program);
     if (!programFile.isFile() || !programFile.isExecutable()) {
-        Q_EMIT startFailed(tr("%1 cannot start: its program %2 is not installed.")
+        reportStartFailure(tr("%1 cannot start: its program %2 is not installed.")
                                    .arg(displayName(appType), programFile.filePath()));
         return 0;
     }
     const int before = int(m_instances.size());
     m_launcher->launchApplication(type, filePath);
     if (m_instances.size() == before) {
-        Q_EMIT startFailed(tr("%1 could not be started.").arg(displayName(appType)));
+        reportStartFailure(tr("%1 could not be started.").arg(displayName(appType)));
         return 0;
     }
     return m_instances.constLast().processId;
@@ -283,7 +289,7 @@ void ModuleRegistry::checkStarting()
         const QString name = nameOf(instance);
         // The process goes on being followed (m_live): a late window gets a row again.
         removeRow(row);
-        Q_EMIT startFailed(tr("%1 did not start: its window did not appear within %2 seconds.")
+        reportStartFailure(tr("%1 did not start: its window did not appear within %2 seconds.")
                                    .arg(name)
                                    .arg(qRound(m_startTimeout / 1000.0)));
     }
@@ -372,7 +378,7 @@ void ModuleRegistry::onFinished(qint64 processId, int exitCode, bool crashed)
         KX_DEBUG(lcModules, "Module %lld ended: exit code %d%s", processId, exitCode,
                 crashed ? " (crashed)" : "");
         if (instance.state == Starting && !m_quitting)
-            Q_EMIT startFailed(tr("%1 did not start: it ended before its window appeared.").arg(nameOf(instance)));
+            reportStartFailure(tr("%1 did not start: it ended before its window appeared.").arg(nameOf(instance)));
         else if (instance.state == Running && !m_quitting && (crashed || exitCode != 0))
             Q_EMIT moduleStopped(nameOf(instance), int(instance.appType), instance.filePath);
     }

@@ -166,6 +166,8 @@ private:
     void checkQuitDone();
     void onQuitWaitOver();
     void setShown(qint64 processId);
+    // Logs the message and emits startFailed() with it.
+    void reportStartFailure(const QString &message);
 
     QPointer<LauncherController> m_launcher;
     QPointer<QVIPCHelper_win32> m_messaging;

@@ -16,6 +16,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLibraryInfo>
 #include <QProcess>
 #include <QQuickItem>
 #include <QRegularExpression>
@@ -41,7 +42,7 @@ constexpr int START_TIMEOUT_MS = 60000;
 constexpr int TOOL_TIMEOUT_MS = 20000;
 // How long an embedded module must stay where it is, untouched by the window manager.
 constexpr int HOLD_MS = 2000;
-const char DEFAULT_ROWS[] = "openbox";
+const char DEFAULT_ROWS[] = "openbox,mutter";
 constexpr int DEFAULT_CYCLES = 1;
 // What QtTest's watchdog allows a row and each cycle of all modules in it: far more than they
 // take (under a minute for a row, half a minute for a cycle), less than a hung run would.
@@ -141,6 +142,28 @@ QString programName(qint64 pid)
     return QFileInfo(QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(pid))).fileName();
 }
 
+// The live processes whose parent is pid.
+QList<qint64> childrenOf(qint64 pid)
+{
+    QList<qint64> children;
+    const QStringList entries = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString &entry : entries) {
+        bool number = false;
+        const qint64 child = entry.toLongLong(&number);
+        if (!number)
+            continue;
+        QFile stat(QStringLiteral("/proc/%1/stat").arg(child));
+        if (!stat.open(QIODevice::ReadOnly))
+            continue;
+        // "pid (name) state ppid ...": the name may hold spaces and parentheses.
+        const QByteArray line = stat.readAll();
+        const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
+        if (fields.size() > 1 && fields.at(0) != "Z" && fields.at(1).toLongLong() == pid)
+            children << child;
+    }
+    return children;
+}
+
 void collectItems(QQuickItem *item, QList<QQuickItem *> *items)
 {
     for (QQuickItem *child : item->childItems()) {
@@ -157,6 +180,36 @@ QPoint centerInWindow(const QQuickItem *item)
 int distance(QColor a, QColor b)
 {
     return qAbs(a.red() - b.red()) + qAbs(a.green() - b.green()) + qAbs(a.blue() - b.blue());
+}
+
+// Where a picture shows in a larger one, as its top-left corner; a null point when nowhere.
+// Two renderings of the same scene differ in their text's edges, so a few of the points
+// compared may disagree.
+QPoint findPicture(const QImage &whole, const QImage &part)
+{
+    const QImage screen = whole.convertToFormat(QImage::Format_RGB32);
+    const QImage wanted = part.convertToFormat(QImage::Format_RGB32);
+    QList<QPoint> samples;
+    for (int y = 0; y < wanted.height(); y += 4) {
+        for (int x = 0; x < wanted.width(); x += 4)
+            samples << QPoint(x, y);
+    }
+    const QColor corner = wanted.pixelColor(0, 0);
+    for (int y = 0; y + wanted.height() <= screen.height(); ++y) {
+        for (int x = 0; x + wanted.width() <= screen.width(); ++x) {
+            if (distance(screen.pixelColor(x, y), corner) > 6)
+                continue;
+            int misses = 0;
+            for (const QPoint &p : std::as_const(samples)) {
+                if (distance(screen.pixelColor(x + p.x(), y + p.y()), wanted.pixelColor(p)) > 24
+                    && ++misses > samples.size() / 10)
+                    break;
+            }
+            if (misses <= samples.size() / 10)
+                return QPoint(x, y);
+        }
+    }
+    return QPoint();
 }
 
 // The share of pixels two pictures of the same size agree on.
@@ -204,6 +257,7 @@ private Q_SLOTS:
 
     void modulesHoldUnderTheWindowManager_data();
     void modulesHoldUnderTheWindowManager();
+    void modulesOpenInTheirOwnWindowsWithoutX();
 
 private:
     struct Module
@@ -214,6 +268,9 @@ private:
     };
 
     void startWindowManager(const WindowManager &manager);
+    void hostEnvironment(QProcessEnvironment *environment);
+    void launchHost(const QProcessEnvironment &environment,
+                    QProcess::ProcessChannelMode channels = QProcess::ForwardedErrorChannel);
     void startHost();
     void stopHost();
     QQuickItem *layoutItem(const QString &objectName) const;
@@ -332,6 +389,142 @@ void tst_DesktopX11::modulesHoldUnderTheWindowManager()
     CHECK(foreignClientEmbeds(modules.first()));
 }
 
+// A Wayland session without any X server: nothing can be embedded, so the dashboard says once
+// that modules open in their own windows, never reports a running module as failed, and one
+// click starts one module. Weston runs in a window of the test's X server, which gives its
+// pixels and takes the clicks.
+void tst_DesktopX11::modulesOpenInTheirOwnWindowsWithoutX()
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("weston")).isEmpty())
+        QSKIP("weston is not installed (Debian package weston)");
+    const QString plugins = QLibraryInfo::path(QLibraryInfo::PluginsPath) + QStringLiteral("/platforms");
+    if (QDir(plugins).entryList({ QStringLiteral("libqwayland*") }, QDir::Files).isEmpty())
+        QSKIP("Qt's Wayland platform plugin is not installed (Debian package qt6-wayland)");
+    m_row = QStringLiteral("wayland");
+    QProcessEnvironment environment;
+    CHECK(hostEnvironment(&environment));
+    const QString runtime = environment.value(QStringLiteral("XDG_RUNTIME_DIR"));
+    const QString socket = QStringLiteral("korvex-test-%1").arg(QCoreApplication::applicationPid());
+
+    const QSize screen = m_display->rectOnScreen(m_display->root()).size();
+    m_windowManager = std::make_unique<QProcess>();
+    QProcessEnvironment westonEnvironment = m_environment;
+    westonEnvironment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
+    westonEnvironment.insert(QStringLiteral("HOME"), m_home.path());
+    m_windowManager->setProcessEnvironment(westonEnvironment);
+    m_windowManager->setProcessChannelMode(QProcess::MergedChannels);
+    m_windowManager->setStandardOutputFile(m_scratch.filePath(QStringLiteral("weston.log")));
+    m_windowManager->setChildProcessModifier([] { ::setsid(); });
+    m_windowManager->start(QStringLiteral("weston"),
+                           { QStringLiteral("--backend=x11-backend.so"), QStringLiteral("--no-config"),
+                             QStringLiteral("--idle-time=0"), QStringLiteral("--socket=") + socket,
+                             QStringLiteral("--width=%1").arg(screen.width()),
+                             QStringLiteral("--height=%1").arg(screen.height()) });
+    QVERIFY2(m_windowManager->waitForStarted(START_TIMEOUT_MS), qPrintable(m_windowManager->errorString()));
+    QVERIFY2(QTest::qWaitFor([&] {
+                 return QFileInfo::exists(runtime + u'/' + socket) || m_windowManager->state() != QProcess::Running;
+             }, START_TIMEOUT_MS),
+             "weston did not open its socket");
+    QVERIFY2(m_windowManager->state() == QProcess::Running, "weston exited; see weston.log");
+
+    // The dashboard as a Wayland client, with no X server to reach.
+    environment.remove(QStringLiteral("DISPLAY"));
+    environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    environment.insert(QStringLiteral("WAYLAND_DISPLAY"), socket);
+    environment.insert(QStringLiteral("XDG_SESSION_TYPE"), QStringLiteral("wayland"));
+    // Far shorter than the wait for a module's window, so that the test sees it pass.
+    constexpr int startTimeout = 1000;
+    environment.insert(QStringLiteral("KORVEX_MODULE_START_TIMEOUT_MS"), QString::number(startTimeout));
+    CHECK(launchHost(environment, QProcess::SeparateChannels));
+    QByteArray log;
+    const auto output = [&] {
+        log += m_host->readAllStandardError();
+        return log;
+    };
+
+    // Where weston placed the dashboard: its navigation bar's top, as the test's copy draws it.
+    QQuickItem *bar = layoutItem(QStringLiteral("navigationBar"));
+    QVERIFY(bar);
+    const QImage copy = m_layout->window()->grabWindow();
+    const QImage barTop = copy.copy(QRect(0, 0, int(bar->width()), 100));
+    QPoint origin;
+    QVERIFY2(QTest::qWaitFor([&] {
+                 origin = findPicture(m_display->image(m_display->root(), QRect(QPoint(), screen)), barTop);
+                 return !origin.isNull() || m_host->state() != QProcess::Running;
+             }, START_TIMEOUT_MS),
+             qPrintable(QStringLiteral("the dashboard did not show on the Wayland desktop: %1")
+                                .arg(QString::fromLocal8Bit(output()))));
+    QVERIFY2(m_host->state() == QProcess::Running, "the dashboard exited");
+    screenshot(m_row + QStringLiteral("_dashboard"));
+
+    const QList<Module> modules = modulesOfTheBar();
+    QVERIFY(!modules.isEmpty());
+    const Module &module = modules.first();
+    const auto clickAt = [&](const QPoint &inWindow) {
+        const QPoint at = origin + inWindow;
+        QVERIFY(runTool(QStringLiteral("xdotool"), { QStringLiteral("mousemove"), QStringLiteral("--sync"),
+                                                      QString::number(at.x()), QString::number(at.y()),
+                                                      QStringLiteral("click"), QStringLiteral("1") }));
+    };
+    const auto modulesRunning = [&] {
+        QList<qint64> running;
+        for (const qint64 pid : childrenOf(m_hostPid)) {
+            if (programName(pid) == m_layout->window()->getApplicationExec(DashboardGlobal::ApplicationType(module.appType)))
+                running << pid;
+        }
+        return running;
+    };
+
+    // One click: the module starts and shows its own window.
+    CHECK(clickAt(module.button));
+    qint64 pid = 0;
+    QVERIFY2(QTest::qWaitFor([&] {
+                 const QList<qint64> running = modulesRunning();
+                 pid = running.isEmpty() ? 0 : running.first();
+                 return pid && moduleLog(pid).filter(QStringLiteral("path field")).size() > 0;
+             }, START_TIMEOUT_MS),
+             qPrintable(QStringLiteral("%1 did not open a window: %2").arg(module.name, QString::fromLocal8Bit(output()))));
+
+    // The dashboard, brought forward by a click on a quiet place of it that the module's window
+    // (placed anywhere) leaves uncovered, shows the notice: the navigation bar's left margin.
+    const QColor barColor = bar->property("color").value<QColor>();
+    QPoint quiet;
+    const QImage now = m_display->image(m_display->root(), QRect(QPoint(), screen));
+    for (int y = 110; y < int(bar->height()) - 10 && quiet.isNull(); y += 10) {
+        if (distance(now.pixelColor(origin + QPoint(2, y)), barColor) <= 6)
+            quiet = QPoint(2, y);
+    }
+    QVERIFY2(!quiet.isNull(), "the module's window covers the whole navigation bar");
+    QObject *root = m_layout->rootItem();
+    root->setProperty("ownWindowsNoticeDue", true);
+    QQuickItem *notice = nullptr;
+    QTRY_VERIFY((notice = layoutItem(QStringLiteral("ownWindowsNotice"))) && notice->height() > 0);
+    const QImage withNotice = m_layout->window()->grabWindow();
+    const QPoint noticeLeft = notice->mapToScene(QPointF(4, notice->height() / 2)).toPoint();
+    // Its band's left end, where the page shows otherwise: the copy is not as wide as the window.
+    const QPoint noticeTop = notice->mapToScene(QPointF(4, 3)).toPoint();
+    root->setProperty("ownWindowsNoticeDue", false);
+    CHECK(clickAt(quiet));
+    for (const QPoint &point : { noticeLeft, noticeTop }) {
+        const QColor wanted = withNotice.pixelColor(point);
+        QVERIFY2(QTest::qWaitFor([&] {
+                     const QImage seen = m_display->image(m_display->root(), QRect(origin + point, QSize(1, 1)));
+                     return !seen.isNull() && distance(seen.pixelColor(0, 0), wanted) <= 6;
+                 }, START_TIMEOUT_MS),
+                 qPrintable(QStringLiteral("the notice does not show at %1,%2").arg(point.x()).arg(point.y())));
+    }
+    screenshot(m_row + QStringLiteral("_notice"));
+
+    // A second click shows what runs; nothing else starts, and in several times the wait for a
+    // window, no failure is reported.
+    CHECK(clickAt(module.button));
+    QVERIFY(!QTest::qWaitFor([&] { return modulesRunning().size() > 1 || output().contains("did not start"); },
+                             3 * startTimeout));
+    QCOMPARE(modulesRunning(), QList<qint64>{ pid });
+    QVERIFY2(!output().contains("Module Error"), output().constData());
+    QCOMPARE(output().count("starting: "), 1);
+}
+
 void tst_DesktopX11::startWindowManager(const WindowManager &manager)
 {
     QVERIFY(!m_display->windowManagerRuns());
@@ -364,7 +557,7 @@ void tst_DesktopX11::startWindowManager(const WindowManager &manager)
              qPrintable(QStringLiteral("the window manager exited; see %1").arg(m_scratch.filePath(m_row + QStringLiteral(".wm.log")))));
 }
 
-void tst_DesktopX11::startHost()
+void tst_DesktopX11::hostEnvironment(QProcessEnvironment *environment)
 {
     const QDir home(m_home.path());
     const QString runtime = home.filePath(QStringLiteral("runtime"));
@@ -380,23 +573,34 @@ void tst_DesktopX11::startHost()
     }
     const QString logs = m_scratch.filePath(QStringLiteral("modules"));
     QVERIFY(QDir().mkpath(logs));
-    QProcessEnvironment environment = m_environment;
-    environment.insert(QStringLiteral("HOME"), home.path());
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral(".config")));
-    environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral(".local/share")));
-    environment.insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral(".cache")));
-    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-    environment.insert(QStringLiteral("KORVEX_SIMULATED_PRINTERS"), printers);
-    environment.insert(QStringLiteral("KORVEX_REAL_PRINTERS"), QStringLiteral("0"));
-    environment.insert(QStringLiteral("KORVEX_DEMO_MODULE_LOG"), logs);
+    *environment = m_environment;
+    environment->insert(QStringLiteral("HOME"), home.path());
+    environment->insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral(".config")));
+    environment->insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral(".local/share")));
+    environment->insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral(".cache")));
+    environment->insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
+    environment->insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    environment->insert(QStringLiteral("KORVEX_SIMULATED_PRINTERS"), printers);
+    environment->insert(QStringLiteral("KORVEX_REAL_PRINTERS"), QStringLiteral("0"));
+    environment->insert(QStringLiteral("KORVEX_DEMO_MODULE_LOG"), logs);
+}
+
+void tst_DesktopX11::launchHost(const QProcessEnvironment &environment, QProcess::ProcessChannelMode channels)
+{
     m_host = std::make_unique<QProcess>();
     m_host->setProcessEnvironment(environment);
-    m_host->setWorkingDirectory(home.path());
-    m_host->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_host->setWorkingDirectory(m_home.path());
+    m_host->setProcessChannelMode(channels);
     m_host->start(QStringLiteral(KORVEX_DESKTOP_HOST_PROGRAM), {});
     QVERIFY2(m_host->waitForStarted(START_TIMEOUT_MS), qPrintable(m_host->errorString()));
     m_hostPid = m_host->processId();
+}
+
+void tst_DesktopX11::startHost()
+{
+    QProcessEnvironment environment;
+    CHECK(hostEnvironment(&environment));
+    CHECK(launchHost(environment));
 
     // The host's window once it is on the screen, drawn by the front end, not the shell.
     QVERIFY2(QTest::qWaitFor([this] {
@@ -436,6 +640,7 @@ void tst_DesktopX11::stopHost()
         return;
     // Whatever a failed step left running, the host started it.
     const QList<xcb_window_t> below = m_hostWindow ? m_display->descendants(m_hostWindow) : QList<xcb_window_t>();
+    const QList<qint64> modules = childrenOf(m_hostPid);
     if (m_host->state() != QProcess::NotRunning) {
         m_host->kill();
         m_host->waitForFinished(TOOL_TIMEOUT_MS);
@@ -443,6 +648,10 @@ void tst_DesktopX11::stopHost()
     for (const xcb_window_t w : below) {
         const qint64 pid = m_display->pidOf(w);
         if (pid > 0 && pid != m_hostPid && !processGone(pid))
+            ::kill(pid_t(pid), SIGKILL);
+    }
+    for (const qint64 pid : modules) {
+        if (!processGone(pid))
             ::kill(pid_t(pid), SIGKILL);
     }
     m_host.reset();
