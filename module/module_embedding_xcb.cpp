@@ -64,7 +64,8 @@ bool forwardStrayKey(const QByteArray &eventType, void *message,
         return false;
     const auto *generic = static_cast<const xcb_generic_event_t *>(message);
     const std::uint8_t type = generic->response_type & 0x7f;
-    if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE)
+    // A key sent on purpose (the dashboard hands on the keys it holds for us) is ours.
+    if ((type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) || (generic->response_type & 0x80))
         return false;
     xcb_connection_t *connection = qtConnection();
     if (!connection)

@@ -794,9 +794,13 @@ void tst_DesktopX11::checkModuleVisible(xcb_window_t window)
         own.save(m_artifacts + QStringLiteral("/%1_module_own.png").arg(m_row));
         seen.save(m_artifacts + QStringLiteral("/%1_module_seen.png").arg(m_row));
     }
+    const QRect container = m_display->rectOnScreen(m_display->parentOf(window));
     QVERIFY2(agrees,
-             qPrintable(QStringLiteral("the module's picture is not what the screen shows (%1 of the pixels agree, %2 colours)")
-                                .arg(agreement(own, seen)).arg(colorCount(own))));
+             qPrintable(QStringLiteral("the module's picture is not what the screen shows (%1 of the pixels agree, %2 colours; "
+                                       "window %3,%4 %5x%6 in its place at %7,%8 %9x%10)")
+                                .arg(agreement(own, seen)).arg(colorCount(own))
+                                .arg(rect.x()).arg(rect.y()).arg(rect.width()).arg(rect.height())
+                                .arg(container.x()).arg(container.y()).arg(container.width()).arg(container.height())));
 }
 
 void tst_DesktopX11::closeModule(const Module &module, xcb_window_t window, qint64 pid)

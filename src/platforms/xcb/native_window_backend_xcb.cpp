@@ -200,6 +200,11 @@ struct XcbNativeWindowBackend::Private
     bool focusDispatchQueued = false;
     bool drainScheduled = false;
     xcb_window_t focusedEmbedded = XCB_NONE;
+    // The embedder's window that holds the container of focusedEmbedded. Some window managers
+    // (weston's) put the X focus back on it whenever anybody moves it elsewhere; the module then
+    // keeps the keyboard as XEmbed has it: it is told it is focused, and the keys that reach
+    // this window are handed on to it.
+    xcb_window_t focusHolder = XCB_NONE;
     xcb_keycode_t tabKeycode = 0;
 
     bool ok() const { return connection && !xcb_connection_has_error(connection); }
@@ -373,6 +378,22 @@ struct XcbNativeWindowBackend::Private
             focusWatchers.erase(window);
             if (focusedEmbedded == window)
                 focusedEmbedded = XCB_NONE;
+            if (focusHolder == window)
+                focusHolder = XCB_NONE;
+            break;
+        }
+        case XCB_FOCUS_IN: {
+            const auto *focus = reinterpret_cast<const xcb_focus_in_event_t *>(event);
+            // The keyboard is on the holder itself, not passing through it to an inferior.
+            const bool onHolder = focus->detail == XCB_NOTIFY_DETAIL_ANCESTOR
+                    || focus->detail == XCB_NOTIFY_DETAIL_INFERIOR
+                    || focus->detail == XCB_NOTIFY_DETAIL_NONLINEAR;
+            if (focus->event == focusHolder && focusedEmbedded != XCB_NONE && onHolder
+                && focus->mode != XCB_NOTIFY_MODE_GRAB && focus->mode != XCB_NOTIFY_MODE_UNGRAB) {
+                sendXEmbed(focusedEmbedded, XEMBED_WINDOW_ACTIVATE, 0);
+                sendXEmbed(focusedEmbedded, XEMBED_FOCUS_IN, XEMBED_FOCUS_CURRENT);
+                xcb_flush(connection);
+            }
             break;
         }
         case XCB_REPARENT_NOTIFY: {
@@ -394,9 +415,15 @@ struct XcbNativeWindowBackend::Private
                 queueFocusEvent(press->event, EmbeddedFocusEvent::Clicked);
             break;
         }
+        case XCB_KEY_RELEASE:
         case XCB_KEY_PRESS: {
             const auto *key = reinterpret_cast<const xcb_key_press_event_t *>(event);
-            if (focusWatchers.count(key->event) && key->detail == tabKeycode)
+            if (key->event == focusHolder && focusHolder != XCB_NONE) {
+                handOnHeldKey(key);
+                break;
+            }
+            if ((event->response_type & 0x7f) == XCB_KEY_PRESS && focusWatchers.count(key->event)
+                && key->detail == tabKeycode)
                 queueFocusEvent(key->event, (key->state & XCB_MOD_MASK_SHIFT)
                                                     ? EmbeddedFocusEvent::Previous
                                                     : EmbeddedFocusEvent::Next);
@@ -565,6 +592,56 @@ struct XcbNativeWindowBackend::Private
                     xcb_ungrab_key(connection, tabKeycode, container, modifiers);
             }
         }
+    }
+
+    // A key that reached the holder while the module has the keyboard: Ctrl+Tab and
+    // Ctrl+Shift+Tab leave the module, as their grab on the container does; any other key goes
+    // on to the module. Keys sent on purpose (ours, or a module's handed back) stay where
+    // they are, so no key goes round.
+    void handOnHeldKey(const xcb_key_press_event_t *key)
+    {
+        if (focusedEmbedded == XCB_NONE || (key->response_type & 0x80))
+            return;
+        const auto container = embedded.find(focusedEmbedded);
+        const bool press = (key->response_type & 0x7f) == XCB_KEY_PRESS;
+        if (key->detail == tabKeycode && (key->state & XCB_MOD_MASK_CONTROL)) {
+            if (press && container != embedded.end() && focusWatchers.count(container->second.container))
+                queueFocusEvent(container->second.container, (key->state & XCB_MOD_MASK_SHIFT)
+                                                                     ? EmbeddedFocusEvent::Previous
+                                                                     : EmbeddedFocusEvent::Next);
+            return;
+        }
+        xcb_key_press_event_t forwarded = *key;
+        forwarded.event = focusedEmbedded;
+        forwarded.child = XCB_NONE;
+        forwarded.event_x = 0;
+        forwarded.event_y = 0;
+        xcb_send_event(connection, 0, focusedEmbedded,
+                       press ? XCB_EVENT_MASK_KEY_PRESS : XCB_EVENT_MASK_KEY_RELEASE,
+                       reinterpret_cast<const char *>(&forwarded));
+        xcb_flush(connection);
+    }
+
+    // Adds event selections of this connection on a window, keeping those it has.
+    void selectEvents(xcb_window_t window, std::uint32_t events)
+    {
+        Reply<xcb_get_window_attributes_reply_t> current(xcb_get_window_attributes_reply(
+                connection, xcb_get_window_attributes(connection, window), nullptr));
+        if (!current)
+            return;
+        const std::uint32_t mask[] = { current->your_event_mask | events };
+        xcb_change_window_attributes(connection, window, XCB_CW_EVENT_MASK, mask);
+    }
+
+    // The window holding the container of an embedded window: the one a window manager
+    // focuses when the user clicks the dashboard.
+    xcb_window_t holderOf(xcb_window_t window)
+    {
+        const auto node = tree(window);
+        if (!node || node->parent == root)
+            return XCB_NONE;
+        const auto container = tree(node->parent);
+        return container && container->parent != root ? container->parent : XCB_NONE;
     }
 
     void sendXEmbed(xcb_window_t window, std::uint32_t message, std::uint32_t detail)
@@ -1415,6 +1492,11 @@ bool XcbNativeWindowBackend::focusEmbeddedWindow(WindowHandle window, EmbeddedFo
                                                 XCB_CURRENT_TIME)))
         return false;
     d->focusedEmbedded = w;
+    const xcb_window_t holder = d->holderOf(w);
+    if (holder != XCB_NONE && holder != d->focusHolder)
+        d->selectEvents(holder, XCB_EVENT_MASK_FOCUS_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY
+                                        | XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE);
+    d->focusHolder = holder;
     xcb_flush(d->connection);
     return true;
 }

@@ -119,6 +119,7 @@ private Q_SLOTS:
     void keyboardGoesInAndComesBack();
     void clickIntoTheContainerIsReportedAndPassedOn();
     void handOnKeysAreReported();
+    void keyboardHeldByTheEmbedderIsHandedOn();
 
 private:
     void startWindowManager(const char *mode);
@@ -401,6 +402,64 @@ void tst_XcbEmbeddingX11::handOnKeysAreReported()
     m_raw->sync();
     QTRY_COMPARE_WITH_TIMEOUT(seen.size(), 3, WAIT_MS);
     QCOMPARE(seen.last(), EmbeddedFocusEvent::Next);
+}
+
+// A window manager that puts the X focus back on the dashboard's window whenever anybody moves
+// it (weston's does): the module keeps the keyboard as XEmbed has it. It is told it has the
+// focus again, the keys reaching the dashboard's window are handed on to it, and Ctrl+Tab still
+// leaves it.
+void tst_XcbEmbeddingX11::keyboardHeldByTheEmbedderIsHandedOn()
+{
+    const xcb_window_t window = m_raw->topLevel(XCB_EVENT_MASK_KEY_PRESS);
+    m_raw->sync();
+    QVERIFY(m_backend->setParent(window, m_container) != 0);
+    QVERIFY(m_backend->setWindowPos(window, 0, 0, 0, 400, 300, SwpShowWindow));
+    QList<EmbeddedFocusEvent> seen;
+    QVERIFY(m_backend->watchEmbeddedFocus(m_container, [&](EmbeddedFocusEvent what) { seen << what; }));
+    QVERIFY(m_backend->focusEmbeddedWindow(window, EmbeddedFocus::Current));
+    // The pointer rests away from the dashboard's window (at 0,300), so keys go by the focus.
+    QVERIFY(xdotool({ QStringLiteral("mousemove"), QStringLiteral("--sync"), QStringLiteral("700"),
+                      QStringLiteral("10") }));
+    const xcb_atom_t xembed = m_raw->atom("_XEMBED");
+    m_raw->sync();
+    while (xcb_generic_event_t *event = xcb_poll_for_event(m_raw->c()))
+        std::free(event);
+
+    // The manager's move.
+    xcb_set_input_focus(m_raw->c(), XCB_INPUT_FOCUS_PARENT, xcb_window_t(m_top), XCB_CURRENT_TIME);
+    m_raw->sync();
+    QVERIFY(m_raw->waitForEvent([&](const xcb_generic_event_t *event) {
+        const auto *message = reinterpret_cast<const xcb_client_message_event_t *>(event);
+        return (event->response_type & 0x7f) == XCB_CLIENT_MESSAGE && message->window == window
+                && message->type == xembed && message->data.data32[1] == 4 /* XEMBED_FOCUS_IN */;
+    }));
+    QCOMPARE(m_raw->focus(), xcb_window_t(m_top));
+
+    QVERIFY(xdotool({ QStringLiteral("key"), QStringLiteral("a") }));
+    QVERIFY(m_raw->waitForEvent([&](const xcb_generic_event_t *event) {
+        // Sent on purpose (the synthetic bit), to the module's window.
+        return event->response_type == (XCB_KEY_PRESS | 0x80)
+                && reinterpret_cast<const xcb_key_press_event_t *>(event)->event == window;
+    }));
+    QVERIFY(xdotool({ QStringLiteral("key"), QStringLiteral("ctrl+Tab") }));
+    QTRY_COMPARE_WITH_TIMEOUT(seen, QList<EmbeddedFocusEvent>{ EmbeddedFocusEvent::Next }, WAIT_MS);
+
+    // Once the dashboard has the keyboard back, its keys stay its own. (The Ctrl key around
+    // the Tab went on to the module: only Ctrl+Tab itself is the dashboard's.)
+    QVERIFY(m_backend->focusEmbedder(m_top));
+    m_raw->sync();
+    while (xcb_generic_event_t *event = xcb_poll_for_event(m_raw->c()))
+        std::free(event);
+    QVERIFY(xdotool({ QStringLiteral("key"), QStringLiteral("b") }));
+    m_raw->sync();
+    m_backend->isWindow(window); // the backend has read its events
+    QCoreApplication::processEvents();
+    m_raw->sync();
+    while (xcb_generic_event_t *event = xcb_poll_for_event(m_raw->c())) {
+        const bool handedOn = (event->response_type & 0x7f) == XCB_KEY_PRESS;
+        std::free(event);
+        QVERIFY2(!handedOn, "a key of the dashboard's reached the module");
+    }
 }
 
 QTEST_MAIN(tst_XcbEmbeddingX11)
