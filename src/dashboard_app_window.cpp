@@ -5,7 +5,6 @@
 
 #include <QFocusEvent>
 #include <QGuiApplication>
-#include <QKeyEvent>
 #include <QPixmap>
 #include <QPointer>
 #include <QQuickWindow>
@@ -221,16 +220,6 @@ void DashboardAppWindow::focusOutEvent(QFocusEvent *event)
     // Focus that moves to another item of the dashboard takes it back.
     if (event->reason() != Qt::ActiveWindowFocusReason)
         takeKeyboardBack();
-}
-
-void DashboardAppWindow::keyPressEvent(QKeyEvent *event)
-{
-    event->setAccepted(m_keyboardInModule);
-}
-
-void DashboardAppWindow::keyReleaseEvent(QKeyEvent *event)
-{
-    event->setAccepted(m_keyboardInModule);
 }
 
 bool DashboardAppWindow::eventFilter(QObject *watched, QEvent *event)

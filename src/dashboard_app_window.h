@@ -72,10 +72,6 @@ protected:
     void componentComplete() override;
     void focusInEvent(QFocusEvent *event) override;
     void focusOutEvent(QFocusEvent *event) override;
-    // While the module has the keyboard, keys the dashboard's window still gets (a window
-    // manager that keeps the X focus on it) are the module's: none moves the dashboard's focus.
-    void keyPressEvent(QKeyEvent *event) override;
-    void keyReleaseEvent(QKeyEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
     QSGNode *updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *data) override;
     // The module's window could not be taken into the dashboard (its window manager kept it);
