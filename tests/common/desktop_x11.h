@@ -225,6 +225,19 @@ public:
         return sent;
     }
 
+    // True once a window manager has announced itself (_NET_SUPPORTING_WM_CHECK on the root
+    // naming a window that names itself). Only reads: probing the root's redirection as
+    // windowManagerRuns() does makes a manager that starts in that moment fail and exit.
+    bool windowManagerAnnounced() const
+    {
+        const xcb_atom_t check = atom("_NET_SUPPORTING_WM_CHECK");
+        const QByteArray onRoot = property(m_root, check, XCB_ATOM_WINDOW);
+        if (onRoot.size() != 4)
+            return false;
+        const xcb_window_t window = *reinterpret_cast<const xcb_window_t *>(onRoot.constData());
+        return property(window, check, XCB_ATOM_WINDOW) == onRoot;
+    }
+
     // What the screen shows of a window's area, or what the window itself holds.
     QImage image(xcb_window_t window, const QRect &rect) const
     {

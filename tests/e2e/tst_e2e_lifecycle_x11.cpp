@@ -173,12 +173,16 @@ void tst_E2eLifecycleX11::startWindowManager()
     m_windowManager->setStandardOutputFile(m_scratch.filePath(QStringLiteral("openbox.log")));
     m_windowManager->start(QStringLiteral("openbox"), { QStringLiteral("--sm-disable") });
     QVERIFY2(m_windowManager->waitForStarted(START_TIMEOUT_MS), qPrintable(m_windowManager->errorString()));
-    // It is there once it holds the root's redirection.
+    // It is there once it says so on the root window.
+    const auto log = [this] {
+        QFile file(m_scratch.filePath(QStringLiteral("openbox.log")));
+        return file.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(file.readAll()) : QString();
+    };
     QVERIFY2(QTest::qWaitFor([this] {
-                 return m_display->windowManagerRuns() || m_windowManager->state() != QProcess::Running;
+                 return m_display->windowManagerAnnounced() || m_windowManager->state() != QProcess::Running;
              }, START_TIMEOUT_MS),
-             "openbox did not take the display");
-    QVERIFY2(m_windowManager->state() == QProcess::Running, "openbox exited");
+             qPrintable(QStringLiteral("openbox did not take the display: ") + log()));
+    QVERIFY2(m_windowManager->state() == QProcess::Running, qPrintable(QStringLiteral("openbox exited: ") + log()));
 }
 
 void tst_E2eLifecycleX11::stopWindowManager()
