@@ -109,6 +109,13 @@ bool DemoModule::eventFilter(QObject *watched, QEvent *event)
                     .arg(field.x()).arg(field.y()).arg(field.width()).arg(field.height())
                     .arg(m_window->width()).arg(m_window->height()));
     }
+    // With unsaved changes the window stays until its user answers: the close message
+    // (WM_CLOSE) asks, as the dashboard's broadcast does. Left to Qt, it would also destroy the
+    // window under the question, and the dashboard would lose the module's page.
+    if (watched == m_window.get() && event->type() == QEvent::Close && m_window->hasUnsavedChanges()) {
+        event->ignore();
+        return true;
+    }
     return QObject::eventFilter(watched, event);
 }
 

@@ -9,6 +9,7 @@
 // module is closed and opened again.
 #include "dashboard_host.h"
 #include "desktop_x11.h"
+#include "host_x11_test.h"
 
 #include <korvexdashboard.h>
 
@@ -31,7 +32,6 @@
 
 #include <signal.h>
 #include <unistd.h>
-#include <sys/stat.h>
 
 using DesktopX11::XServer;
 
@@ -317,9 +317,7 @@ void tst_DesktopX11::initTestCase()
 
     // The test's copy of the front end, laid out like the real one, tells where to click. It
     // reads its settings from a home of its own, fresh as the real one's.
-    QVERIFY(QDir().mkpath(m_scratch.filePath(QStringLiteral("layout-home"))));
-    qputenv("HOME", QFile::encodeName(m_scratch.filePath(QStringLiteral("layout-home"))));
-    QStandardPaths::setTestModeEnabled(true);
+    QVERIFY(HostX11Test::useOwnHome(m_scratch.filePath(QStringLiteral("layout-home"))));
     m_layout = std::make_unique<DashboardHost>();
     DashboardHost::Options options;
     options.labelFolder = m_scratch.filePath(QStringLiteral("layout-labels"));
@@ -548,9 +546,9 @@ void tst_DesktopX11::startWindowManager(const WindowManager &manager)
     m_windowManager->setChildProcessModifier([] { ::setsid(); });
     m_windowManager->start(program, arguments);
     QVERIFY2(m_windowManager->waitForStarted(START_TIMEOUT_MS), qPrintable(m_windowManager->errorString()));
-    // The manager is there once it holds the root's redirection.
+    // The manager is there once it says so on the root window.
     QVERIFY2(QTest::qWaitFor([this] {
-                 return m_display->windowManagerRuns() || m_windowManager->state() != QProcess::Running;
+                 return m_display->windowManagerAnnounced() || m_windowManager->state() != QProcess::Running;
              }, START_TIMEOUT_MS),
              "the window manager did not take the display");
     QVERIFY2(m_windowManager->state() == QProcess::Running,
@@ -560,9 +558,6 @@ void tst_DesktopX11::startWindowManager(const WindowManager &manager)
 void tst_DesktopX11::hostEnvironment(QProcessEnvironment *environment)
 {
     const QDir home(m_home.path());
-    const QString runtime = home.filePath(QStringLiteral("runtime"));
-    QVERIFY(QDir().mkpath(runtime));
-    QVERIFY(::chmod(QFile::encodeName(runtime).constData(), 0700) == 0);
     const QString printers = m_scratch.filePath(QStringLiteral("printers.json"));
     {
         QFile file(printers);
@@ -574,11 +569,7 @@ void tst_DesktopX11::hostEnvironment(QProcessEnvironment *environment)
     const QString logs = m_scratch.filePath(QStringLiteral("modules"));
     QVERIFY(QDir().mkpath(logs));
     *environment = m_environment;
-    environment->insert(QStringLiteral("HOME"), home.path());
-    environment->insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral(".config")));
-    environment->insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral(".local/share")));
-    environment->insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral(".cache")));
-    environment->insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
+    QVERIFY(HostX11Test::setHome(environment, home.path()));
     environment->insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
     environment->insert(QStringLiteral("KORVEX_SIMULATED_PRINTERS"), printers);
     environment->insert(QStringLiteral("KORVEX_REAL_PRINTERS"), QStringLiteral("0"));
@@ -1005,24 +996,8 @@ void tst_DesktopX11::foreignClientEmbeds(const Module &asModule)
 
 int main(int argc, char **argv)
 {
-    for (const char *tool : { "xdotool", "dbus-run-session" }) {
-        if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty()) {
-            std::printf("SKIP: %s is not installed (Debian packages xdotool, dbus)\n", tool);
-            return 77;
-        }
-    }
-    if (qEnvironmentVariableIsEmpty("DISPLAY")) {
-        std::printf("SKIP: no X display; run this test through tests/run_with_xvfb\n");
-        return 77;
-    }
-    const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    // The test's own copy of the front end must not show on the display the test drives.
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qputenv("QT_QUICK_BACKEND", "software");
     setWatchdogForTheRows();
-    QGuiApplication app(argc, argv);
-    tst_DesktopX11 test(environment);
-    return QTest::qExec(&test, argc, argv);
+    return HostX11Test::run<tst_DesktopX11>(argc, argv, { { "xdotool", "xdotool" }, { "dbus-run-session", "dbus-bin" } });
 }
 
 #include "tst_desktop_x11.moc"

@@ -8,6 +8,7 @@
 // Each click is then checked by its effect on the real program, so a wrong place fails.
 #include "dashboard_host.h"
 #include "e2e_host_tools.h"
+#include "host_x11_test.h"
 #include "label_folder.h"
 
 #include <korvexdashboard.h>
@@ -29,7 +30,6 @@
 #include <optional>
 
 #include <signal.h>
-#include <sys/stat.h>
 
 using namespace E2eHost;
 
@@ -138,17 +138,8 @@ void tst_E2eHostX11::initTestCase()
 
     // A user of its own: nothing of the machine's real home is read or written.
     const QDir home(m_home.path());
-    const QString runtime = home.filePath(QStringLiteral("runtime"));
-    QVERIFY(QDir().mkpath(runtime));
-    QVERIFY(::chmod(QFile::encodeName(runtime).constData(), 0700) == 0);
     QProcessEnvironment environment = m_environment;
-    environment.insert(QStringLiteral("HOME"), home.path());
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral(".config")));
-    environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral(".local/share")));
-    environment.insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral(".cache")));
-    environment.insert(QStringLiteral("XDG_STATE_HOME"), home.filePath(QStringLiteral(".local/state")));
-    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
-    environment.remove(QStringLiteral("XDG_CONFIG_DIRS"));
+    QVERIFY(HostX11Test::setHome(&environment, home.path()));
     environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
     environment.insert(QStringLiteral("KORVEX_SIMULATED_PRINTERS"), printers);
     environment.insert(QStringLiteral("KORVEX_FIRMWARE_MANIFEST"), firmware);
@@ -286,8 +277,9 @@ void tst_E2eHostX11::hostShowsItsWindow()
     for (const QString &sample : LabelFolder::sampleFiles())
         QVERIFY2(QFileInfo::exists(labels + u'/' + sample), qPrintable(sample + QStringLiteral(" was not seeded")));
 
-    // The test's copy of the front end, at the real window's size.
-    QStandardPaths::setTestModeEnabled(true);
+    // The test's copy of the front end, at the real window's size, with a home of its own that
+    // no earlier run has written to.
+    QVERIFY(HostX11Test::useOwnHome(m_scratch.filePath(QStringLiteral("layout-home"))));
     m_layout = std::make_unique<DashboardHost>();
     DashboardHost::Options options;
     options.labelFolder = m_scratch.filePath(QStringLiteral("layout-labels"));
@@ -431,24 +423,8 @@ void tst_E2eHostX11::quitFromTheMenuEndsTheHost()
 
 int main(int argc, char **argv)
 {
-    for (const QString &tool : requiredTools()) {
-        if (QStandardPaths::findExecutable(tool).isEmpty()) {
-            std::printf("SKIP: %s is not installed (Debian packages xdotool, x11-utils, imagemagick)\n",
-                        qPrintable(tool));
-            return 77;
-        }
-    }
-    if (qEnvironmentVariableIsEmpty("DISPLAY")) {
-        std::printf("SKIP: no X display; run this test through tests/run_with_xvfb\n");
-        return 77;
-    }
-    const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    // The test's own copy of the front end must not show on the display the test drives.
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qputenv("QT_QUICK_BACKEND", "software");
-    QGuiApplication app(argc, argv);
-    tst_E2eHostX11 test(environment);
-    return QTest::qExec(&test, argc, argv);
+    return HostX11Test::run<tst_E2eHostX11>(argc, argv, { { "xdotool", "xdotool" }, { "xwininfo", "x11-utils" },
+                                                          { "xprop", "x11-utils" }, { "import", "imagemagick" } });
 }
 
 #include "tst_e2e_host_x11.moc"

@@ -1,12 +1,14 @@
 #pragma once
 
-// What the real-desktop test asks the X server, over a connection of its own: the test's own
-// Qt runs offscreen, so that its copy of the front end never shows on the display it drives.
+// What the tests of the real host program ask the X server, over a connection of their own:
+// the test's own Qt runs offscreen, so that its copy of the front end never shows on the
+// display it drives.
 
 #include <QByteArray>
 #include <QDeadlineTimer>
 #include <QImage>
 #include <QList>
+#include <QPoint>
 #include <QRect>
 
 #include <xcb/xcb.h>
@@ -181,6 +183,59 @@ public:
         xcb_change_window_attributes(m_connection, m_root, XCB_CW_EVENT_MASK, none);
         xcb_flush(m_connection);
         return false;
+    }
+
+    // Where the pointer is, on the root window.
+    QPoint pointer() const
+    {
+        Reply<xcb_query_pointer_reply_t> reply(
+                xcb_query_pointer_reply(m_connection, xcb_query_pointer(m_connection, m_root), nullptr));
+        return reply ? QPoint(reply->root_x, reply->root_y) : QPoint(-1, -1);
+    }
+
+    // Asks that a top-level window close: through the window manager, as a task bar or pager
+    // does (_NET_CLOSE_WINDOW to the root), or the way a window manager itself asks the window
+    // (WM_DELETE_WINDOW, to the client that made it). False when the request was not sent.
+    bool closeWindow(xcb_window_t window, bool throughWindowManager) const
+    {
+        xcb_client_message_event_t event = {};
+        event.response_type = XCB_CLIENT_MESSAGE;
+        event.format = 32;
+        event.window = window;
+        xcb_window_t destination = window;
+        uint32_t mask = XCB_EVENT_MASK_NO_EVENT;
+        if (throughWindowManager) {
+            event.type = atom("_NET_CLOSE_WINDOW");
+            event.data.data32[0] = XCB_CURRENT_TIME;
+            event.data.data32[1] = 2; // from a pager: what the user asked
+            destination = m_root;
+            mask = XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+        } else {
+            event.type = atom("WM_PROTOCOLS");
+            event.data.data32[0] = atom("WM_DELETE_WINDOW");
+            event.data.data32[1] = XCB_CURRENT_TIME;
+        }
+        if (event.type == XCB_NONE || (!throughWindowManager && event.data.data32[0] == XCB_NONE))
+            return false;
+        xcb_generic_error_t *error = xcb_request_check(
+                m_connection, xcb_send_event_checked(m_connection, 0, destination, mask,
+                                                     reinterpret_cast<const char *>(&event)));
+        const bool sent = error == nullptr;
+        std::free(error);
+        return sent;
+    }
+
+    // True once a window manager has announced itself (_NET_SUPPORTING_WM_CHECK on the root
+    // naming a window that names itself). Only reads: probing the root's redirection as
+    // windowManagerRuns() does makes a manager that starts in that moment fail and exit.
+    bool windowManagerAnnounced() const
+    {
+        const xcb_atom_t check = atom("_NET_SUPPORTING_WM_CHECK");
+        const QByteArray onRoot = property(m_root, check, XCB_ATOM_WINDOW);
+        if (onRoot.size() != 4)
+            return false;
+        const xcb_window_t window = *reinterpret_cast<const xcb_window_t *>(onRoot.constData());
+        return property(window, check, XCB_ATOM_WINDOW) == onRoot;
     }
 
     // What the screen shows of a window's area, or what the window itself holds.
