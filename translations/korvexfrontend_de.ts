@@ -338,6 +338,10 @@
         <translation>%1 wird ausgeführt</translation>
     </message>
     <message>
+        <source>Modules open in their own windows on this desktop.</source>
+        <translation>Module öffnen sich auf diesem Desktop in eigenen Fenstern.</translation>
+    </message>
+    <message>
         <source>%1 stopped unexpectedly.</source>
         <translation>%1 wurde unerwartet beendet.</translation>
     </message>
