@@ -76,6 +76,22 @@ struct Raw : RawClient
         std::free(reply);
         return s;
     }
+    // Whether any event that reached this client by now is one the predicate accepts; all of
+    // them are used up.
+    bool queued(const std::function<bool(const xcb_generic_event_t *)> &wanted)
+    {
+        sync();
+        bool found = false;
+        while (xcb_generic_event_t *event = xcb_poll_for_event(c())) {
+            found = found || wanted(event);
+            std::free(event);
+        }
+        return found;
+    }
+    void discardEvents()
+    {
+        queued([](const xcb_generic_event_t *) { return false; });
+    }
     // The next event of this client that the predicate accepts, within the time.
     bool waitForEvent(const std::function<bool(const xcb_generic_event_t *)> &wanted)
     {
@@ -124,6 +140,9 @@ private Q_SLOTS:
 private:
     void startWindowManager(const char *mode);
     xcb_window_t framedWindow();
+    // A program's window that never was a top-level on screen, taken into the container and
+    // shown there at its size, as the dashboard does.
+    xcb_window_t embeddedWindow(std::uint32_t events = 0);
 
     std::unique_ptr<XcbNativeWindowBackend> m_backend;
     std::unique_ptr<QProcess> m_wm;
@@ -186,6 +205,16 @@ xcb_window_t tst_XcbEmbeddingX11::framedWindow()
     return m_wm->readLine().trimmed() == expected && m_raw->parentOf(w) != m_raw->root() ? w : XCB_NONE;
 }
 
+xcb_window_t tst_XcbEmbeddingX11::embeddedWindow(std::uint32_t events)
+{
+    const xcb_window_t window = m_raw->topLevel(events);
+    m_raw->sync();
+    if (!m_backend->setParent(window, m_container)
+        || !m_backend->setWindowPos(window, 0, 0, 0, 400, 300, SwpShowWindow))
+        return XCB_NONE;
+    return window;
+}
+
 void tst_XcbEmbeddingX11::takesAFramedWindow_data()
 {
     QTest::addColumn<QByteArray>("mode");
@@ -246,10 +275,8 @@ void tst_XcbEmbeddingX11::windowNeverShownNeedsNoManager()
 {
     startWindowManager("keep");
     // A window that was never mapped: the manager holds nothing, even one that never lets go.
-    const xcb_window_t window = m_raw->topLevel();
-    m_raw->sync();
-    QVERIFY(m_backend->setParent(window, m_container) != 0);
-    QVERIFY(m_backend->setWindowPos(window, 0, 0, 0, 400, 300, SwpShowWindow));
+    const xcb_window_t window = embeddedWindow();
+    QVERIFY(window);
     QCOMPARE(m_raw->parentOf(window), xcb_window_t(m_container));
     m_raw->sync();
     // Mapped inside the container, no manager framed it.
@@ -276,10 +303,8 @@ void tst_XcbEmbeddingX11::embeddedWindowIsToldItsEmbedder()
 
 void tst_XcbEmbeddingX11::embeddedWindowKeepsFillingItsContainer()
 {
-    const xcb_window_t window = m_raw->topLevel();
-    m_raw->sync();
-    QVERIFY(m_backend->setParent(window, m_container) != 0);
-    QVERIFY(m_backend->setWindowPos(window, 0, 0, 0, 400, 300, SwpShowWindow));
+    const xcb_window_t window = embeddedWindow();
+    QVERIFY(window);
     QCOMPARE(m_raw->size(window), QSize(400, 300));
     // The module fits its window to its content, as a toolkit does once it is shown.
     const std::uint32_t small[] = { 120, 80 };
@@ -302,13 +327,11 @@ void tst_XcbEmbeddingX11::windowShownBetweenStyleReadAndWriteStaysShown()
     m_backend->setWindowLongPtr(window, GwlStyle, style & ~LongPtr(WsCaption | WsThickFrame));
     m_backend->isWindow(window); // a round trip: the write has reached the server
     QVERIFY(m_raw->mapped(window));
-    m_raw->sync();
-    while (xcb_generic_event_t *event = xcb_poll_for_event(m_raw->c())) {
-        const bool unmapped = (event->response_type & 0x7f) == XCB_UNMAP_NOTIFY
-                && reinterpret_cast<const xcb_unmap_notify_event_t *>(event)->window == window;
-        std::free(event);
-        QVERIFY2(!unmapped, "the style write unmapped the window");
-    }
+    QVERIFY2(!m_raw->queued([&](const xcb_generic_event_t *event) {
+                 return (event->response_type & 0x7f) == XCB_UNMAP_NOTIFY
+                         && reinterpret_cast<const xcb_unmap_notify_event_t *>(event)->window == window;
+             }),
+             "the style write unmapped the window");
 
     // Clearing the bit the caller saw set still hides the window.
     const LongPtr shown = m_backend->getWindowLongPtr(window, GwlStyle);
@@ -320,10 +343,8 @@ void tst_XcbEmbeddingX11::windowShownBetweenStyleReadAndWriteStaysShown()
 
 void tst_XcbEmbeddingX11::keyboardGoesInAndComesBack()
 {
-    const xcb_window_t window = m_raw->topLevel();
-    m_raw->sync();
-    QVERIFY(m_backend->setParent(window, m_container) != 0);
-    QVERIFY(m_backend->setWindowPos(window, 0, 0, 0, 400, 300, SwpShowWindow));
+    const xcb_window_t window = embeddedWindow();
+    QVERIFY(window);
     QVERIFY(m_backend->focusEmbeddedWindow(window, EmbeddedFocus::First));
     QCOMPARE(m_raw->focus(), window);
     QVERIFY(m_backend->focusEmbedder(m_top));
@@ -343,10 +364,8 @@ void tst_XcbEmbeddingX11::keyboardGoesInAndComesBack()
 
 void tst_XcbEmbeddingX11::clickIntoTheContainerIsReportedAndPassedOn()
 {
-    const xcb_window_t window = m_raw->topLevel(XCB_EVENT_MASK_BUTTON_PRESS);
-    m_raw->sync();
-    QVERIFY(m_backend->setParent(window, m_container) != 0);
-    QVERIFY(m_backend->setWindowPos(window, 0, 0, 0, 400, 300, SwpShowWindow));
+    const xcb_window_t window = embeddedWindow(XCB_EVENT_MASK_BUTTON_PRESS);
+    QVERIFY(window);
     QList<EmbeddedFocusEvent> seen;
     QVERIFY(m_backend->watchEmbeddedFocus(m_container, [&](EmbeddedFocusEvent what) { seen << what; }));
     m_raw->sync();
@@ -379,10 +398,8 @@ void tst_XcbEmbeddingX11::clickIntoTheContainerIsReportedAndPassedOn()
 
 void tst_XcbEmbeddingX11::handOnKeysAreReported()
 {
-    const xcb_window_t window = m_raw->topLevel(XCB_EVENT_MASK_KEY_PRESS);
-    m_raw->sync();
-    QVERIFY(m_backend->setParent(window, m_container) != 0);
-    QVERIFY(m_backend->setWindowPos(window, 0, 0, 0, 400, 300, SwpShowWindow));
+    const xcb_window_t window = embeddedWindow(XCB_EVENT_MASK_KEY_PRESS);
+    QVERIFY(window);
     QList<EmbeddedFocusEvent> seen;
     QVERIFY(m_backend->watchEmbeddedFocus(m_container, [&](EmbeddedFocusEvent what) { seen << what; }));
     QVERIFY(m_backend->focusEmbeddedWindow(window, EmbeddedFocus::First));
@@ -410,10 +427,8 @@ void tst_XcbEmbeddingX11::handOnKeysAreReported()
 // leaves it.
 void tst_XcbEmbeddingX11::keyboardHeldByTheEmbedderIsHandedOn()
 {
-    const xcb_window_t window = m_raw->topLevel(XCB_EVENT_MASK_KEY_PRESS);
-    m_raw->sync();
-    QVERIFY(m_backend->setParent(window, m_container) != 0);
-    QVERIFY(m_backend->setWindowPos(window, 0, 0, 0, 400, 300, SwpShowWindow));
+    const xcb_window_t window = embeddedWindow(XCB_EVENT_MASK_KEY_PRESS);
+    QVERIFY(window);
     QList<EmbeddedFocusEvent> seen;
     QVERIFY(m_backend->watchEmbeddedFocus(m_container, [&](EmbeddedFocusEvent what) { seen << what; }));
     QVERIFY(m_backend->focusEmbeddedWindow(window, EmbeddedFocus::Current));
@@ -421,9 +436,7 @@ void tst_XcbEmbeddingX11::keyboardHeldByTheEmbedderIsHandedOn()
     QVERIFY(xdotool({ QStringLiteral("mousemove"), QStringLiteral("--sync"), QStringLiteral("700"),
                       QStringLiteral("10") }));
     const xcb_atom_t xembed = m_raw->atom("_XEMBED");
-    m_raw->sync();
-    while (xcb_generic_event_t *event = xcb_poll_for_event(m_raw->c()))
-        std::free(event);
+    m_raw->discardEvents();
 
     // The manager's move.
     xcb_set_input_focus(m_raw->c(), XCB_INPUT_FOCUS_PARENT, xcb_window_t(m_top), XCB_CURRENT_TIME);
@@ -447,19 +460,15 @@ void tst_XcbEmbeddingX11::keyboardHeldByTheEmbedderIsHandedOn()
     // Once the dashboard has the keyboard back, its keys stay its own. (The Ctrl key around
     // the Tab went on to the module: only Ctrl+Tab itself is the dashboard's.)
     QVERIFY(m_backend->focusEmbedder(m_top));
-    m_raw->sync();
-    while (xcb_generic_event_t *event = xcb_poll_for_event(m_raw->c()))
-        std::free(event);
+    m_raw->discardEvents();
     QVERIFY(xdotool({ QStringLiteral("key"), QStringLiteral("b") }));
     m_raw->sync();
     m_backend->isWindow(window); // the backend has read its events
     QCoreApplication::processEvents();
-    m_raw->sync();
-    while (xcb_generic_event_t *event = xcb_poll_for_event(m_raw->c())) {
-        const bool handedOn = (event->response_type & 0x7f) == XCB_KEY_PRESS;
-        std::free(event);
-        QVERIFY2(!handedOn, "a key of the dashboard's reached the module");
-    }
+    QVERIFY2(!m_raw->queued([](const xcb_generic_event_t *event) {
+                 return (event->response_type & 0x7f) == XCB_KEY_PRESS;
+             }),
+             "a key of the dashboard's reached the module");
 }
 
 QTEST_MAIN(tst_XcbEmbeddingX11)
