@@ -62,9 +62,6 @@ Q_SIGNALS:
     void windowTitleChanged();
     void applicationPathChanged();
     void windowDestroyed();
-    // The module's window is alive but could not be taken into the dashboard: it stays a
-    // window of its own, and the user should be told.
-    void embeddingFailed();
 
 public Q_SLOTS:
     void hideApplication();

@@ -88,11 +88,6 @@ QtObject {
             modules.message = qsTr("%1 started, but its window could not be shown.").arg(appName)
             return
         }
-        // Its window manager kept the window: the module runs, but beside the dashboard.
-        item.embeddingFailed.connect(() => {
-            const shown = modules.nameOf(appType).length > 0 ? modules.nameOf(appType) : appName
-            modules.message = qsTr("%1 could not be placed in the dashboard; it runs in a window of its own.").arg(shown)
-        })
         modules.registry.attachWindow(processId, item)
     }
 

@@ -47,7 +47,6 @@ private Q_SLOTS:
     void setters();
     void completeAttachesWithExactCalls();
     void completeWithoutWindowIdCreatesOnlyTheContainer();
-    void windowKeptByItsManagerIsReported();
     void itemWithoutWindowWarns();
     void resizeMovesContainerAndSizesModule_data();
     void resizeMovesContainerAndSizesModule();
@@ -200,34 +199,6 @@ void tst_DashboardAppWindow::completeAttachesWithExactCalls()
     QCOMPARE(moduleState.style, qint64(0x16000000));
     QCOMPARE(moduleState.geometry, QRect(0, 0, 300, 200));
     QVERIFY(moduleState.visible);
-
-    // Taken in: nothing to report.
-    QSignalSpy failed(item, &DashboardAppWindow::embeddingFailed);
-    QCoreApplication::processEvents();
-    QCOMPARE(failed.count(), 0);
-}
-
-void tst_DashboardAppWindow::windowKeptByItsManagerIsReported()
-{
-    m_backend->setKeptByWindowManager(m_module, true);
-    DashboardAppWindow *item = makeItem(m_module);
-    QPointer<DashboardAppWindow> alive(item);
-    QSignalSpy failed(item, &DashboardAppWindow::embeddingFailed);
-    QSignalSpy destroyed(item, &DashboardAppWindow::windowDestroyed);
-    LogCapture capture;
-    complete(item);
-    QCOMPARE(failed.count(), 0); // from the event loop, once the item is made
-    QTRY_COMPARE(failed.count(), 1);
-
-    const QString line = QStringLiteral("Dashboard Error: window %1 could not be taken into the "
-                                        "dashboard; it stays a window of its own.").arg(m_module);
-    QCOMPARE(capture.linesWithMessage(line).size(), 1);
-    // The module's window is left as it is, and the item goes on watching it.
-    QCOMPARE(m_backend->window(m_module).parent, WindowHandle(0));
-    QVERIFY(m_backend->windowExists(m_module));
-    QVERIFY(item->containerWindow() != 0);
-    QVERIFY(alive);
-    QCOMPARE(destroyed.count(), 0);
 }
 
 void tst_DashboardAppWindow::completeWithoutWindowIdCreatesOnlyTheContainer()
@@ -424,15 +395,11 @@ void tst_DashboardAppWindow::deadWindowIdEndsTheItemAtTheFirstCheck()
     DashboardAppWindow *item = makeItem(dead);
     QPointer<DashboardAppWindow> alive(item);
     QSignalSpy destroyed(item, &DashboardAppWindow::windowDestroyed);
-    QSignalSpy failed(item, &DashboardAppWindow::embeddingFailed);
     complete(item); // the native calls on the dead handle fail quietly
     QVERIFY(alive);
     QTRY_VERIFY(!alive);
     QCOMPARE(destroyed.count(), 1);
-    // A dead window is an ended module, not one its manager kept: one look tells them apart,
-    // one is the status check that ends the item.
-    QCOMPARE(failed.count(), 0);
-    QCOMPARE(m_backend->callsTo(QStringLiteral("IsWindow")).size(), 2);
+    QCOMPARE(m_backend->callsTo(QStringLiteral("IsWindow")).size(), 1);
 }
 
 void tst_DashboardAppWindow::receiverDeletingTheItemAtTheSignal()
