@@ -8,6 +8,7 @@
 // KORVEX_DESKTOP_WMS picks the rows ("all" for every one), KORVEX_DESKTOP_CYCLES how often each
 // module is closed and opened again.
 #include "dashboard_host.h"
+#include "desktop_session.h"
 #include "desktop_x11.h"
 #include "host_x11_test.h"
 
@@ -34,12 +35,12 @@
 #include <unistd.h>
 
 using DesktopX11::XServer;
+using namespace DesktopSession;
 
 namespace {
 
 // The host and a module start in well under a second; a loaded machine needs far more.
 constexpr int START_TIMEOUT_MS = 60000;
-constexpr int TOOL_TIMEOUT_MS = 20000;
 // How long an embedded module must stay where it is, untouched by the window manager.
 constexpr int HOLD_MS = 2000;
 const char DEFAULT_ROWS[] = "openbox";
@@ -50,44 +51,6 @@ constexpr qint64 ROW_BUDGET_MS = 240000;
 constexpr qint64 CYCLE_BUDGET_MS = 120000;
 // A strip of the X screen beside weston's window, where the pointer is outside it.
 constexpr int WESTON_MARGIN = 16;
-
-struct WindowManager
-{
-    const char *name;
-    const char *program; // looked up in PATH; the row skips without it
-    QStringList arguments;
-    bool inSession;      // needs a D-Bus session of its own
-    // Writes what the manager needs in the home it runs with, or nullptr.
-    bool (*prepareHome)(const QDir &home) = nullptr;
-};
-
-// Fluxbox sets its style's wallpaper with a helper that, missing an image tool, opens an error
-// window over the desktop; a desktop set up by its user has none.
-bool fluxboxWithoutWallpaper(const QDir &home)
-{
-    if (!home.mkpath(QStringLiteral(".fluxbox")))
-        return false;
-    QFile overlay(home.filePath(QStringLiteral(".fluxbox/overlay")));
-    QFile init(home.filePath(QStringLiteral(".fluxbox/init")));
-    if (!overlay.open(QIODevice::WriteOnly) || !init.open(QIODevice::WriteOnly))
-        return false;
-    overlay.write("background: unset\n");
-    init.write("session.styleOverlay: " + QFile::encodeName(overlay.fileName()) + '\n');
-    return overlay.flush() && init.flush();
-}
-
-QList<WindowManager> windowManagers()
-{
-    return {
-        { "none", nullptr, {}, false },
-        { "openbox", "openbox", { QStringLiteral("--sm-disable") }, false },
-        { "xfwm4", "xfwm4", { QStringLiteral("--compositor=off"), QStringLiteral("--sm-client-disable") }, false },
-        { "metacity", "metacity", { QStringLiteral("--sm-disable"), QStringLiteral("--replace") }, false },
-        { "fluxbox", "fluxbox", {}, false, fluxboxWithoutWallpaper },
-        { "mutter", "mutter", { QStringLiteral("--x11"), QStringLiteral("--replace"), QStringLiteral("--sm-disable") }, true },
-        { "kwin_x11", "kwin_x11", { QStringLiteral("--replace") }, true },
-    };
-}
 
 bool rowWanted(const WindowManager &manager)
 {
@@ -114,74 +77,6 @@ void setWatchdogForTheRows()
     const auto rows = std::count_if(managers.cbegin(), managers.cend(), rowWanted);
     const qint64 perRow = ROW_BUDGET_MS + qint64(cyclesWanted()) * CYCLE_BUDGET_MS;
     qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number(qMax<qint64>(1, rows) * perRow));
-}
-
-bool runTool(const QString &program, const QStringList &arguments, QString *out = nullptr)
-{
-    QProcess process;
-    process.start(program, arguments);
-    if (!process.waitForStarted(TOOL_TIMEOUT_MS))
-        return false;
-    if (!process.waitForFinished(TOOL_TIMEOUT_MS)) {
-        process.kill();
-        process.waitForFinished();
-        return false;
-    }
-    if (out)
-        *out = QString::fromLocal8Bit(process.readAllStandardOutput());
-    return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
-}
-
-// Gone, or a zombie its parent has yet to collect.
-bool processGone(qint64 pid)
-{
-    QFile status(QStringLiteral("/proc/%1/status").arg(pid));
-    return !status.open(QIODevice::ReadOnly) || status.readAll().contains("State:\tZ");
-}
-
-QString programName(qint64 pid)
-{
-    return QFileInfo(QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(pid))).fileName();
-}
-
-// The live processes whose parent is pid.
-QList<qint64> childrenOf(qint64 pid)
-{
-    QList<qint64> children;
-    const QStringList entries = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    for (const QString &entry : entries) {
-        bool number = false;
-        const qint64 child = entry.toLongLong(&number);
-        if (!number)
-            continue;
-        QFile stat(QStringLiteral("/proc/%1/stat").arg(child));
-        if (!stat.open(QIODevice::ReadOnly))
-            continue;
-        // "pid (name) state ppid ...": the name may hold spaces and parentheses.
-        const QByteArray line = stat.readAll();
-        const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
-        if (fields.size() > 1 && fields.at(0) != "Z" && fields.at(1).toLongLong() == pid)
-            children << child;
-    }
-    return children;
-}
-
-void collectItems(QQuickItem *item, QList<QQuickItem *> *items)
-{
-    for (QQuickItem *child : item->childItems()) {
-        items->append(child);
-        collectItems(child, items);
-    }
-}
-
-QPoint centerInWindow(const QQuickItem *item)
-{
-    return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
-}
-
-int distance(QColor a, QColor b)
-{
-    return qAbs(a.red() - b.red()) + qAbs(a.green() - b.green()) + qAbs(a.blue() - b.blue());
 }
 
 // Where a picture shows in a larger one, as its top-left corner; a null point when nowhere.
@@ -214,29 +109,6 @@ QPoint findPicture(const QImage &whole, const QImage &part)
     return QPoint();
 }
 
-// The share of pixels two pictures of the same size agree on.
-double agreement(const QImage &a, const QImage &b)
-{
-    if (a.isNull() || a.size() != b.size())
-        return 0;
-    qint64 same = 0;
-    for (int y = 0; y < a.height(); ++y) {
-        for (int x = 0; x < a.width(); ++x)
-            same += distance(a.pixelColor(x, y), b.pixelColor(x, y)) <= 6 ? 1 : 0;
-    }
-    return double(same) / (qint64(a.width()) * a.height());
-}
-
-int colorCount(const QImage &picture)
-{
-    QSet<QRgb> colors;
-    for (int y = 0; y < picture.height(); y += 3) {
-        for (int x = 0; x < picture.width(); x += 3)
-            colors.insert(picture.pixel(x, y));
-    }
-    return int(colors.size());
-}
-
 } // namespace
 
 #define CHECK(step)                                                                                \
@@ -262,12 +134,7 @@ private Q_SLOTS:
     void modulesOpenInTheirOwnWindowsWithoutX();
 
 private:
-    struct Module
-    {
-        int appType = -1;
-        QString name;
-        QPoint button;
-    };
+    using Module = DesktopSession::Module;
 
     void startWindowManager(const WindowManager &manager);
     void hostEnvironment(QProcessEnvironment *environment);
@@ -331,16 +198,8 @@ void tst_DesktopX11::cleanup()
 {
     stopHost();
     if (m_windowManager) {
-        // The manager and the D-Bus session it may run in are one process group.
-        const qint64 group = m_windowManager->processId();
-        if (group > 0)
-            ::kill(-pid_t(group), SIGTERM);
-        if (!m_windowManager->waitForFinished(TOOL_TIMEOUT_MS) && group > 0)
-            ::kill(-pid_t(group), SIGKILL);
-        m_windowManager->waitForFinished(TOOL_TIMEOUT_MS);
-        m_windowManager.reset();
         // The next row starts on a display no manager holds.
-        QTRY_VERIFY_WITH_TIMEOUT(!m_display->windowManagerRuns(), START_TIMEOUT_MS);
+        QVERIFY(stopWindowManager(&m_windowManager, *m_display, START_TIMEOUT_MS));
     }
 }
 
@@ -533,55 +392,16 @@ void tst_DesktopX11::modulesOpenInTheirOwnWindowsWithoutX()
 
 void tst_DesktopX11::startWindowManager(const WindowManager &manager)
 {
-    QVERIFY(!m_display->windowManagerRuns());
-    if (!manager.program)
-        return;
-    QVERIFY(!manager.prepareHome || manager.prepareHome(QDir(m_home.path())));
-    m_windowManager = std::make_unique<QProcess>();
-    QProcessEnvironment environment = m_environment;
-    environment.insert(QStringLiteral("HOME"), m_home.path());
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_home.filePath(QStringLiteral(".config")));
-    m_windowManager->setProcessEnvironment(environment);
-    m_windowManager->setProcessChannelMode(QProcess::MergedChannels);
-    m_windowManager->setStandardOutputFile(m_scratch.filePath(m_row + QStringLiteral(".wm.log")));
-    QString program = QString::fromLatin1(manager.program);
-    QStringList arguments = manager.arguments;
-    if (manager.inSession) {
-        arguments.prepend(program);
-        arguments.prepend(QStringLiteral("--"));
-        program = QStringLiteral("dbus-run-session");
-    }
-    m_windowManager->setChildProcessModifier([] { ::setsid(); });
-    m_windowManager->start(program, arguments);
-    QVERIFY2(m_windowManager->waitForStarted(START_TIMEOUT_MS), qPrintable(m_windowManager->errorString()));
-    // The manager is there once it says so on the root window.
-    QVERIFY2(QTest::qWaitFor([this] {
-                 return m_display->windowManagerAnnounced() || m_windowManager->state() != QProcess::Running;
-             }, START_TIMEOUT_MS),
-             "the window manager did not take the display");
-    QVERIFY2(m_windowManager->state() == QProcess::Running,
-             qPrintable(QStringLiteral("the window manager exited; see %1").arg(m_scratch.filePath(m_row + QStringLiteral(".wm.log")))));
+    QString error;
+    m_windowManager = DesktopSession::startWindowManager(manager, m_environment, m_home.path(),
+                                                         m_scratch.filePath(m_row + QStringLiteral(".wm.log")),
+                                                         *m_display, START_TIMEOUT_MS, &error);
+    QVERIFY2(error.isEmpty(), qPrintable(error));
 }
 
 void tst_DesktopX11::hostEnvironment(QProcessEnvironment *environment)
 {
-    const QDir home(m_home.path());
-    const QString printers = m_scratch.filePath(QStringLiteral("printers.json"));
-    {
-        QFile file(printers);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(R"({ "printers": [ { "name": "Ondrel X100 on line 1", "driver": "Ondrel X100 Series",
-            "port": "USB001", "location": "Line 1", "status": 0, "supplyId": "Y-4421",
-            "ribbonIds": ["R-10"], "firmwareVersion": "1.4.2-118", "type": 3, "default": true } ] })");
-    }
-    const QString logs = m_scratch.filePath(QStringLiteral("modules"));
-    QVERIFY(QDir().mkpath(logs));
-    *environment = m_environment;
-    QVERIFY(HostX11Test::setHome(environment, home.path()));
-    environment->insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-    environment->insert(QStringLiteral("KORVEX_SIMULATED_PRINTERS"), printers);
-    environment->insert(QStringLiteral("KORVEX_REAL_PRINTERS"), QStringLiteral("0"));
-    environment->insert(QStringLiteral("KORVEX_DEMO_MODULE_LOG"), logs);
+    QVERIFY(DesktopSession::hostEnvironment(m_environment, m_home.path(), m_scratch.path(), environment));
 }
 
 void tst_DesktopX11::launchHost(const QProcessEnvironment &environment, QProcess::ProcessChannelMode channels)
@@ -600,37 +420,10 @@ void tst_DesktopX11::startHost()
     QProcessEnvironment environment;
     CHECK(hostEnvironment(&environment));
     CHECK(launchHost(environment));
-
-    // The host's window once it is on the screen, drawn by the front end, not the shell.
-    QVERIFY2(QTest::qWaitFor([this] {
-                 m_hostWindow = m_display->findWindowOf(m_hostPid, m_display->root(), QSize(600, 400));
-                 return m_hostWindow != XCB_NONE || m_host->state() != QProcess::Running;
-             }, START_TIMEOUT_MS),
-             "the dashboard's window did not appear");
-    QVERIFY2(m_host->state() == QProcess::Running, "the dashboard exited");
-    m_hostRect = m_display->rectOnScreen(m_hostWindow);
-    m_layout->window()->resize(m_hostRect.size());
-    QTRY_COMPARE(m_layout->rootItem()->size().toSize(), m_hostRect.size());
-    QVERIFY(!m_layout->window()->grabWindow().isNull()); // lays everything out
-
-    // The navigation bar of the real window is drawn: its first module button shows.
-    QQuickItem *bar = layoutItem(QStringLiteral("navigationBar"));
-    QVERIFY(bar);
-    const QColor barColor = bar->property("color").value<QColor>();
-    QColor seenColor;
-    QVERIFY2(QTest::qWaitFor([&] {
-                 // Where the window is, read again each time: a manager may still place it.
-                 m_hostRect = m_display->rectOnScreen(m_hostWindow);
-                 const QPoint spot = m_hostRect.topLeft() + QPoint(2, m_hostRect.height() / 2);
-                 const QImage seen = m_display->image(m_display->root(), QRect(spot, QSize(1, 1)));
-                 seenColor = seen.isNull() ? QColor() : seen.pixelColor(0, 0);
-                 return !seen.isNull() && distance(seenColor, barColor) <= 6;
-             }, START_TIMEOUT_MS),
-             qPrintable(QStringLiteral("the navigation bar is not drawn: %1 shows %2, not %3")
-                                .arg(QStringLiteral("%1,%2 %3x%4").arg(m_hostRect.x()).arg(m_hostRect.y())
-                                             .arg(m_hostRect.width()).arg(m_hostRect.height()),
-                                     seenColor.name(), barColor.name())));
-    QCOMPARE(m_hostRect.size(), m_layout->rootItem()->size().toSize());
+    QString error;
+    QVERIFY2(waitForHostDrawn(*m_display, *m_host, m_layout.get(), START_TIMEOUT_MS, &m_hostWindow,
+                              &m_hostRect, &error),
+             qPrintable(error));
 }
 
 void tst_DesktopX11::stopHost()
@@ -659,27 +452,12 @@ void tst_DesktopX11::stopHost()
 
 QQuickItem *tst_DesktopX11::layoutItem(const QString &objectName) const
 {
-    QList<QQuickItem *> items;
-    collectItems(m_layout->window()->contentItem(), &items);
-    for (QQuickItem *item : items) {
-        if (item->objectName() == objectName && item->isVisible())
-            return item;
-    }
-    return nullptr;
+    return DesktopSession::layoutItem(*m_layout, objectName);
 }
 
 QList<tst_DesktopX11::Module> tst_DesktopX11::modulesOfTheBar() const
 {
-    QList<Module> modules;
-    QList<QQuickItem *> items;
-    collectItems(m_layout->window()->contentItem(), &items);
-    const QString prefix = QStringLiteral("nav_%1_").arg(int(DashboardGlobal::NAV_APP));
-    for (QQuickItem *item : items) {
-        if (item->objectName().startsWith(prefix) && item->isVisible())
-            modules << Module{ item->objectName().mid(prefix.size()).toInt(),
-                               item->property("text").toString(), centerInWindow(item) };
-    }
-    return modules;
+    return DesktopSession::modulesOfTheBar(*m_layout);
 }
 
 QPoint tst_DesktopX11::closeButtonFor(const Module &module)
@@ -698,11 +476,7 @@ QPoint tst_DesktopX11::closeButtonFor(const Module &module)
 
 void tst_DesktopX11::click(const QPoint &inHost)
 {
-    QVERIFY2(runTool(QStringLiteral("xdotool"),
-                     { QStringLiteral("mousemove"), QStringLiteral("--window"), QString::number(m_hostWindow),
-                       QStringLiteral("--sync"), QString::number(inHost.x()), QString::number(inHost.y()),
-                       QStringLiteral("click"), QStringLiteral("1") }),
-             "xdotool could not click");
+    QVERIFY2(DesktopSession::click(m_hostWindow, inHost), "xdotool could not click");
 }
 
 void tst_DesktopX11::keys(const QStringList &keys)
@@ -729,10 +503,7 @@ void tst_DesktopX11::screenshot(const QString &name)
 
 QStringList tst_DesktopX11::moduleLog(qint64 pid) const
 {
-    QFile file(m_scratch.filePath(QStringLiteral("modules/%1.log").arg(pid)));
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+    return DesktopSession::moduleLog(m_scratch.path(), pid);
 }
 
 void tst_DesktopX11::openModule(const Module &module, xcb_window_t *window, qint64 *pid)
