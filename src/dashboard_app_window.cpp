@@ -139,7 +139,12 @@ void DashboardAppWindow::attachWindow()
     }
     m_moduleWindow = WindowHandle(m_windowId);
     if (!m_backend->setParent(m_moduleWindow, m_containerWindow) && m_containerWindow) {
-        QMetaObject::invokeMethod(this, [this] { embeddingFailedEvent(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, [this] {
+            // A window that died meanwhile is the status check's to report, as an ended module.
+            if (!m_backend->isWindow(m_moduleWindow))
+                return;
+            embeddingFailedEvent();
+        }, Qt::QueuedConnection);
     }
     const LongPtr style = m_backend->getWindowLongPtr(m_moduleWindow, GwlStyle);
     m_backend->setWindowLongPtr(m_moduleWindow, GwlStyle, style & ~MODULE_FRAME_STYLES);

@@ -75,7 +75,8 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
     QSGNode *updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *data) override;
     // The module's window could not be taken into the dashboard (its window manager kept it);
-    // called from the event loop after the item was made. The default only logs.
+    // called from the event loop after the item was made, while the window lives. The default
+    // only logs; a front end that tells the user overrides it.
     virtual void embeddingFailedEvent();
 
 private Q_SLOTS:

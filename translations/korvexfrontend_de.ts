@@ -364,6 +364,10 @@
         <source>%1 started, but its window could not be shown.</source>
         <translation>%1 wurde gestartet, aber das Fenster konnte nicht angezeigt werden.</translation>
     </message>
+    <message>
+        <source>%1 could not be placed in the dashboard; it runs in a window of its own.</source>
+        <translation>%1 konnte nicht in das Dashboard eingebettet werden; es läuft in einem eigenen Fenster.</translation>
+    </message>
 </context>
 <context>
     <name>ModuleRegistry</name>

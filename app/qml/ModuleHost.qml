@@ -2,7 +2,7 @@ import QtQuick
 import Korvex.Dashboard
 
 // The front end's side of the running modules. The host's ModuleRegistry owns them (which
-// process, which file, which window, which state); this makes the DashboardAppWindow item of
+// process, which file, which window, which state); this makes the ModuleWindow item of
 // each module window the registry reports, placed directly in the window's content item over
 // the content area, and turns the registry's reports into the texts the notices show.
 QtObject {
@@ -88,12 +88,17 @@ QtObject {
             modules.message = qsTr("%1 started, but its window could not be shown.").arg(appName)
             return
         }
+        // Its window manager kept the window: the module runs, but beside the dashboard.
+        item.embeddingFailed.connect(() => {
+            const shown = modules.nameOf(appType).length > 0 ? modules.nameOf(appType) : appName
+            modules.message = qsTr("%1 could not be placed in the dashboard; it runs in a window of its own.").arg(shown)
+        })
         modules.registry.attachWindow(processId, item)
     }
 
     property Component appWindowComponent: Component {
         id: appWindowComponent
-        DashboardAppWindow {}
+        ModuleWindow {}
     }
 
     property Connections registryConnection: Connections {

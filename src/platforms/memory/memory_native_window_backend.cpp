@@ -126,6 +126,13 @@ void MemoryNativeWindowBackend::setClosesOnClose(WindowHandle handle, bool close
         it->closesOnClose = closes;
 }
 
+void MemoryNativeWindowBackend::setKeptByWindowManager(WindowHandle handle, bool kept)
+{
+    auto it = m_windows.find(handle);
+    if (it != m_windows.end())
+        it->keptByWindowManager = kept;
+}
+
 void MemoryNativeWindowBackend::setMessageHandler(WindowHandle handle, MessageHandler handler)
 {
     m_handlers.insert(handle, std::move(handler));
@@ -209,10 +216,13 @@ WindowHandle MemoryNativeWindowBackend::setParent(WindowHandle child, WindowHand
     Call &call = record(QStringLiteral("SetParent"), { handleValue(child), handleValue(newParent) });
     if (!windowExists(child) || (newParent && !windowExists(newParent)) || child == newParent)
         return 0;
+    if (newParent && m_windows[child].keptByWindowManager)
+        return 0;
     const WindowHandle previous = m_windows[child].parent;
     m_windows[child].parent = newParent;
-    call.result = qint64(previous);
-    return previous;
+    const WindowHandle reported = previous ? previous : DESKTOP_WINDOW;
+    call.result = qint64(reported);
+    return reported;
 }
 
 LongPtr MemoryNativeWindowBackend::getWindowLongPtr(WindowHandle window, int index)

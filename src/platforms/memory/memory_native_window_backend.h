@@ -28,6 +28,9 @@ public:
     static constexpr char EVENT_TYPE[] = "korvex_memory_MSG";
     // Registered message ids are handed out from here upwards, like Windows' 0xC000..0xFFFF.
     static constexpr KorvexNative::MessageId FIRST_REGISTERED_ID = 0xC000;
+    // What SetParent reports as a top-level window's previous parent, as Windows reports its
+    // desktop window: a successful call never returns 0.
+    static constexpr KorvexNative::WindowHandle DESKTOP_WINDOW = 0x0010;
 
     struct Call
     {
@@ -53,6 +56,7 @@ public:
         bool visible = false;
         // WmClose destroys the window (DefWindowProc's behaviour); a module may refuse.
         bool closesOnClose = true;
+        bool keptByWindowManager = false;
     };
 
     // Sees every message sent or posted to a window after it was recorded; the return value
@@ -85,6 +89,8 @@ public:
     Window window(KorvexNative::WindowHandle handle) const;
     QList<KorvexNative::WindowHandle> windows() const { return m_windows.keys(); }
     void setClosesOnClose(KorvexNative::WindowHandle handle, bool closes);
+    // A window its window manager never lets go: SetParent into any parent fails and leaves it.
+    void setKeptByWindowManager(KorvexNative::WindowHandle handle, bool kept);
     void setMessageHandler(KorvexNative::WindowHandle handle, MessageHandler handler);
 
     // --- registered messages ---

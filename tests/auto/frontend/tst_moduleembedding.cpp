@@ -24,11 +24,13 @@ private Q_SLOTS:
 
     void coversThePageAreaInDevicePixels();
     void followsTheWindowWhenItIsResized();
+    void windowKeptByItsManagerIsSaidInTheWindow();
 
 private:
     QRect expectedNativeRect() const;
     QRect nativeRect(WindowHandle window) const;
     WindowHandle embedModule();
+    QQuickItem *moduleNotice() const;
 
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<MemoryNativeWindowBackend> m_backend;
@@ -107,6 +109,9 @@ void tst_ModuleEmbedding::coversThePageAreaInDevicePixels()
     QCOMPARE(nativeRect(container), expected);
     QCOMPARE(nativeRect(m_module), QRect(QPoint(0, 0), expected.size()));
     QVERIFY(m_backend->window(m_module).visible);
+    // Embedded as it should be: no notice.
+    QCoreApplication::processEvents();
+    QVERIFY(!moduleNotice()->property("shown").toBool());
 }
 
 void tst_ModuleEmbedding::followsTheWindowWhenItIsResized()
@@ -118,6 +123,28 @@ void tst_ModuleEmbedding::followsTheWindowWhenItIsResized()
     QTRY_VERIFY(nativeRect(container) != before);
     QTRY_COMPARE(nativeRect(container), expectedNativeRect());
     QCOMPARE(nativeRect(m_module).size(), expectedNativeRect().size());
+}
+
+void tst_ModuleEmbedding::windowKeptByItsManagerIsSaidInTheWindow()
+{
+    m_backend->setKeptByWindowManager(m_module, true);
+    QVERIFY(!embedModule());
+    QQuickItem *notice = moduleNotice();
+    QVERIFY(notice);
+    QTRY_VERIFY(notice->property("shown").toBool());
+    QTRY_VERIFY(notice->height() > 0);
+    const QString text = notice->property("text").toString();
+    QVERIFY2(text.contains(QStringLiteral("could not be placed in the dashboard; it runs in a window of its own")),
+             qPrintable(text));
+    QVERIFY2(!text.startsWith(u' ') && !text.startsWith(QStringLiteral("could")), qPrintable(text)); // names the module
+    // The module runs on beside the dashboard: its window is not closed or destroyed.
+    QVERIFY(m_backend->windowExists(m_module));
+    QVERIFY(m_backend->callsTo(QStringLiteral("DestroyWindow")).isEmpty());
+}
+
+QQuickItem *tst_ModuleEmbedding::moduleNotice() const
+{
+    return m_host->rootItem()->findChild<QQuickItem *>(QStringLiteral("moduleNotice"));
 }
 
 QTEST_MAIN(tst_ModuleEmbedding)

@@ -47,6 +47,7 @@ private Q_SLOTS:
     void setters();
     void completeAttachesWithExactCalls();
     void completeWithoutWindowIdCreatesOnlyTheContainer();
+    void windowKeptByItsManagerIsReported();
     void itemWithoutWindowWarns();
     void resizeMovesContainerAndSizesModule_data();
     void resizeMovesContainerAndSizesModule();
@@ -199,6 +200,33 @@ void tst_DashboardAppWindow::completeAttachesWithExactCalls()
     QCOMPARE(moduleState.style, qint64(0x16000000));
     QCOMPARE(moduleState.geometry, QRect(0, 0, 300, 200));
     QVERIFY(moduleState.visible);
+
+    // Taken in: nothing to report.
+    LogCapture capture;
+    QCoreApplication::processEvents();
+    QCOMPARE(capture.messages().filter(QStringLiteral("could not be taken into the dashboard")).size(), 0);
+}
+
+void tst_DashboardAppWindow::windowKeptByItsManagerIsReported()
+{
+    m_backend->setKeptByWindowManager(m_module, true);
+    DashboardAppWindow *item = makeItem(m_module);
+    QPointer<DashboardAppWindow> alive(item);
+    QSignalSpy destroyed(item, &DashboardAppWindow::windowDestroyed);
+    LogCapture capture;
+    complete(item);
+    const QString line = QStringLiteral("Dashboard Error: window %1 could not be taken into the "
+                                        "dashboard; it stays a window of its own.").arg(m_module);
+    QCOMPARE(capture.linesWithMessage(line).size(), 0); // from the event loop, once the item is made
+    QTRY_COMPARE(capture.linesWithMessage(line).size(), 1);
+    QCoreApplication::processEvents();
+    QCOMPARE(capture.linesWithMessage(line).size(), 1);
+    // The module's window is left as it is, and the item goes on watching it.
+    QCOMPARE(m_backend->window(m_module).parent, WindowHandle(0));
+    QVERIFY(m_backend->windowExists(m_module));
+    QVERIFY(item->containerWindow() != 0);
+    QVERIFY(alive);
+    QCOMPARE(destroyed.count(), 0);
 }
 
 void tst_DashboardAppWindow::completeWithoutWindowIdCreatesOnlyTheContainer()
@@ -395,11 +423,15 @@ void tst_DashboardAppWindow::deadWindowIdEndsTheItemAtTheFirstCheck()
     DashboardAppWindow *item = makeItem(dead);
     QPointer<DashboardAppWindow> alive(item);
     QSignalSpy destroyed(item, &DashboardAppWindow::windowDestroyed);
+    LogCapture capture;
     complete(item); // the native calls on the dead handle fail quietly
     QVERIFY(alive);
     QTRY_VERIFY(!alive);
     QCOMPARE(destroyed.count(), 1);
-    QCOMPARE(m_backend->callsTo(QStringLiteral("IsWindow")).size(), 1);
+    // A dead window is an ended module, not one its manager kept: one look tells them apart,
+    // one is the status check that ends the item.
+    QCOMPARE(capture.messages().filter(QStringLiteral("could not be taken into the dashboard")).size(), 0);
+    QCOMPARE(m_backend->callsTo(QStringLiteral("IsWindow")).size(), 2);
 }
 
 void tst_DashboardAppWindow::receiverDeletingTheItemAtTheSignal()

@@ -46,6 +46,7 @@ private Q_SLOTS:
     void windowsAreSimulated();
     void callsOnMissingWindowsFail();
     void closeDestroysClosableWindowsAndChildren();
+    void setParentReportsThePreviousParent();
     void copyDataIsCopiedAtCallTime();
     void messageHandlerRunsInsideTheSend();
     void deliveredMessagesReachNativeEvent();
@@ -143,6 +144,26 @@ void tst_MemoryNativeWindowBackend::callsOnMissingWindowsFail()
     QVERIFY(!backend.postMessage(ghost, 0xC000, 0, 0));
     QCOMPARE(backend.calls().size(), 11); // every call is recorded, failed or not
     QVERIFY(backend.windows().isEmpty());
+}
+
+void tst_MemoryNativeWindowBackend::setParentReportsThePreviousParent()
+{
+    MemoryNativeWindowBackend backend;
+    const WindowHandle parent = backend.addWindow(QStringLiteral("Parent"));
+    const WindowHandle topLevel = backend.addWindow();
+    // A top-level window's previous parent is the desktop, never 0, which means failure.
+    QCOMPARE(backend.setParent(topLevel, parent), MemoryNativeWindowBackend::DESKTOP_WINDOW);
+    QCOMPARE(backend.window(topLevel).parent, parent);
+    QCOMPARE(backend.setParent(topLevel, 0), parent);
+    QCOMPARE(backend.window(topLevel).parent, WindowHandle(0));
+
+    // A window its manager keeps cannot be moved into another, and stays where it is.
+    backend.setKeptByWindowManager(topLevel, true);
+    QCOMPARE(backend.setParent(topLevel, parent), WindowHandle(0));
+    QCOMPARE(backend.window(topLevel).parent, WindowHandle(0));
+    QCOMPARE(backend.calls().last().result, qint64(0));
+    backend.setKeptByWindowManager(topLevel, false);
+    QCOMPARE(backend.setParent(topLevel, parent), MemoryNativeWindowBackend::DESKTOP_WINDOW);
 }
 
 void tst_MemoryNativeWindowBackend::closeDestroysClosableWindowsAndChildren()

@@ -1,0 +1,7 @@
+#include "module_window.h"
+
+void ModuleWindow::embeddingFailedEvent()
+{
+    DashboardAppWindow::embeddingFailedEvent();
+    Q_EMIT embeddingFailed();
+}
