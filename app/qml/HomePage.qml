@@ -27,6 +27,8 @@ FocusScope {
 
     signal openLabel(DashboardCommonFileController controller, int id)
     signal bannerOpened(int bannerType)
+    // An address or folder to hand to the desktop; the window says so when nothing opens it.
+    signal openRequested(url address)
     signal favoriteRemoved()
 
     function showTab(index) {
@@ -312,7 +314,7 @@ FocusScope {
                 glyph: Theme.icons.folderOpen
                 text: qsTr("Open in file browser")
                 Accessible.name: qsTr("Open the folder in the file browser")
-                onClicked: Qt.openUrlExternally(page.host.folderUrl(page.myLabels.getCurrentFolder()))
+                onClicked: page.openRequested(page.host.folderUrl(page.myLabels.getCurrentFolder()))
             }
         }
 

@@ -101,7 +101,7 @@ Item {
     // An address or folder the system could not hand to a browser or file manager is said.
     function openAddress(address) {
         if (!Qt.openUrlExternally(address))
-            root.openFailure = address.toString()
+            root.openFailure = root.host.readableAddress(address)
     }
     // appType -> the module's name in the side bar, in the user's language.
     function moduleNames() {
@@ -399,6 +399,7 @@ Item {
                         onOpenLabel: (controller, id) => controller.openLabel(id)
                         onBannerOpened: (bannerType) => root.openBanner(bannerType)
                         onFavoriteRemoved: root.syncFavorites(favorites)
+                        onOpenRequested: (address) => root.openAddress(address)
                     }
                     Loader {
                         id: cloudLoader
@@ -421,6 +422,7 @@ Item {
                             resources: root.dashMain.resourcesNavItems
                             focus: true
                             onBannerOpened: (bannerType) => root.openBanner(bannerType)
+                            onOpenRequested: (address) => root.openAddress(address)
                         }
                     }
                     Loader {

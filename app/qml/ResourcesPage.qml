@@ -10,6 +10,8 @@ FocusScope {
     required property var resources
 
     signal bannerOpened(int bannerType)
+    // An address or folder to hand to the desktop; the window says so when nothing opens it.
+    signal openRequested(url address)
 
     ColumnLayout {
         anchors.fill: parent
@@ -49,8 +51,8 @@ FocusScope {
             }
             Accessible.role: Accessible.List
             Accessible.name: qsTr("Resources")
-            Keys.onReturnPressed: if (currentIndex >= 0) Qt.openUrlExternally(page.resources[currentIndex].resUrl)
-            Keys.onEnterPressed: if (currentIndex >= 0) Qt.openUrlExternally(page.resources[currentIndex].resUrl)
+            Keys.onReturnPressed: if (currentIndex >= 0) page.openRequested(page.resources[currentIndex].resUrl)
+            Keys.onEnterPressed: if (currentIndex >= 0) page.openRequested(page.resources[currentIndex].resUrl)
 
             delegate: Item {
                 id: tile
@@ -63,7 +65,7 @@ FocusScope {
                 // A link lists its press action already; a handler would list it twice.
                 function accessiblePressAction() {
                     grid.currentIndex = tile.index
-                    Qt.openUrlExternally(tile.modelData.resUrl)
+                    page.openRequested(tile.modelData.resUrl)
                 }
 
                 Rectangle {
@@ -120,7 +122,7 @@ FocusScope {
                         cursorShape: Qt.PointingHandCursor
                         onClicked: {
                             grid.currentIndex = tile.index
-                            Qt.openUrlExternally(tile.modelData.resUrl)
+                            page.openRequested(tile.modelData.resUrl)
                         }
                     }
                 }

@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QColor>
+#include <QDir>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QMetaEnum>
@@ -65,6 +66,11 @@ bool HostServices::folderExists(const QString &path) const
 QUrl HostServices::folderUrl(const QString &path) const
 {
     return QUrl::fromLocalFile(path);
+}
+
+QString HostServices::readableAddress(const QUrl &address) const
+{
+    return address.isLocalFile() ? QDir::toNativeSeparators(address.toLocalFile()) : address.toString();
 }
 
 void HostServices::applyLanguage(const QString &code)

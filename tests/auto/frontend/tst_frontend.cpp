@@ -18,6 +18,7 @@
 #include <QRegularExpression>
 #include <QSet>
 #include <QSettings>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -62,6 +63,8 @@ private Q_SLOTS:
     void frontEndThatFailsAfterTheShell_data();
     void frontEndThatFailsAfterTheShell();
     void everyPageFromTheNavigationBar();
+    void addressNothingOpensIsSaid_data();
+    void addressNothingOpensIsSaid();
     void searchSortAndFavorite();
     void enterAndLeaveFolders();
     void changeAndResetSettings();
@@ -519,6 +522,63 @@ void tst_Frontend::enterAndLeaveFolders()
     // The folder opens in the file browser.
     click(findItem(home, QStringLiteral("openFolderButton")));
     QCOMPARE(m_urls.urls, QList<QUrl> { QUrl::fromLocalFile(folder) });
+}
+
+void tst_Frontend::addressNothingOpensIsSaid_data()
+{
+    QTest::addColumn<QString>("from");
+    QTest::newRow("support link") << QStringLiteral("support");
+    QTest::newRow("resources tile") << QStringLiteral("resources");
+    QTest::newRow("open in file browser") << QStringLiteral("folder");
+}
+
+void tst_Frontend::addressNothingOpensIsSaid()
+{
+    QFETCH(QString, from);
+    const QString folder = m_dir->filePath(QStringLiteral("labels"));
+    QVERIFY(startHost(folder));
+    QQuickItem *root = m_host->rootItem();
+    QObject *notice = find("openFailureNotice");
+    QVERIFY(notice);
+    QVERIFY(!notice->property("shown").toBool());
+
+    // With no handler of its own, the test platform opens nothing: as a desktop with no
+    // browser or file manager. Qt says so too.
+    m_expectedWarning = QRegularExpression(QStringLiteral("does not support QPlatformServices::open"));
+    const QStringList schemes { QStringLiteral("https"), QStringLiteral("file") };
+    for (const QString &scheme : schemes)
+        QDesktopServices::unsetUrlHandler(scheme);
+    const auto restore = qScopeGuard([&] {
+        for (const QString &scheme : schemes)
+            QDesktopServices::setUrlHandler(scheme, &m_urls, "open");
+    });
+
+    QString address;
+    if (from == QLatin1String("support")) {
+        address = m_host->services()->supportAddress();
+        click(findItem(root, QStringLiteral("nav_%1_-1").arg(DashboardGlobal::NAV_URL_SUPPORT)));
+    } else if (from == QLatin1String("resources")) {
+        showPage(QStringLiteral("resources"));
+        QObject *grid = find("resourceGrid");
+        QVERIFY(grid);
+        QQuickItem *tile = nullptr;
+        QTRY_VERIFY(QMetaObject::invokeMethod(grid, "itemAtIndex", Q_RETURN_ARG(QQuickItem *, tile), Q_ARG(int, 0))
+                    && tile);
+        address = tile->property("modelData").value<ResourceItem>().resUrl;
+        QVERIFY(!address.isEmpty());
+        click(tile);
+    } else {
+        showPage(QStringLiteral("mylabels"));
+        address = QDir::toNativeSeparators(folder); // the path, as the user knows it
+        click(findItem(find("homePage"), QStringLiteral("openFolderButton")));
+    }
+    QTRY_VERIFY(notice->property("shown").toBool());
+    const QString text = notice->property("text").toString();
+    QVERIFY2(text.startsWith(address + QStringLiteral(" could not be opened")), qPrintable(text));
+    QVERIFY(m_urls.urls.isEmpty());
+
+    click(findItem(root, QStringLiteral("openFailureNoticeDismiss")));
+    QTRY_VERIFY(!notice->property("shown").toBool());
 }
 
 void tst_Frontend::changeAndResetSettings()
