@@ -20,6 +20,9 @@ FocusScope {
     readonly property alias resetDialog: resetDialog
     // The contents model announces no change when it is filled again.
     property var languageNames: contents.languagesModelList
+    // Each language named in itself, so that a user who cannot read the current one finds theirs.
+    readonly property var languageNamesInThemselves: page.languageNames.map(
+        (name, index) => page.host.languageName(page.contents.getLanguageCode(index)))
 
     signal showCloud()
 
@@ -317,7 +320,7 @@ FocusScope {
                             id: languageBox
                             objectName: "languageBox"
                             Layout.preferredWidth: 280
-                            model: page.languageNames
+                            model: page.languageNamesInThemselves
                             currentIndex: page.languageIndex
                             // A new list of names, after a change of language, puts the box
                             // back on its first entry; it shows the chosen language again.

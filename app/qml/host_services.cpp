@@ -8,6 +8,8 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QGuiApplication>
+#include <QHash>
+#include <QLocale>
 #include <QMetaEnum>
 #include <QPalette>
 #include <QSettings>
@@ -66,6 +68,34 @@ bool HostServices::folderExists(const QString &path) const
 QUrl HostServices::folderUrl(const QString &path) const
 {
     return QUrl::fromLocalFile(path);
+}
+
+QString HostServices::languageName(const QString &code) const
+{
+    // Qt's own names carry the region where the list has one entry per language ("American
+    // English", "español de España"); these are the names a language list shows.
+    static const QHash<QString, QString> names {
+        { QStringLiteral("en_US"), QStringLiteral("English") },
+        { QStringLiteral("de_DE"), QStringLiteral("Deutsch") },
+        { QStringLiteral("fr_FR"), QStringLiteral("Français") },
+        { QStringLiteral("es_ES"), QStringLiteral("Español") },
+        { QStringLiteral("it_IT"), QStringLiteral("Italiano") },
+        { QStringLiteral("pt_BR"), QStringLiteral("Português (Brasil)") },
+        { QStringLiteral("nl_NL"), QStringLiteral("Nederlands") },
+        { QStringLiteral("pl_PL"), QStringLiteral("Polski") },
+        { QStringLiteral("sv_SE"), QStringLiteral("Svenska") },
+        { QStringLiteral("ja_JP"), QStringLiteral("日本語") },
+        { QStringLiteral("zh_CN"), QStringLiteral("简体中文") },
+        { QStringLiteral("ko_KR"), QStringLiteral("한국어") },
+    };
+    const auto known = names.constFind(code);
+    if (known != names.cend())
+        return *known;
+    const QLocale locale(code);
+    const QString native = locale.language() == QLocale::C ? QString() : locale.nativeLanguageName();
+    if (native.isEmpty())
+        return code;
+    return locale.toUpper(native.left(1)) + native.mid(1);
 }
 
 QString HostServices::readableAddress(const QUrl &address) const

@@ -59,6 +59,8 @@ public:
     Q_INVOKABLE QUrl folderUrl(const QString &path) const;
     // An address as a user reads it: a folder or file as its path, anything else as it is.
     Q_INVOKABLE QString readableAddress(const QUrl &address) const;
+    // A language as its speakers name it ("de_DE" is "Deutsch"), whatever the interface's language.
+    Q_INVOKABLE QString languageName(const QString &code) const;
     // Installs the translations of a locale code ("de_DE") and re-translates the interface.
     Q_INVOKABLE void applyLanguage(const QString &code);
     // The application palette, so Qt Quick Controls and their popups follow the theme; keys

@@ -69,6 +69,7 @@ private Q_SLOTS:
     void enterAndLeaveFolders();
     void changeAndResetSettings();
     void germanAtOnce();
+    void languagesAreNamedInThemselves();
     void settingsSectionByMouse_data();
     void settingsSectionByMouse();
     void aboutShowsTheLicence();
@@ -732,6 +733,34 @@ void tst_Frontend::germanAtOnce()
     if (QTest::currentTestFailed())
         return;
     expectShown(false);
+}
+
+void tst_Frontend::languagesAreNamedInThemselves()
+{
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    showPage(QStringLiteral("settings"));
+    QObject *page = find("settingsPage");
+    QVERIFY(page);
+    page->setProperty("section", int(SettingsNavigationModel::NAV_LANGUAGE));
+    QQuickItem *box = findItem(page, QStringLiteral("languageBox"));
+    QVERIFY(box);
+    const auto shown = [&] { return box->property("model").toStringList(); };
+    const QStringList english = shown();
+    QCOMPARE(english.size(), 12);
+    for (const char *name : { "English", "Deutsch", "Français", "Español", "Português (Brasil)", "日本語", "简体中文", "한국어" })
+        QVERIFY2(english.contains(QString::fromUtf8(name)), name);
+    // In whatever language the window is, the list reads the same.
+    m_host->services()->applyLanguage(QStringLiteral("de_DE"));
+    QTRY_COMPARE(page->property("languageNames").toStringList().at(0), QStringLiteral("Englisch"));
+    QCOMPARE(shown(), english);
+    m_host->services()->applyLanguage(QStringLiteral("en_US"));
+
+    // A language without a name of its own here is named as its locale names it; what is no
+    // language at all keeps its code.
+    HostServices *services = m_host->services();
+    QCOMPARE(services->languageName(QStringLiteral("fi_FI")), QStringLiteral("Suomi"));
+    QCOMPARE(services->languageName(QStringLiteral("not a code")), QStringLiteral("not a code"));
+    QCOMPARE(services->languageName(QString()), QString());
 }
 
 void tst_Frontend::settingsSectionByMouse_data()
