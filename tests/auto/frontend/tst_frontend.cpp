@@ -25,6 +25,7 @@
 #include <QTest>
 #include <QtQuickTest/quicktest.h>
 
+#include <algorithm>
 #include <memory>
 
 
@@ -878,6 +879,17 @@ void tst_Frontend::missingLabelFolder()
     QVERIFY(empty->property("error").toBool());
     QCOMPARE(empty->property("title").toString(), QStringLiteral("The label folder cannot be found"));
     QVERIFY(empty->property("message").toString().contains(folder));
+
+    // As the message says, its labels are listed once the folder is back, with no restart.
+    QVERIFY(QDir().mkpath(folder));
+    QFile label(folder + QStringLiteral("/Back Again.kxld"));
+    QVERIFY(label.open(QIODevice::WriteOnly));
+    label.close();
+    QObject *labels = find("labelList");
+    QTRY_COMPARE(names(labels), QStringList { QStringLiteral("Back Again.kxld") });
+    const QList<QQuickItem *> states = findItems(labels, QStringLiteral("emptyState"));
+    QVERIFY(std::none_of(states.cbegin(), states.cend(), [](QQuickItem *state) { return state->isVisible(); }));
+
     // The rest keeps working.
     click(findItem(m_host->rootItem(), QStringLiteral("nav_%1_-1").arg(DashboardGlobal::NAV_RESOURCES)));
     QCOMPARE(m_host->rootItem()->property("page").toString(), QStringLiteral("resources"));
