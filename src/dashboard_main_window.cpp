@@ -232,11 +232,12 @@ void DashboardMainWindow::arePrintersUpToDate(int printerType, bool isChecking)
     Q_UNUSED(printerType);
     if (isChecking) {
         m_isPrinterUpdateAvailable = false;
+        m_printersWithNewerFirmware.clear();
         Q_EMIT isPrinterUpdateAvailableChanged(false);
         return;
     }
 
-    bool updateAvailable = false;
+    QStringList behind;
     const QList<AvailablePrinters> printers = WindowsPrinterInfo::getAvailablePrinters();
     for (const AvailablePrinters &printer : printers) {
         if (printer.isExcluded)
@@ -251,13 +252,12 @@ void DashboardMainWindow::arePrintersUpToDate(int printerType, bool isChecking)
                 WindowsPrinterInfo::printerType(printer.driverName), false);
         if (latest.isEmpty())
             continue;
-        if (isNewer(installed, latest)) {
-            updateAvailable = true;
-            break;
-        }
+        if (isNewer(installed, latest))
+            behind << printer.printerName;
     }
-    m_isPrinterUpdateAvailable = updateAvailable;
-    Q_EMIT isPrinterUpdateAvailableChanged(updateAvailable);
+    m_printersWithNewerFirmware = behind;
+    m_isPrinterUpdateAvailable = !behind.isEmpty();
+    Q_EMIT isPrinterUpdateAvailableChanged(m_isPrinterUpdateAvailable);
 }
 
 void DashboardMainWindow::showEvent(QShowEvent *event)

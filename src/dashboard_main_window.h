@@ -42,6 +42,9 @@ public:
     int windowStateValue() const { return m_windowState; }
     bool isActive() const { return m_isActive; }
     bool isPrinterUpdateAvailable() const { return m_isPrinterUpdateAvailable; }
+    // The printers the last firmware check found behind their latest firmware, by name, in
+    // the print system's order; empty whenever isPrinterUpdateAvailable is false.
+    QStringList printersWithNewerFirmware() const { return m_printersWithNewerFirmware; }
     uint windowTitlebarHeight() const { return m_windowTitlebarHeight; }
     QRect normalGeometry() const { return m_normalGeometry; }
 
@@ -89,6 +92,7 @@ private:
     int m_windowState = 0;
     bool m_isActive = false;
     bool m_isPrinterUpdateAvailable = false;
+    QStringList m_printersWithNewerFirmware;
     uint m_windowTitlebarHeight = 31;
     QRect m_normalGeometry;
     QPointer<QScreen> m_currentScreen;

@@ -314,6 +314,10 @@
         <translation>Jetzt aktualisieren</translation>
     </message>
     <message>
+        <source>New firmware is available for %1.</source>
+        <translation>Für %1 ist neue Firmware verfügbar.</translation>
+    </message>
+    <message>
         <source>New firmware is available for a connected printer.</source>
         <translation>Für einen angeschlossenen Drucker ist neue Firmware verfügbar.</translation>
     </message>

@@ -178,6 +178,7 @@ bool DashboardHost::start(const Options &options)
     if (ok && quitWait >= 0)
         m_modules->setQuitWait(quitWait);
     m_services->setModules(m_modules);
+    m_services->setMainWindow(m_window.get());
     connect(m_modules, &ModuleRegistry::quitReady, QCoreApplication::instance(), &QCoreApplication::quit,
             Qt::QueuedConnection);
     // The window's close button and the window manager's close (Alt+F4) ask, like the menu.

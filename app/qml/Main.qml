@@ -278,11 +278,20 @@ Item {
             NoticeBar {
                 id: firmwareNotice
                 objectName: "firmwareNotice"
+                // Which printers, read again at each check's result.
+                readonly property var printers: root.mainWindow.isPrinterUpdateAvailable
+                                                ? root.host.printersWithNewerFirmware() : []
                 shown: root.mainWindow.isPrinterUpdateAvailable && !root.firmwareNoticeDismissed
                 glyph: Theme.icons.printers
-                text: qsTr("New firmware is available for a connected printer.")
+                text: printers.length > 0 ? qsTr("New firmware is available for %1.").arg(printers.join(", "))
+                                          : qsTr("New firmware is available for a connected printer.")
                 action: qsTr("Open printer maintenance")
-                onTriggered: moduleHost.activate(DashboardGlobal.APP_PRINTERMAINTENANCE, root.navName(DashboardGlobal.APP_PRINTERMAINTENANCE))
+                onTriggered: {
+                    if (printers.length > 0)
+                        moduleHost.openPrinterMaintenance(printers[0])
+                    else
+                        moduleHost.activate(DashboardGlobal.APP_PRINTERMAINTENANCE, root.navName(DashboardGlobal.APP_PRINTERMAINTENANCE))
+                }
                 onDismissed: root.firmwareNoticeDismissed = true
             }
             NoticeBar {

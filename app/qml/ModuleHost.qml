@@ -46,6 +46,14 @@ QtObject {
         modules.registry.open(appType, filePath)
     }
 
+    // For a firmware update: printer maintenance is given the printer.
+    function openPrinterMaintenance(printerName) {
+        if (!modules.registry)
+            return
+        modules.message = ""
+        modules.registry.openPrinterMaintenance(printerName)
+    }
+
     function showInstance(processId) {
         modules.registry.show(processId)
     }

@@ -1,5 +1,6 @@
 #include "host_services.h"
 
+#include <dashboard_main_window.h>
 #include <dashboard_settings.h>
 #include <models/dashboard_main.h>
 
@@ -96,6 +97,11 @@ QString HostServices::languageName(const QString &code) const
     if (native.isEmpty())
         return code;
     return locale.toUpper(native.left(1)) + native.mid(1);
+}
+
+QStringList HostServices::printersWithNewerFirmware() const
+{
+    return m_mainWindow ? m_mainWindow->printersWithNewerFirmware() : QStringList();
 }
 
 QString HostServices::readableAddress(const QUrl &address) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QUrl>
 #include <QVariantMap>
@@ -10,6 +11,7 @@
 
 #include <functional>
 
+class DashboardMainWindow;
 class ModuleRegistry;
 
 // What the front end needs from the program that hosts it and that no dashboard class offers:
@@ -49,6 +51,9 @@ public:
     // The running modules; set by the host before the front end is made.
     ModuleRegistry *modules() const { return m_modules; }
     void setModules(ModuleRegistry *modules) { m_modules = modules; }
+    void setMainWindow(DashboardMainWindow *window) { m_mainWindow = window; }
+    // The printers the window's last firmware check found behind, by name.
+    Q_INVOKABLE QStringList printersWithNewerFirmware() const;
 
     void setLanguageHandler(LanguageHandler handler) { m_languageHandler = std::move(handler); }
 
@@ -76,4 +81,5 @@ private:
     QString m_languageCode;
     LanguageHandler m_languageHandler;
     ModuleRegistry *m_modules = nullptr;
+    QPointer<DashboardMainWindow> m_mainWindow;
 };

@@ -223,6 +223,20 @@ void ModuleRegistry::removeRow(int row)
 
 qint64 ModuleRegistry::open(int appType, const QString &filePath)
 {
+    return start(appType, filePath, [this, appType, filePath] {
+        m_launcher->launchApplication(DashboardGlobal::ApplicationType(appType), filePath);
+    });
+}
+
+qint64 ModuleRegistry::openPrinterMaintenance(const QString &printerName)
+{
+    return start(DashboardGlobal::APP_PRINTERMAINTENANCE, QString(), [this, printerName] {
+        m_launcher->launchPrinterMaintenanceFor(printerName);
+    });
+}
+
+qint64 ModuleRegistry::start(int appType, const QString &filePath, const std::function<void()> &launch)
+{
     const auto type = DashboardGlobal::ApplicationType(appType);
     if (!m_launcher || m_launcher->getApplicationExec(type).isEmpty())
         return 0;
@@ -245,7 +259,7 @@ qint64 ModuleRegistry::open(int appType, const QString &filePath)
         return 0;
     }
     const int before = int(m_instances.size());
-    m_launcher->launchApplication(type, filePath);
+    launch();
     if (m_instances.size() == before) {
         reportStartFailure(tr("%1 could not be started.").arg(displayName(appType)));
         return 0;

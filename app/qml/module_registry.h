@@ -13,6 +13,8 @@
 #include <QVariantMap>
 #include <QtQml/qqmlregistration.h>
 
+#include <functional>
+
 class DashboardAppWindow;
 class DashboardMainWindow;
 class LauncherController;
@@ -107,6 +109,9 @@ public:
     // Returns the module's process id; 0 when nothing could be started (startFailed() says
     // why).
     Q_INVOKABLE qint64 open(int appType, const QString &filePath = QString());
+    // Opens printer maintenance for that printer (a firmware update), as open() does; one
+    // already running is shown as it is.
+    Q_INVOKABLE qint64 openPrinterMaintenance(const QString &printerName);
     // Shows that module over the pages; showPages() shows the pages.
     Q_INVOKABLE void show(qint64 processId);
     Q_INVOKABLE void showPages();
@@ -167,6 +172,7 @@ private:
     void onQuitWaitOver();
     void setShown(qint64 processId);
     // Logs the message and emits startFailed() with it.
+    qint64 start(int appType, const QString &filePath, const std::function<void()> &launch);
     void reportStartFailure(const QString &message);
 
     QPointer<LauncherController> m_launcher;

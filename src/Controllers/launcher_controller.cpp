@@ -65,9 +65,13 @@ void LauncherController::setDashboardWId(int dashboardWId)
 
 void LauncherController::updateActiveDefaultPrinter(QString activeDefaultPrinter, bool isQV)
 {
+    m_printerArgument = printerArgument(activeDefaultPrinter, isQV);
+}
+
+QString LauncherController::printerArgument(const QString &printerName, bool isQV)
+{
     // One argument, blank after "--p" included: the modules split it themselves.
-    m_printerArgument = QStringLiteral("--p ") + activeDefaultPrinter
-            + (isQV ? QStringLiteral(",1") : QStringLiteral(",0"));
+    return QStringLiteral("--p ") + printerName + (isQV ? QStringLiteral(",1") : QStringLiteral(",0"));
 }
 
 QString LauncherController::getApplicationExec(DashboardGlobal::ApplicationType appType)
@@ -191,6 +195,14 @@ void LauncherController::launchSymbolCreator()
 void LauncherController::launchPrinterMaintenance()
 {
     startApplicationProcess(DashboardGlobal::APP_PRINTERMAINTENANCE, moduleArguments(false, true));
+}
+
+void LauncherController::launchPrinterMaintenanceFor(const QString &printerName)
+{
+    QStringList arguments = moduleArguments(false, true);
+    if (!printerName.isEmpty())
+        arguments.prepend(printerArgument(printerName, true));
+    startApplicationProcess(DashboardGlobal::APP_PRINTERMAINTENANCE, arguments);
 }
 
 void LauncherController::launchPremadeSigns()

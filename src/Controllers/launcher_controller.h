@@ -50,6 +50,9 @@ public:
     // closed or killed by the launcher (its QProcess is left undeleted on purpose, since
     // deleting a QProcess kills its process). False when no running module has that id.
     bool leaveRunning(qint64 processId);
+    // Starts printer maintenance for one of the suite's printers (a firmware update), passed
+    // as the other modules get the default printer; the slot passes no printer.
+    void launchPrinterMaintenanceFor(const QString &printerName);
 
 Q_SIGNALS:
     void fileNotSupportedSignal(QString path);
@@ -80,6 +83,7 @@ private Q_SLOTS:
     void initApplicationTypes();
 
 private:
+    static QString printerArgument(const QString &printerName, bool isQV);
     QStringList moduleArguments(bool withPrinter, bool withTestMode,
                                 const QString &fileName = QString()) const;
 

@@ -1,6 +1,7 @@
 #include "dashboard_host.h"
 #include "host_services.h"
 #include "label_folder.h"
+#include "printing/printer_directory.h"
 #include "start_shell.h"
 #include "url_recorder.h"
 #include "window_shell.h"
@@ -81,6 +82,7 @@ private Q_SLOTS:
     void manyFilesStayResponsive();
     void missingModuleExecutable();
     void moduleThatNeverShowsItsWindow();
+    void firmwareNoticeNamesThePrinter();
     void missingLicenceFile();
     void malformedSettingsFile_data();
     void malformedSettingsFile();
@@ -974,6 +976,59 @@ void tst_Frontend::moduleThatNeverShowsItsWindow()
     QVERIFY(!findItem(button, QStringLiteral("navBusyIndicator")));
     QVERIFY(modules->property("message").toString().startsWith(QStringLiteral("NFPA did not start")));
     QFile::remove(program);
+}
+
+void tst_Frontend::firmwareNoticeNamesThePrinter()
+{
+    // Two of the suite's printers behind their firmware, one up to date, and another maker's.
+    const QString printers = m_dir->filePath(QStringLiteral("printers.json"));
+    const QString manifest = m_dir->filePath(QStringLiteral("firmware.json"));
+    const auto write = [](const QString &path, const QByteArray &bytes) {
+        QFile file(path);
+        return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+    };
+    QVERIFY(write(printers, R"({ "printers": [
+        { "name": "Ondrel X100 on line 1", "driver": "Ondrel X100 Series", "firmwareVersion": "1.4.2-118", "type": 3, "default": true },
+        { "name": "Generic office printer", "driver": "Generic PCL Driver", "type": 0 },
+        { "name": "Ondrel X100 up to date", "driver": "Ondrel X100 Series", "firmwareVersion": "1.4.3-120", "type": 3 },
+        { "name": "Ondrel X100 in store", "driver": "Ondrel X100 Series", "firmwareVersion": "1.0.0-1", "type": 3 } ] })"));
+    QVERIFY(write(manifest, R"({ "printerTypes": [ { "type": 3, "latestVersion": "1.4.3-120" } ] })"));
+    PrinterDirectory *directory = PrinterDirectory::instance();
+    directory->setFirmwareManifestFile(manifest);
+    directory->setSimulatedPrintersFile(printers);
+    const auto restore = qScopeGuard([directory] {
+        directory->setSimulatedPrintersFile(QString());
+        directory->setFirmwareManifestFile(QString());
+    });
+    // Printer maintenance, as a program that writes down what it was given.
+    const QString given = m_dir->filePath(QStringLiteral("arguments.txt"));
+    const QString program = QCoreApplication::applicationDirPath() + QStringLiteral("/PrinterMaintenance.exe");
+    QVERIFY(write(program, "#!/bin/sh\nprintf '%s\\n' \"$@\" > '" + given.toUtf8() + "'\n"));
+    QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    const auto removeProgram = qScopeGuard([program] { QFile::remove(program); });
+
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    QObject *notice = find("firmwareNotice");
+    QVERIFY(notice);
+    QTRY_VERIFY(notice->property("shown").toBool());
+    QCOMPARE(notice->property("text").toString(),
+             QStringLiteral("New firmware is available for Ondrel X100 on line 1, Ondrel X100 in store."));
+
+    // Its action starts printer maintenance for the first of them, as modules get a printer.
+    click(findItem(m_host->rootItem(), QStringLiteral("firmwareNoticeAction")));
+    QStringList arguments;
+    QTRY_VERIFY(QFile::exists(given));
+    QTRY_VERIFY([&] {
+        QFile file(given);
+        arguments = file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts)
+                                                   : QStringList();
+        return arguments.size() >= 3;
+    }());
+    QCOMPARE(arguments.at(0), QStringLiteral("--dashboard"));
+    QCOMPARE(arguments.at(2), QStringLiteral("--p Ondrel X100 on line 1,1"));
+    // It ends without a window: said as a start that failed, nothing worse.
+    QTRY_VERIFY_WITH_TIMEOUT(rootObject("moduleHost")->property("message").toString().contains(QStringLiteral("did not start")),
+                             10000);
 }
 
 void tst_Frontend::missingLicenceFile()

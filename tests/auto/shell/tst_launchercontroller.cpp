@@ -52,6 +52,8 @@ private Q_SLOTS:
 
     void launchOperations_data();
     void launchOperations();
+    void printerMaintenanceForAPrinter_data();
+    void printerMaintenanceForAPrinter();
     void launchApplicationDispatch_data();
     void launchApplicationDispatch();
     void documentedCommandLines();
@@ -311,6 +313,36 @@ void tst_LauncherController::launchOperations()
     QCOMPARE(QFileInfo(r.program).fileName(), exec);
     QCOMPARE(r.program, m_appDir + '/' + exec);
     QCOMPARE(QDir(r.workingDirectory).canonicalPath(), QDir(m_appDir).canonicalPath());
+    QCOMPARE(r.arguments, expected);
+}
+
+void tst_LauncherController::printerMaintenanceForAPrinter_data()
+{
+    QTest::addColumn<QString>("printer");
+    QTest::addColumn<bool>("testMode");
+    QTest::addColumn<QStringList>("expected");
+    const QString wid = QString::number(kWindowId);
+    QTest::newRow("printer") << QStringLiteral("Ondrel X100 on line 1") << false
+                             << QStringList { "--dashboard", wid, "--p Ondrel X100 on line 1,1" };
+    QTest::newRow("printer, test mode") << QStringLiteral("P, with comma") << true
+                                        << QStringList { "--dashboard", wid, "--p P, with comma,1", "--qvtestmode" };
+    // No printer named: as the side bar starts it.
+    QTest::newRow("no printer") << QString() << true << QStringList { "--dashboard", wid, "--qvtestmode" };
+}
+
+void tst_LauncherController::printerMaintenanceForAPrinter()
+{
+    QFETCH(QString, printer);
+    QFETCH(bool, testMode);
+    QFETCH(QStringList, expected);
+    m_launcher->setTestModeEnabled(testMode);
+    // The default printer is another one; the printer asked for is passed, not it.
+    m_launcher->updateActiveDefaultPrinter(QStringLiteral("Default"), false);
+    Recorded r;
+    runOne([&] { m_launcher->launchPrinterMaintenanceFor(printer); }, &r);
+    if (QTest::currentTestFailed())
+        return;
+    QCOMPARE(QFileInfo(r.program).fileName(), QStringLiteral("PrinterMaintenance.exe"));
     QCOMPARE(r.arguments, expected);
 }
 

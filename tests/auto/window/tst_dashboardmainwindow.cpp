@@ -201,6 +201,23 @@ void tst_DashboardMainWindow::printerListChangesRunTheCheckAgain()
     QCOMPARE(changed.at(0), QVariantList{ false });
     QCOMPARE(changed.at(1), QVariantList{ true });
     QVERIFY(window->isPrinterUpdateAvailable());
+    // Only the printer behind is named; the other is no printer of the suite.
+    QCOMPARE(window->printersWithNewerFirmware(), QStringList { QStringLiteral("P1") });
+
+    // Both of the suite's printers behind, then neither: the list follows each check.
+    m_printers->writePrinters({ PrinterFixture::printer("P1", "Ondrel X100 Series", 0, "SUP-1",
+                                                        { "R1" }, "0.9.0-1", 3, false, true),
+                                PrinterFixture::printer("P3", "Ondrel X100 Series", 0, "SUP-3",
+                                                        { "R1" }, "0.8.0-1", 3) },
+                              false);
+    QTRY_COMPARE(changed.count(), 4);
+    QCOMPARE(window->printersWithNewerFirmware(), (QStringList { QStringLiteral("P1"), QStringLiteral("P3") }));
+    m_printers->writePrinters({ PrinterFixture::printer("P1", "Ondrel X100 Series", 0, "SUP-1",
+                                                        { "R1" }, "1.0.1-1", 3, false, true) },
+                              false);
+    QTRY_COMPARE(changed.count(), 6);
+    QCOMPARE(changed.at(5), QVariantList{ false });
+    QVERIFY(window->printersWithNewerFirmware().isEmpty());
 }
 
 void tst_DashboardMainWindow::activeDefaultPrinterReachesTheLauncher()
