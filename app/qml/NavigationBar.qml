@@ -51,8 +51,8 @@ Rectangle {
             return false
         return !isModule(item) || (item.navAppType === bar.selectedAppType && bar.selectedFile.length === 0)
     }
-    // Scrolls just enough to show an entry reached with the keyboard; an entry the pointer
-    // clicked is already in view, and the bar must not move under the pointer.
+    // Scrolls just enough to show an entry reached with the keyboard. An entry the pointer
+    // clicked stays where it is, even when partly hidden: the bar must not move under the pointer.
     function reveal(y, height) {
         if (y < flick.contentY)
             flick.contentY = Math.max(0, y)
@@ -101,6 +101,7 @@ Rectangle {
 
         Flickable {
             id: flick
+            objectName: "navigationEntries"
             Layout.fillWidth: true
             Layout.fillHeight: true
             clip: true
@@ -149,7 +150,7 @@ Rectangle {
                             loading: bar.isModule(entry.modelData) && bar.loadingApps[entry.modelData.navAppType] === true
                             running: bar.isModule(entry.modelData) && bar.runningApps[entry.modelData.navAppType] === true
                             onClicked: bar.activated(entry.modelData)
-                            onActiveFocusChanged: if (activeFocus) bar.reveal(y + entry.y, height)
+                            onVisualFocusChanged: if (visualFocus) bar.reveal(y + entry.y, height)
                         }
                         Repeater {
                             model: bar.isModule(entry.modelData) ? bar.instances : null
@@ -171,7 +172,7 @@ Rectangle {
                                 loading: moduleState === ModuleRegistry.Starting
                                 running: moduleState !== ModuleRegistry.Starting
                                 onClicked: bar.instanceActivated(processId)
-                                onActiveFocusChanged: if (activeFocus) bar.reveal(y + entry.y, height)
+                                onVisualFocusChanged: if (visualFocus) bar.reveal(y + entry.y, height)
                             }
                         }
                         NavLink {
@@ -181,7 +182,7 @@ Rectangle {
                             text: entry.modelData.navName
                             glyph: entry.modelData.navIcon
                             onClicked: bar.activated(entry.modelData)
-                            onActiveFocusChanged: if (activeFocus) flick.contentY = Math.max(0, Math.min(y + entry.y - flick.height / 2, flick.contentHeight - flick.height))
+                            onActiveFocusChanged: if (activeFocus) bar.reveal(y + entry.y, height)
                         }
                     }
                 }

@@ -65,6 +65,8 @@ private Q_SLOTS:
     void frontEndThatFailsAfterTheShell_data();
     void frontEndThatFailsAfterTheShell();
     void everyPageFromTheNavigationBar();
+    void sideBarStaysUnderThePointer_data();
+    void sideBarStaysUnderThePointer();
     void addressNothingOpensIsSaid_data();
     void addressNothingOpensIsSaid();
     void searchSortAndFavorite();
@@ -93,6 +95,7 @@ private:
     QObject *rootObject(const char *property) const;
     QQuickItem *findItem(QObject *in, const QString &objectName) const;
     QList<QQuickItem *> findItems(QObject *in, const QString &objectName) const;
+    QList<QQuickItem *> findItems(QObject *in, const QRegularExpression &objectNames) const;
     void click(QQuickItem *item);
     void showPage(const QString &name);
     QStringList names(QObject *list) const;
@@ -201,6 +204,11 @@ QQuickItem *tst_Frontend::findItem(QObject *in, const QString &objectName) const
 
 QList<QQuickItem *> tst_Frontend::findItems(QObject *in, const QString &objectName) const
 {
+    return findItems(in, QRegularExpression(QRegularExpression::anchoredPattern(QRegularExpression::escape(objectName))));
+}
+
+QList<QQuickItem *> tst_Frontend::findItems(QObject *in, const QRegularExpression &objectNames) const
+{
     QList<QQuickItem *> found;
     QList<QObject *> pending { in };
     QSet<QObject *> seen;
@@ -210,7 +218,7 @@ QList<QQuickItem *> tst_Frontend::findItems(QObject *in, const QString &objectNa
             continue;
         seen.insert(object);
         auto *item = qobject_cast<QQuickItem *>(object);
-        if (item && object != in && item->objectName() == objectName && item->isVisible())
+        if (item && object != in && item->isVisible() && objectNames.match(item->objectName()).hasMatch())
             found.append(item);
         if (item) {
             const auto children = item->childItems();
@@ -526,6 +534,71 @@ void tst_Frontend::enterAndLeaveFolders()
     // The folder opens in the file browser.
     click(findItem(home, QStringLiteral("openFolderButton")));
     QCOMPARE(m_urls.urls, QList<QUrl> { QUrl::fromLocalFile(folder) });
+}
+
+void tst_Frontend::sideBarStaysUnderThePointer_data()
+{
+    QTest::addColumn<bool>("fromTheEnd");
+    QTest::newRow("scrolled to its start") << false;
+    QTest::newRow("scrolled to its end") << true;
+}
+
+void tst_Frontend::sideBarStaysUnderThePointer()
+{
+    QFETCH(bool, fromTheEnd);
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    // A small laptop screen: the side bar is taller than the window and scrolls.
+    m_host->window()->resize(1280, 720);
+    QQuickItem *root = m_host->rootItem();
+    QTRY_COMPARE(root->height(), 720.0);
+    QQuickItem *bar = findItem(root, QStringLiteral("navigationBar"));
+    QVERIFY(bar);
+    QQuickItem *flick = findItem(bar, QStringLiteral("navigationEntries"));
+    QVERIFY(flick);
+    const qreal end = flick->property("contentHeight").toReal() - flick->height();
+    QVERIFY2(end > 50, "the side bar does not scroll at this size");
+
+    // Every entry, clicked where it shows, leaves the bar where it was: a second click at the
+    // same place reaches the same entry.
+    QStringList entries;
+    for (QQuickItem *item : findItems(bar, QRegularExpression(QStringLiteral("^nav_"))))
+        entries << item->objectName();
+    QVERIFY(entries.size() >= 12);
+    for (const QString &name : std::as_const(entries)) {
+        showPage(QStringLiteral("home"));
+        flick->setProperty("contentY", fromTheEnd ? end : 0.0);
+        QQuickItem *entry = findItem(bar, name);
+        const QPointF centre = entry->mapToItem(flick, QPointF(entry->width() / 2, entry->height() / 2));
+        if (centre.y() < 0 || centre.y() > flick->height())
+            continue; // out of view from here
+        const qreal before = flick->property("contentY").toReal();
+        click(entry);
+        QCoreApplication::processEvents();
+        QVERIFY(QQuickTest::qWaitForPolish(m_host->window()));
+        const qreal after = flick->property("contentY").toReal();
+        QVERIFY2(qAbs(after - before) < 0.5,
+                 qPrintable(QStringLiteral("%1 moved the bar from %2 to %3").arg(name).arg(before).arg(after)));
+    }
+
+    // Reached with the keyboard, an entry out of view is scrolled into it, buttons and links.
+    using G = DashboardGlobal;
+    const struct {
+        QString name;
+        qreal scrolledTo;
+    } outOfView[] = { { QStringLiteral("nav_%1_%2").arg(G::NAV_APP).arg(G::APP_PRINTERMAINTENANCE), 0 },
+                      { QStringLiteral("nav_%1_-1").arg(G::NAV_URL_FEEDBACK), 0 },
+                      { QStringLiteral("nav_%1_-1").arg(G::NAV_HOME), end } };
+    for (const auto &entry : outOfView) {
+        QQuickItem *item = findItem(bar, entry.name);
+        QVERIFY2(item, qPrintable(entry.name));
+        flick->setProperty("contentY", entry.scrolledTo);
+        root->forceActiveFocus();
+        item->forceActiveFocus(Qt::TabFocusReason);
+        const QRectF shown = item->mapRectToItem(flick, QRectF(0, 0, item->width(), item->height()));
+        QVERIFY2(shown.top() >= -0.5 && shown.bottom() <= flick->height() + 0.5,
+                 qPrintable(QStringLiteral("%1 is at %2..%3 of %4")
+                                    .arg(entry.name).arg(shown.top()).arg(shown.bottom()).arg(flick->height())));
+    }
 }
 
 void tst_Frontend::addressNothingOpensIsSaid_data()
