@@ -1,0 +1,307 @@
+// Focus frames show once the keyboard is used and hide after a mouse press. Everything through
+// real key and mouse events on the window, and the pixels it shows.
+
+#include "dashboard_host.h"
+
+#include <korvexdashboard.h>
+
+#include <QColor>
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QQmlContext>
+#include <QQmlExpression>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QtQuickTest/quicktest.h>
+
+#include <memory>
+
+class tst_FrontendFocus : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void listFrames_data();
+    void listFrames();
+    void emptyListFrame();
+    void navigationButtonFrame();
+
+private:
+    QQuickWindow *window() const { return m_host->window(); }
+    QQuickItem *focused() const { return window()->activeFocusItem(); }
+    bool startHost(const QString &labelFolder, bool seed);
+    QQuickItem *find(const QString &objectName) const;
+    QQuickItem *findVisible(QQuickItem *in, const QString &objectName) const;
+    bool focusIsIn(const QString &objectName) const;
+    QQuickItem *tabTo(const QString &objectName);
+    void click(QQuickItem *item);
+    int focusPixels(QQuickItem *item = nullptr);
+    static QString settingsFile();
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<DashboardHost> m_host;
+    QColor m_focusColor;
+};
+
+void tst_FrontendFocus::initTestCase()
+{
+    QStandardPaths::setTestModeEnabled(true);
+}
+
+void tst_FrontendFocus::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+    QFile::remove(settingsFile());
+}
+
+void tst_FrontendFocus::cleanup()
+{
+    m_host.reset();
+    m_dir.reset();
+    QFile::remove(settingsFile());
+}
+
+QString tst_FrontendFocus::settingsFile()
+{
+    return QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Quorvane Inc"),
+                     QStringLiteral("KorvexPro")).fileName();
+}
+
+bool tst_FrontendFocus::startHost(const QString &labelFolder, bool seed)
+{
+    m_host.reset();
+    m_host = std::make_unique<DashboardHost>();
+    DashboardHost::Options options;
+    options.labelFolder = labelFolder;
+    options.seedLabelFolder = seed;
+    if (!m_host->start(options)) {
+        qWarning("%s", qPrintable(m_host->errors().join(QLatin1Char('\n'))));
+        return false;
+    }
+    window()->setGeometry(0, 0, 1400, 1000);
+    if (!QTest::qWaitForWindowExposed(window()) || !QTest::qWaitFor([this] { return m_host->isReady(); }))
+        return false;
+    for (const char *list : { "recentList", "labelList", "favoriteList" }) {
+        QQuickItem *item = find(QString::fromLatin1(list));
+        if (!item || !QTest::qWaitFor([item] { return !item->property("busy").toBool(); }))
+            return false;
+    }
+    window()->requestActivate();
+    if (!QTest::qWaitFor([this] { return window()->isActive(); }))
+        return false;
+    // The colour the frames are drawn in, as the front end's theme has it.
+    QQmlExpression expression(qmlContext(m_host->rootItem()), m_host->rootItem(), QStringLiteral("Theme.focus"));
+    m_focusColor = expression.evaluate().value<QColor>();
+    return m_focusColor.isValid() && QQuickTest::qWaitForPolish(window());
+}
+
+QQuickItem *tst_FrontendFocus::find(const QString &objectName) const
+{
+    return m_host->rootItem()->findChild<QQuickItem *>(objectName);
+}
+
+// The first visible item of that name under in, through the visual tree: delegates have no
+// QObject parent.
+QQuickItem *tst_FrontendFocus::findVisible(QQuickItem *in, const QString &objectName) const
+{
+    QList<QQuickItem *> pending { in };
+    while (!pending.isEmpty()) {
+        QQuickItem *item = pending.takeFirst();
+        if (item != in && item->isVisible() && item->objectName() == objectName)
+            return item;
+        pending.append(item->childItems());
+    }
+    return nullptr;
+}
+
+bool tst_FrontendFocus::focusIsIn(const QString &objectName) const
+{
+    for (QQuickItem *in = focused(); in; in = in->parentItem()) {
+        if (in->objectName() == objectName)
+            return true;
+    }
+    return false;
+}
+
+QQuickItem *tst_FrontendFocus::tabTo(const QString &objectName)
+{
+    for (int i = 0; i < 400; ++i) {
+        QTest::keyClick(window(), Qt::Key_Tab);
+        for (QQuickItem *in = focused(); in; in = in->parentItem()) {
+            if (in->objectName() == objectName)
+                return in;
+        }
+    }
+    return nullptr;
+}
+
+void tst_FrontendFocus::click(QQuickItem *item)
+{
+    QVERIFY(item);
+    QVERIFY(item->isVisible());
+    QVERIFY(QQuickTest::qWaitForPolish(window()));
+    const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
+    QTest::mouseClick(window(), Qt::LeftButton, {}, centre.toPoint());
+}
+
+// Pixels of the focus colour in the item and a few pixels around it (the whole window without
+// an item), in what the window shows now.
+int tst_FrontendFocus::focusPixels(QQuickItem *item)
+{
+    const QImage image = window()->grabWindow().convertToFormat(QImage::Format_RGB32);
+    QRect area = image.rect();
+    if (item) {
+        const QRectF scene = item->mapRectToScene(QRectF(0, 0, item->width(), item->height())).adjusted(-3, -3, 3, 3);
+        area = QRectF(scene.topLeft() * image.devicePixelRatio(), scene.size() * image.devicePixelRatio())
+                       .toAlignedRect().intersected(image.rect());
+    }
+    const QRgb focus = m_focusColor.rgb();
+    int count = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        const QRgb *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
+        for (int x = area.left(); x <= area.right(); ++x)
+            count += line[x] == focus ? 1 : 0;
+    }
+    return count;
+}
+
+void tst_FrontendFocus::listFrames_data()
+{
+    QTest::addColumn<bool>("rows");
+    QTest::newRow("tiles") << false;
+    QTest::newRow("rows") << true;
+}
+
+// The file list takes focus at start and after a click on a tab, yet shows no frame until a
+// key is used; a mouse press hides the frame again though the list keeps focus.
+void tst_FrontendFocus::listFrames()
+{
+    QFETCH(bool, rows);
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels")), true));
+    const QString viewName = rows ? QStringLiteral("fileRows") : QStringLiteral("fileGrid");
+
+    // Right after start, Home's first list has focus and a current entry, and nothing is framed.
+    QTRY_VERIFY(focusIsIn(QStringLiteral("recentList")));
+    QQuickItem *recents = findVisible(find(QStringLiteral("recentList")), QStringLiteral("fileGrid"));
+    QVERIFY(recents);
+    QVERIFY(recents->hasActiveFocus());
+    QCOMPARE(recents->property("currentIndex").toInt(), 0);
+    QVERIFY(recents->property("currentItem").value<QQuickItem *>());
+    QCOMPARE(focusPixels(), 0);
+
+    if (rows) {
+        click(find(QStringLiteral("rowsButton")));
+        QTRY_VERIFY(!find(QStringLiteral("homePage"))->property("tiles").toBool());
+    }
+    // A click on a tab gives its list focus.
+    click(findVisible(m_host->rootItem(), QStringLiteral("tab_1")));
+    QTRY_VERIFY(focusIsIn(QStringLiteral("labelList")));
+    QQuickItem *list = find(QStringLiteral("labelList"));
+    QQuickItem *view = findVisible(list, viewName);
+    QVERIFY(view);
+    QVERIFY(view->hasActiveFocus());
+    QVERIFY(QQuickTest::qWaitForPolish(window()));
+    QCOMPARE(view->property("currentIndex").toInt(), 0);
+    QQuickItem *current = view->property("currentItem").value<QQuickItem *>();
+    QVERIFY(current);
+    QCOMPARE(focusPixels(), 0);
+
+    // An arrow key moves the current entry, and the frame shows on it. On to a label: folders
+    // come first and have no star.
+    QTest::keyClick(window(), rows ? Qt::Key_Down : Qt::Key_Right);
+    QCOMPARE(view->property("currentIndex").toInt(), 1);
+    current = view->property("currentItem").value<QQuickItem *>();
+    QVERIFY(current);
+    QTRY_VERIFY(focusPixels(current) > 40);
+    for (int i = 0; i < 20 && current->property("isFolder").toBool(); ++i) {
+        QTest::keyClick(window(), rows ? Qt::Key_Down : Qt::Key_Right);
+        current = view->property("currentItem").value<QQuickItem *>();
+        QVERIFY(current);
+    }
+    QVERIFY(!current->property("isFolder").toBool());
+    const int labelIndex = view->property("currentIndex").toInt();
+    QTRY_VERIFY(focusPixels(current) > 40);
+
+    // A click on the entry's star: the list keeps focus and its frame goes.
+    QQuickItem *star = findVisible(current, QStringLiteral("favoriteButton"));
+    QVERIFY(star);
+    click(star);
+    QTRY_COMPARE(focusPixels(), 0);
+    QVERIFY(view->hasActiveFocus());
+
+    // Back with the next key.
+    QCOMPARE(view->property("currentIndex").toInt(), labelIndex);
+    QTest::keyClick(window(), rows ? Qt::Key_Up : Qt::Key_Left);
+    QCOMPARE(view->property("currentIndex").toInt(), labelIndex - 1);
+    current = view->property("currentItem").value<QQuickItem *>();
+    QTRY_VERIFY(focusPixels(current) > 40);
+}
+
+// An empty list marks focus on itself; it does so only after keyboard use too.
+void tst_FrontendFocus::emptyListFrame()
+{
+    const QString folder = m_dir->filePath(QStringLiteral("empty"));
+    QVERIFY(QDir().mkpath(folder));
+    QVERIFY(startHost(folder, false));
+    QQuickItem *list = find(QStringLiteral("recentList"));
+    QCOMPARE(list->property("count").toInt(), 0);
+    QTRY_VERIFY(focusIsIn(QStringLiteral("recentList")));
+    QQuickItem *frame = list->findChild<QQuickItem *>(QStringLiteral("listFocusFrame"));
+    QVERIFY(frame);
+    QVERIFY(!frame->isVisible());
+    QCOMPARE(focusPixels(), 0);
+
+    // Round the tab chain back to the list: now it shows.
+    QVERIFY(tabTo(QStringLiteral("recentList")));
+    QTRY_VERIFY(frame->isVisible());
+    QTRY_VERIFY(focusPixels(list) > 100);
+
+    // A click into the list (on its empty state): focus stays, the frame goes.
+    click(findVisible(list, QStringLiteral("emptyState")));
+    QTRY_VERIFY(!frame->isVisible());
+    QVERIFY(focusIsIn(QStringLiteral("recentList")));
+    QCOMPARE(focusPixels(), 0);
+}
+
+// A navigation button reached with Tab shows its frame; one clicked with the mouse takes
+// focus without one.
+void tst_FrontendFocus::navigationButtonFrame()
+{
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels")), true));
+    QCOMPARE(focusPixels(), 0);
+    QQuickItem *resources = tabTo(QStringLiteral("nav_%1_%2").arg(DashboardGlobal::NAV_RESOURCES).arg(DashboardGlobal::APP_NULL));
+    QVERIFY(resources);
+    QTRY_VERIFY(focusPixels(resources) > 40);
+
+    QQuickItem *home = nullptr;
+    QList<QQuickItem *> pending { m_host->rootItem() };
+    while (!pending.isEmpty() && !home) {
+        QQuickItem *item = pending.takeFirst();
+        if (item->isVisible() && item->objectName().startsWith(QStringLiteral("nav_%1_").arg(DashboardGlobal::NAV_HOME)))
+            home = item;
+        pending.append(item->childItems());
+    }
+    QVERIFY(home);
+    click(home);
+    QTRY_COMPARE(focusPixels(), 0);
+    // The click did move focus (to the button or the page it shows): it is not just gone.
+    QVERIFY(focused());
+    QVERIFY(!resources->hasActiveFocus());
+
+    QTest::keyClick(window(), Qt::Key_Tab);
+    QVERIFY(focused());
+    QTRY_VERIFY(focusPixels(focused()) > 40);
+}
+
+QTEST_MAIN(tst_FrontendFocus)
+#include "tst_frontendfocus.moc"
