@@ -1,16 +1,19 @@
-// Focus frames show once the keyboard is used and hide after a mouse press. Everything through
-// real key and mouse events on the window, and the pixels it shows.
+// Focus frames show once the keyboard is used and hide after a mouse press; label names cut
+// short in a tile or row show whole in a tooltip and reach a screen reader whole. Everything
+// through real key and mouse events on the window, and the pixels it shows.
 
 #include "dashboard_host.h"
 
 #include <korvexdashboard.h>
 
+#include <QAccessible>
 #include <QColor>
 #include <QDir>
 #include <QFile>
 #include <QImage>
 #include <QQmlContext>
 #include <QQmlExpression>
+#include <QQmlProperty>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QSettings>
@@ -34,6 +37,8 @@ private Q_SLOTS:
     void listFrames();
     void emptyListFrame();
     void navigationButtonFrame();
+    void cutNamesShowWhole_data();
+    void cutNamesShowWhole();
 
 private:
     QQuickWindow *window() const { return m_host->window(); }
@@ -45,6 +50,7 @@ private:
     QQuickItem *tabTo(const QString &objectName);
     void click(QQuickItem *item);
     int focusPixels(QQuickItem *item = nullptr);
+    QStringList toolTipTexts() const;
     static QString settingsFile();
 
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -175,6 +181,25 @@ int tst_FrontendFocus::focusPixels(QQuickItem *item)
     return count;
 }
 
+// The texts the window's popups show now: only a tooltip is open in these tests.
+QStringList tst_FrontendFocus::toolTipTexts() const
+{
+    QStringList texts;
+    QList<QPair<QQuickItem *, bool>> pending { { window()->contentItem(), false } };
+    while (!pending.isEmpty()) {
+        const auto [item, inPopup] = pending.takeFirst();
+        if (!item->isVisible())
+            continue;
+        if (inPopup && item->inherits("QQuickText"))
+            texts.append(item->property("text").toString());
+        const bool below = inPopup || item->inherits("QQuickPopupItem");
+        const auto children = item->childItems();
+        for (QQuickItem *child : children)
+            pending.append({ child, below });
+    }
+    return texts;
+}
+
 void tst_FrontendFocus::listFrames_data()
 {
     QTest::addColumn<bool>("rows");
@@ -301,6 +326,97 @@ void tst_FrontendFocus::navigationButtonFrame()
     QTest::keyClick(window(), Qt::Key_Tab);
     QVERIFY(focused());
     QTRY_VERIFY(focusPixels(focused()) > 40);
+}
+
+void tst_FrontendFocus::cutNamesShowWhole_data()
+{
+    QTest::addColumn<bool>("rows");
+    QTest::newRow("tiles") << false;
+    QTest::newRow("rows") << true;
+}
+
+// A name too long for its tile or row shows whole in a tooltip while the pointer is on the
+// entry, and its accessible name has it whole; a name that fits has no tooltip.
+void tst_FrontendFocus::cutNamesShowWhole()
+{
+    QFETCH(bool, rows);
+    const QString folder = m_dir->filePath(QStringLiteral("names"));
+    QVERIFY(QDir().mkpath(folder));
+    const QString longName = QStringLiteral("Ammonia refrigeration pipe marking for the north plant, "
+                                            "second floor, building seven, revision fourteen, checked "
+                                            "by the safety office and approved for print.kxld");
+    const QString shortName = QStringLiteral("Tag.kxld");
+    for (const QString &name : { longName, shortName }) {
+        QFile file(folder + QLatin1Char('/') + name);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+    }
+    QVERIFY(startHost(folder, false));
+    if (rows) {
+        click(find(QStringLiteral("rowsButton")));
+        QTRY_VERIFY(!find(QStringLiteral("homePage"))->property("tiles").toBool());
+    }
+    click(findVisible(m_host->rootItem(), QStringLiteral("tab_1")));
+    QQuickItem *list = find(QStringLiteral("labelList"));
+    QTRY_VERIFY(list->isVisible());
+    QCOMPARE(list->property("count").toInt(), 2);
+    QVERIFY(QQuickTest::qWaitForPolish(window()));
+
+    const QString textName = rows ? QStringLiteral("rowName") : QStringLiteral("tileName");
+    QQuickItem *view = findVisible(list, rows ? QStringLiteral("fileRows") : QStringLiteral("fileGrid"));
+    QVERIFY(view);
+    QQuickItem *longText = nullptr;
+    QQuickItem *shortText = nullptr;
+    QList<QQuickItem *> pending { view };
+    while (!pending.isEmpty()) {
+        QQuickItem *item = pending.takeFirst();
+        if (item->isVisible() && item->objectName() == textName) {
+            if (item->property("text").toString() == longName)
+                longText = item;
+            else if (item->property("text").toString() == shortName)
+                shortText = item;
+        }
+        pending.append(item->childItems());
+    }
+    QVERIFY(longText);
+    QVERIFY(shortText);
+    // The long name is cut on screen; the short one is not.
+    QVERIFY(longText->property("truncated").toBool());
+    QVERIFY(!shortText->property("truncated").toBool());
+
+    // The entry (a tile or row is the delegate under the view's content item).
+    const auto entryOf = [view](QQuickItem *item) {
+        QQuickItem *content = view->property("contentItem").value<QQuickItem *>();
+        while (item && item->parentItem() != content)
+            item = item->parentItem();
+        return item;
+    };
+    QQuickItem *longEntry = entryOf(longText);
+    QQuickItem *shortEntry = entryOf(shortText);
+    QVERIFY(longEntry && shortEntry && longEntry != shortEntry);
+
+    // A screen reader reads the whole name.
+    QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(longEntry);
+    QVERIFY(accessible);
+    QVERIFY2(accessible->text(QAccessible::Name).contains(longName), qPrintable(accessible->text(QAccessible::Name)));
+
+    QVERIFY(toolTipTexts().isEmpty());
+    // The pointer on the long name's entry (on its name, away from the star).
+    const QPoint onLong = longText->mapToScene(QPointF(longText->width() / 2, longText->height() / 2)).toPoint();
+    QTest::mouseMove(window(), onLong);
+    QTRY_COMPARE(toolTipTexts(), QStringList { longName });
+
+    // On the short one: the tooltip goes, and none is asked for there.
+    const QPoint onShort = shortText->mapToScene(QPointF(shortText->width() / 2, shortText->height() / 2)).toPoint();
+    QTest::mouseMove(window(), onShort);
+    QTRY_VERIFY(toolTipTexts().isEmpty());
+    QVERIFY(QQuickTest::qWaitForPolish(window()));
+    const QQmlProperty wanted(shortText, QStringLiteral("ToolTip.visible"), qmlContext(shortText));
+    QVERIFY(wanted.isValid());
+    QCOMPARE(wanted.read().toBool(), false);
+    // While the same question on the long entry, from where the pointer is, says no as well:
+    // the tooltip follows the pointer, not just the cut.
+    const QQmlProperty wantedLong(longText, QStringLiteral("ToolTip.visible"), qmlContext(longText));
+    QCOMPARE(wantedLong.read().toBool(), false);
 }
 
 QTEST_MAIN(tst_FrontendFocus)
