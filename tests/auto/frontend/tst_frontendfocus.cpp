@@ -37,6 +37,7 @@ private Q_SLOTS:
     void listFrames();
     void emptyListFrame();
     void navigationButtonFrame();
+    void modifierAloneAndShortcut();
     void cutNamesShowWhole_data();
     void cutNamesShowWhole();
 
@@ -298,14 +299,27 @@ void tst_FrontendFocus::emptyListFrame()
     QCOMPARE(focusPixels(), 0);
 }
 
-// A navigation button reached with Tab shows its frame; one clicked with the mouse takes
-// focus without one.
+// A navigation button reached with Tab shows its frame until the next mouse press, even one
+// that leaves it focus; one clicked with the mouse takes focus without one.
 void tst_FrontendFocus::navigationButtonFrame()
 {
     QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels")), true));
     QCOMPARE(focusPixels(), 0);
     QQuickItem *resources = tabTo(QStringLiteral("nav_%1_%2").arg(DashboardGlobal::NAV_RESOURCES).arg(DashboardGlobal::APP_NULL));
     QVERIFY(resources);
+    QTRY_VERIFY(focusPixels(resources) > 40);
+
+    // A click that takes no focus (a tile's star): the button keeps focus, its frame goes.
+    QQuickItem *grid = findVisible(find(QStringLiteral("recentList")), QStringLiteral("fileGrid"));
+    QVERIFY(grid);
+    QQuickItem *star = findVisible(grid->property("currentItem").value<QQuickItem *>(), QStringLiteral("favoriteButton"));
+    QVERIFY(star);
+    click(star);
+    QTRY_COMPARE(focusPixels(), 0);
+    QVERIFY(resources->hasActiveFocus());
+    QTest::keyClick(window(), Qt::Key_Tab);
+    QTest::keyClick(window(), Qt::Key_Backtab, Qt::ShiftModifier);
+    QVERIFY(resources->hasActiveFocus());
     QTRY_VERIFY(focusPixels(resources) > 40);
 
     QQuickItem *home = nullptr;
@@ -326,6 +340,32 @@ void tst_FrontendFocus::navigationButtonFrame()
     QTest::keyClick(window(), Qt::Key_Tab);
     QVERIFY(focused());
     QTRY_VERIFY(focusPixels(focused()) > 40);
+}
+
+// Shift or Ctrl alone is no keyboard use (it often starts a Ctrl+click); a shortcut is, though
+// the shortcut takes its key press before the window sees it.
+void tst_FrontendFocus::modifierAloneAndShortcut()
+{
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels")), true));
+    QTRY_VERIFY(focusIsIn(QStringLiteral("recentList")));
+    QQuickItem *grid = findVisible(find(QStringLiteral("recentList")), QStringLiteral("fileGrid"));
+    QVERIFY(grid && grid->hasActiveFocus());
+    QQmlExpression shown(qmlContext(m_host->rootItem()), m_host->rootItem(), QStringLiteral("FocusFrames.shown"));
+    for (Qt::Key key : { Qt::Key_Shift, Qt::Key_Control, Qt::Key_Alt }) {
+        QTest::keyClick(window(), key);
+        QVERIFY(QQuickTest::qWaitForPolish(window()));
+        QCOMPARE(focusPixels(), 0);
+        QCOMPARE(shown.evaluate().toBool(), false);
+    }
+
+    // Ctrl+F goes to the search field.
+    QTest::keyClick(window(), Qt::Key_F, Qt::ControlModifier);
+    QTRY_VERIFY(focusIsIn(QStringLiteral("searchField")));
+    QCOMPARE(shown.evaluate().toBool(), true);
+    // And on to the list: framed.
+    QVERIFY(tabTo(QStringLiteral("recentList")));
+    QVERIFY(grid->hasActiveFocus());
+    QTRY_VERIFY(focusPixels(grid->property("currentItem").value<QQuickItem *>()) > 40);
 }
 
 void tst_FrontendFocus::cutNamesShowWhole_data()
