@@ -74,8 +74,8 @@ FocusScope {
             radius: Theme.radius + 2
             color: Theme.surface
             // With no current entry to mark (an empty list), the frame shows where focus is.
-            border.width: view.activeFocus && view.currentIndex < 0 ? 2 : 1
-            border.color: view.activeFocus && view.currentIndex < 0 ? Theme.focus : Theme.border
+            border.width: view.activeFocus && FocusFrames.shown && view.currentIndex < 0 ? 2 : 1
+            border.color: view.activeFocus && FocusFrames.shown && view.currentIndex < 0 ? Theme.focus : Theme.border
 
             ListView {
                 id: view
@@ -95,7 +95,7 @@ FocusScope {
                     height: 44
                     favoritesMode: true
                     current: ListView.isCurrentItem
-                    viewFocused: view.activeFocus
+                    viewFocused: view.activeFocus && FocusFrames.shown
                     onActivated: page.openLabel(page.favorites, modelData.id)
                     onFavoriteToggled: page.remove(modelData)
                 }

@@ -106,7 +106,7 @@ FocusScope {
             zoom: list.zoom
             favoritesMode: list.favoritesMode
             current: GridView.isCurrentItem
-            viewFocused: grid.activeFocus
+            viewFocused: grid.activeFocus && FocusFrames.shown
             onActivated: list.activate(modelData)
             onFavoriteToggled: list.toggleFavorite(modelData)
         }
@@ -119,7 +119,7 @@ FocusScope {
             zoom: list.zoom
             favoritesMode: list.favoritesMode
             current: ListView.isCurrentItem
-            viewFocused: rows.activeFocus
+            viewFocused: rows.activeFocus && FocusFrames.shown
             onActivated: list.activate(modelData)
             onFavoriteToggled: list.toggleFavorite(modelData)
         }
@@ -183,7 +183,7 @@ FocusScope {
     Rectangle {
         objectName: "listFocusFrame"
         anchors.fill: parent
-        visible: list.view.activeFocus && (list.tiles ? grid.currentIndex : rows.currentIndex) < 0
+        visible: list.view.activeFocus && FocusFrames.shown && (list.tiles ? grid.currentIndex : rows.currentIndex) < 0
         color: "transparent"
         radius: Theme.radius
         border.width: 2

@@ -59,6 +59,8 @@ Item {
                 color: row.isFolder ? Theme.favorite : Theme.textMuted
             }
             Text {
+                id: nameText
+                objectName: "rowName"
                 Layout.fillWidth: true
                 Layout.preferredWidth: 3
                 text: row.modelData.labelFileName
@@ -66,6 +68,10 @@ Item {
                 font.pixelSize: row.zoom === DashboardGlobal.SMALL ? Theme.fontSmall : Theme.fontBody
                 font.weight: Font.Medium
                 elide: Text.ElideMiddle
+                // A name cut in the middle shows whole while the pointer rests on its row.
+                ToolTip.visible: nameText.truncated && mouse.containsMouse
+                ToolTip.text: row.modelData.labelFileName
+                ToolTip.delay: Theme.toolTipDelay
             }
             Text {
                 Layout.fillWidth: true

@@ -72,6 +72,8 @@ Item {
                 }
             }
             Text {
+                id: nameText
+                objectName: "tileName"
                 Layout.fillWidth: true
                 text: tile.modelData.labelFileName
                 color: Theme.text
@@ -79,6 +81,10 @@ Item {
                 font.weight: Font.Medium
                 elide: Text.ElideMiddle
                 maximumLineCount: 1
+                // A name cut in the middle shows whole while the pointer rests on its tile.
+                ToolTip.visible: nameText.truncated && mouse.containsMouse
+                ToolTip.text: tile.modelData.labelFileName
+                ToolTip.delay: Theme.toolTipDelay
             }
             Text {
                 Layout.fillWidth: true

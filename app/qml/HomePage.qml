@@ -300,7 +300,7 @@ FocusScope {
                             background: Rectangle {
                                 radius: Theme.radius
                                 color: crumb.hovered ? Theme.surfaceHover : "transparent"
-                                border.width: crumb.visualFocus ? 2 : 0
+                                border.width: crumb.activeFocus && FocusFrames.shown ? 2 : 0
                                 border.color: Theme.focus
                             }
                             Accessible.name: qsTr("Go to %1").arg(modelData)

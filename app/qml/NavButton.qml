@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Korvex.Dashboard
 
 // One entry of the navigation bar: icon, name, selection mark, and a busy indicator while the
 // module behind it starts.
@@ -32,7 +33,7 @@ AbstractButton {
     background: Rectangle {
         color: button.selected ? Theme.navSelected : (button.hovered ? Theme.navHover : "transparent")
         radius: Theme.radius
-        border.width: button.visualFocus ? 2 : 0
+        border.width: button.activeFocus && FocusFrames.shown ? 2 : 0
         border.color: Theme.focus
         Rectangle {
             visible: button.selected

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Korvex.Dashboard
 
 // An entry of the navigation bar that opens an address outside the dashboard: drawn as a
 // NavButton, read by a screen reader as a link (a control of Qt Quick Controls 6.4 cannot
@@ -31,7 +32,7 @@ Item {
         anchors.fill: parent
         color: link.hovered ? Theme.navHover : "transparent"
         radius: Theme.radius
-        border.width: link.activeFocus ? 2 : 0
+        border.width: link.activeFocus && FocusFrames.shown ? 2 : 0
         border.color: Theme.focus
     }
 

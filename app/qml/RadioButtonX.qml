@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import Korvex.Dashboard
 
 // A flat button that is one choice of a few (a tile size, tiles or rows): drawn as
 // ToolButtonX, read by a screen reader as a radio button, checked while it is the choice.
@@ -48,7 +49,7 @@ T.RadioButton {
         implicitHeight: Theme.controlHeight
         radius: Theme.radius
         color: control.toggledOn ? Theme.accentSoft : (control.hovered || control.down ? Theme.surfaceHover : "transparent")
-        border.width: control.visualFocus ? 2 : 1
-        border.color: control.visualFocus ? Theme.focus : (control.toggledOn ? Theme.accent : Theme.border)
+        border.width: (control.activeFocus && FocusFrames.shown) ? 2 : 1
+        border.color: (control.activeFocus && FocusFrames.shown) ? Theme.focus : (control.toggledOn ? Theme.accent : Theme.border)
     }
 }

@@ -73,8 +73,8 @@ FocusScope {
                     anchors.margins: Theme.spacingSmall
                     radius: Theme.radius + 2
                     color: mouse.containsMouse ? Theme.surfaceHover : Theme.surface
-                    border.width: tile.GridView.isCurrentItem && grid.activeFocus ? 2 : 1
-                    border.color: tile.GridView.isCurrentItem && grid.activeFocus ? Theme.focus : Theme.border
+                    border.width: tile.GridView.isCurrentItem && grid.activeFocus && FocusFrames.shown ? 2 : 1
+                    border.color: tile.GridView.isCurrentItem && grid.activeFocus && FocusFrames.shown ? Theme.focus : Theme.border
 
                     ColumnLayout {
                         anchors.fill: parent

@@ -139,7 +139,7 @@ FocusScope {
         Rectangle {
             anchors.fill: parent
             anchors.margins: -2
-            visible: choice.visualFocus
+            visible: choice.activeFocus && FocusFrames.shown
             color: "transparent"
             radius: Theme.radius
             border.width: 2
@@ -168,7 +168,7 @@ FocusScope {
         Rectangle {
             anchors.fill: parent
             anchors.margins: -2
-            visible: toggle.visualFocus
+            visible: toggle.activeFocus && FocusFrames.shown
             color: "transparent"
             radius: Theme.radius
             border.width: 2
@@ -244,7 +244,7 @@ FocusScope {
                         background: Rectangle {
                             radius: Theme.radius
                             color: sectionButton.selected ? Theme.accentSoft : (sectionButton.hovered ? Theme.surfaceHover : "transparent")
-                            border.width: sectionList.activeFocus && sectionList.currentIndex === sectionButton.index ? 2 : 0
+                            border.width: sectionList.activeFocus && FocusFrames.shown && sectionList.currentIndex === sectionButton.index ? 2 : 0
                             border.color: Theme.focus
                         }
                         contentItem: RowLayout {

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Layouts
 import QtQuick.Templates as T
+import Korvex.Dashboard
 
 // A flat button that switches what a page shows (a list, a service): drawn as ToolButtonX,
 // read by a screen reader as a page tab, selected while its content is shown.
@@ -47,7 +48,7 @@ T.TabButton {
     background: Rectangle {
         radius: Theme.radius
         color: control.toggledOn ? Theme.accentSoft : (control.hovered || control.down ? Theme.surfaceHover : "transparent")
-        border.width: control.visualFocus ? 2 : 1
-        border.color: control.visualFocus ? Theme.focus : (control.toggledOn ? Theme.accent : Theme.border)
+        border.width: (control.activeFocus && FocusFrames.shown) ? 2 : 1
+        border.color: (control.activeFocus && FocusFrames.shown) ? Theme.focus : (control.toggledOn ? Theme.accent : Theme.border)
     }
 }

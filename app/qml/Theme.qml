@@ -44,4 +44,6 @@ QtObject {
     readonly property int fontSubtitle: 16
     readonly property int fontTitle: 22
     readonly property int iconSize: 16
+    // How long the pointer rests before a tooltip shows.
+    readonly property int toolTipDelay: 600
 }

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Korvex.Dashboard
 
 // A flat button with an optional icon glyph and text, and a visible keyboard focus ring.
 AbstractButton {
@@ -55,7 +56,7 @@ AbstractButton {
         color: control.primary ? (control.hovered || control.down ? Theme.accentHover : Theme.accent)
                                : (control.toggledOn ? Theme.accentSoft
                                                     : (control.hovered || control.down ? Theme.surfaceHover : "transparent"))
-        border.width: control.visualFocus ? 2 : (control.primary ? 0 : 1)
-        border.color: control.visualFocus ? Theme.focus : (control.toggledOn ? Theme.accent : Theme.border)
+        border.width: (control.activeFocus && FocusFrames.shown) ? 2 : (control.primary ? 0 : 1)
+        border.color: (control.activeFocus && FocusFrames.shown) ? Theme.focus : (control.toggledOn ? Theme.accent : Theme.border)
     }
 }
