@@ -50,6 +50,7 @@ private Q_SLOTS:
     void hostShowsItsWindow();
     void moduleButtonClickEmbedsTheModule();
     void closeButtonEndsTheModule();
+    void secondLaunchOpensItsLabelInTheRunningDashboard();
     void quitFromTheMenuEndsTheHost();
 
 private:
@@ -65,6 +66,8 @@ private:
 
     bool findHostWindow();
     bool findModuleWindow();
+    // Closes the module shown in the dashboard with its bar's close button, as a user does.
+    void closeShownModule();
 
     QProcessEnvironment m_environment;
     // Each step starts where the one before left the program; after a failure the rest skip.
@@ -347,6 +350,52 @@ void tst_E2eHostX11::moduleButtonClickEmbedsTheModule()
 
 void tst_E2eHostX11::closeButtonEndsTheModule()
 {
+    closeShownModule();
+    if (!QTest::currentTestFailed())
+        screenshot(QStringLiteral("host_module_closed"));
+}
+
+void tst_E2eHostX11::secondLaunchOpensItsLabelInTheRunningDashboard()
+{
+    QVERIFY(m_hostWindow && m_layout && m_appType == int(DashboardGlobal::APP_LABELDESIGNER));
+    m_moduleWindow = 0;
+    m_modulePid = 0;
+    // Opened from a file manager while the dashboard runs: the program is started again with
+    // the label, hands it over and ends.
+    const QString label = m_home.filePath(QStringLiteral("Documents/KorvexPro/mylabels/Forklift Traffic.kxld"));
+    QVERIFY(QFileInfo::exists(label));
+    QProcess second;
+    second.setProcessEnvironment(m_host->processEnvironment());
+    second.setWorkingDirectory(m_host->workingDirectory());
+    second.setProcessChannelMode(QProcess::ForwardedChannels);
+    second.start(QStringLiteral(KORVEX_E2E_HOST_PROGRAM), { label });
+    QVERIFY2(second.waitForStarted(START_TIMEOUT_MS), qPrintable(second.errorString()));
+    QVERIFY2(second.waitForFinished(START_TIMEOUT_MS), "the second launch did not end");
+    QCOMPARE(second.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(second.exitCode(), 0);
+
+    // The running dashboard opens the label in its module, inside its own window.
+    QVERIFY(QTest::qWaitFor([this] { return findModuleWindow() || m_host->state() != QProcess::Running; },
+                            START_TIMEOUT_MS));
+    QVERIFY2(m_host->state() == QProcess::Running, "the dashboard exited");
+    QCOMPARE(programName(m_modulePid), m_moduleProgram);
+    QCOMPARE(parentPid(m_modulePid), m_hostPid);
+    QFile commandLine(QStringLiteral("/proc/%1/cmdline").arg(m_modulePid));
+    QVERIFY(commandLine.open(QIODevice::ReadOnly));
+    const QList<QByteArray> arguments = commandLine.readAll().split('\0');
+    QVERIFY2(arguments.contains(QFile::encodeName(label)), arguments.join(' ').constData());
+
+    // There is one dashboard on the screen, and it is in front.
+    const ToolOutput shown = runTool(QStringLiteral("xdotool"),
+            { QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--name"),
+              QStringLiteral("^Korvex PRO$") });
+    QCOMPARE(shown.out.split(u'\n', Qt::SkipEmptyParts), QStringList { QString::number(m_hostWindow) });
+    screenshot(QStringLiteral("host_second_launch"));
+    closeShownModule();
+}
+
+void tst_E2eHostX11::closeShownModule()
+{
     QVERIFY(m_moduleWindow && m_modulePid > 0);
     // The module bar in the test's copy shows the same module.
     QObject *modules = m_layout->rootItem()->property("moduleHost").value<QObject *>();
@@ -386,7 +435,6 @@ void tst_E2eHostX11::closeButtonEndsTheModule()
     QVERIFY(below);
     for (quint32 window : *below)
         QVERIFY(windowPid(window) != m_modulePid);
-    screenshot(QStringLiteral("host_module_closed"));
 }
 
 void tst_E2eHostX11::quitFromTheMenuEndsTheHost()
