@@ -71,6 +71,7 @@ private Q_SLOTS:
     void addressNothingOpensIsSaid();
     void searchSortAndFavorite();
     void enterAndLeaveFolders();
+    void myLabelsFollowsTheFolder();
     void changeAndResetSettings();
     void germanAtOnce();
     void languagesAreNamedInThemselves();
@@ -508,6 +509,36 @@ void tst_Frontend::searchSortAndFavorite()
     click(star);
     QTRY_COMPARE(find("favoriteList")->property("count").toInt(), 2);
     QVERIFY(names(find("favoriteList")).contains(QStringLiteral("Solvent Cabinet.kxcl")));
+}
+
+void tst_Frontend::myLabelsFollowsTheFolder()
+{
+    const QString folder = m_dir->filePath(QStringLiteral("labels"));
+    QVERIFY(startHost(folder));
+    showPage(QStringLiteral("mylabels"));
+    QObject *labels = find("labelList");
+    QTRY_COMPARE(names(labels).size(), 2 + 9);
+    const QStringList before = names(labels);
+    const auto path = [&](const char *name) { return folder + u'/' + QLatin1String(name); };
+
+    // Copied in from elsewhere, as a file manager does.
+    QVERIFY(QFile::copy(path("Emergency Exit.kxld"), path("Copied Exit.kxld")));
+    QTRY_VERIFY(names(labels).contains(QStringLiteral("Copied Exit.kxld")));
+    QCOMPARE(names(labels).size(), before.size() + 1);
+    // Renamed.
+    QVERIFY(QFile::rename(path("Copied Exit.kxld"), path("Renamed Exit.kxld")));
+    QTRY_VERIFY(names(labels).contains(QStringLiteral("Renamed Exit.kxld")));
+    QVERIFY(!names(labels).contains(QStringLiteral("Copied Exit.kxld")));
+    // Deleted: the list is as it was.
+    QVERIFY(QFile::remove(path("Renamed Exit.kxld")));
+    QTRY_COMPARE(names(labels), before);
+
+    // A burst of new labels is listed whole.
+    for (int i = 0; i < 200; ++i) {
+        QFile label(folder + QStringLiteral("/Burst %1.kxld").arg(i, 3, 10, QLatin1Char('0')));
+        QVERIFY(label.open(QIODevice::WriteOnly));
+    }
+    QTRY_COMPARE(names(labels).size(), before.size() + 200);
 }
 
 void tst_Frontend::enterAndLeaveFolders()
