@@ -12,12 +12,18 @@ AbstractButton {
     property bool selected: false
     property bool loading: false
     property bool running: false
+    // Set by the name's text: its contentItem may make no id the button could bind to.
+    property bool nameCut: false
 
     implicitHeight: 40
     focusPolicy: Qt.StrongFocus
     hoverEnabled: true
     Accessible.role: Accessible.Button
     Accessible.name: button.text
+    // A name cut short (a long label file's, or a long module name) shows whole on hover.
+    ToolTip.visible: button.nameCut && button.hovered
+    ToolTip.text: button.text
+    ToolTip.delay: Theme.toolTipDelay
     Accessible.description: loading ? qsTr("Starting") : (running ? qsTr("Running") : "")
     Accessible.selectable: true
     Accessible.selected: button.selected
@@ -57,6 +63,7 @@ AbstractButton {
         Text {
             Layout.fillWidth: true
             text: button.text
+            onTruncatedChanged: button.nameCut = truncated
             color: button.selected ? "#ffffff" : Theme.navText
             font.pixelSize: Theme.fontBody
             font.weight: button.selected ? Font.DemiBold : Font.Normal

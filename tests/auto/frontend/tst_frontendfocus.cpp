@@ -40,6 +40,7 @@ private Q_SLOTS:
     void modifierAloneAndShortcut();
     void cutNamesShowWhole_data();
     void cutNamesShowWhole();
+    void cutSideBarNamesShowWhole();
 
 private:
     QQuickWindow *window() const { return m_host->window(); }
@@ -457,6 +458,27 @@ void tst_FrontendFocus::cutNamesShowWhole()
     // the tooltip follows the pointer, not just the cut.
     const QQmlProperty wantedLong(longText, QStringLiteral("ToolTip.visible"), qmlContext(longText));
     QCOMPARE(wantedLong.read().toBool(), false);
+}
+
+// An entry of the side bar (a running label's file name, a long module name) shows whole on
+// hover when it is cut; one that fits shows no tooltip.
+void tst_FrontendFocus::cutSideBarNamesShowWhole()
+{
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels")), true));
+    using G = DashboardGlobal;
+    QQuickItem *cut = findVisible(m_host->rootItem(), QStringLiteral("nav_%1_%2").arg(G::NAV_APP).arg(G::APP_LABELDESIGNER));
+    QQuickItem *whole = findVisible(m_host->rootItem(), QStringLiteral("nav_%1_%2").arg(G::NAV_APP).arg(G::APP_NFPA));
+    QVERIFY(cut && whole);
+    const QString longName = QStringLiteral("Conveyor pinch point, line 2, north hall, revision 14.kxld");
+    cut->setProperty("text", longName);
+    QVERIFY(QQuickTest::qWaitForPolish(window()));
+
+    QVERIFY(toolTipTexts().isEmpty());
+    QTest::mouseMove(window(), cut->mapToScene(QPointF(cut->width() / 2, cut->height() / 2)).toPoint());
+    QTRY_COMPARE(toolTipTexts(), QStringList { longName });
+    QTest::mouseMove(window(), whole->mapToScene(QPointF(whole->width() / 2, whole->height() / 2)).toPoint());
+    QTRY_VERIFY(toolTipTexts().isEmpty());
+    QCOMPARE(QQmlProperty(whole, QStringLiteral("ToolTip.visible"), qmlContext(whole)).read().toBool(), false);
 }
 
 QTEST_MAIN(tst_FrontendFocus)
