@@ -3,6 +3,7 @@
 // through real key and mouse events on the window, and the pixels it shows.
 
 #include "dashboard_host.h"
+#include "usable_host.h"
 
 #include <korvexdashboard.h>
 
@@ -87,25 +88,10 @@ QString tst_FrontendFocus::settingsFile()
 
 bool tst_FrontendFocus::startHost(const QString &labelFolder, bool seed)
 {
-    m_host.reset();
-    m_host = std::make_unique<DashboardHost>();
     DashboardHost::Options options;
     options.labelFolder = labelFolder;
     options.seedLabelFolder = seed;
-    if (!m_host->start(options)) {
-        qWarning("%s", qPrintable(m_host->errors().join(QLatin1Char('\n'))));
-        return false;
-    }
-    window()->setGeometry(0, 0, 1400, 1000);
-    if (!QTest::qWaitForWindowExposed(window()) || !QTest::qWaitFor([this] { return m_host->isReady(); }))
-        return false;
-    for (const char *list : { "recentList", "labelList", "favoriteList" }) {
-        QQuickItem *item = find(QString::fromLatin1(list));
-        if (!item || !QTest::qWaitFor([item] { return !item->property("busy").toBool(); }))
-            return false;
-    }
-    window()->requestActivate();
-    if (!QTest::qWaitFor([this] { return window()->isActive(); }))
+    if (!startUsableHost(&m_host, options))
         return false;
     // The colour the frames are drawn in, as the front end's theme has it.
     QQmlExpression expression(qmlContext(m_host->rootItem()), m_host->rootItem(), QStringLiteral("Theme.focus"));

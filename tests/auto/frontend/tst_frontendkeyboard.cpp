@@ -2,6 +2,7 @@
 // and shows that it has focus, Enter activates, Escape closes.
 
 #include "dashboard_host.h"
+#include "usable_host.h"
 
 #include <korvexdashboard.h>
 
@@ -70,28 +71,12 @@ QString tst_FrontendKeyboard::settingsFile()
 // until its lists are filled: a busy indicator spins over a list for a moment after start.
 bool tst_FrontendKeyboard::startHost(bool seed)
 {
-    // The old dashboard goes before the new one starts: both would share the process's stores.
-    m_host.reset();
-    m_host = std::make_unique<DashboardHost>();
     DashboardHost::Options options;
     options.labelFolder = m_dir->filePath(seed ? QStringLiteral("labels") : QStringLiteral("empty"));
     options.seedLabelFolder = seed;
     if (!seed && !QDir().mkpath(options.labelFolder))
         return false;
-    if (!m_host->start(options)) {
-        qWarning("%s", qPrintable(m_host->errors().join(QLatin1Char('\n'))));
-        return false;
-    }
-    window()->setGeometry(0, 0, 1400, 1000);
-    if (!QTest::qWaitForWindowExposed(window()) || !QTest::qWaitFor([this] { return m_host->isReady(); }))
-        return false;
-    for (const char *list : { "recentList", "labelList", "favoriteList" }) {
-        QObject *object = find(QString::fromLatin1(list));
-        if (!object || !QTest::qWaitFor([object] { return !object->property("busy").toBool(); }))
-            return false;
-    }
-    window()->requestActivate();
-    return QTest::qWaitFor([this] { return window()->isActive(); });
+    return startUsableHost(&m_host, options);
 }
 
 void tst_FrontendKeyboard::cleanup()
