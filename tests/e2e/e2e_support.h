@@ -8,9 +8,13 @@
 #include <QGuiApplication>
 #include <QStringList>
 
+#include <xcb/res.h>
 #include <xcb/xcb.h>
 
+#include <cstdio>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <optional>
 
 namespace E2e {
@@ -72,6 +76,77 @@ inline QStringList moduleLog(const QString &folder, qint64 pid)
     if (!file.open(QIODevice::ReadOnly))
         return {};
     return QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+}
+
+// What a process holds, for a long session's figures.
+struct Holdings
+{
+    int descriptors = 0;
+    qint64 residentKiB = 0;
+    int xWindows = 0;
+    int xPixmaps = 0;
+    int xOther = 0;
+    int objects = 0;
+};
+
+// This process's open descriptors and resident memory.
+inline Holdings processHoldings()
+{
+    Holdings holdings;
+    holdings.descriptors = int(QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::NoDotAndDotDot | QDir::System).size());
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (status.open(QIODevice::ReadOnly)) {
+        for (const QByteArray &line : status.readAll().split('\n')) {
+            if (line.startsWith("VmRSS:"))
+                holdings.residentKiB = line.mid(6).trimmed().split(' ').value(0).toLongLong();
+        }
+    }
+    return holdings;
+}
+
+inline xcb_atom_t existingAtom(xcb_connection_t *c, const char *name)
+{
+    xcb_intern_atom_reply_t *reply =
+            xcb_intern_atom_reply(c, xcb_intern_atom(c, 1, std::uint16_t(std::strlen(name)), name), nullptr);
+    const xcb_atom_t atom = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
+    std::free(reply);
+    return atom;
+}
+
+// Adds the X resources (windows, pixmaps, the rest) every client of the server holds, from the
+// X-Resource extension: on the test's own server those are this process's connections, and
+// those of module programs still running.
+inline void countXResources(Holdings *holdings, xcb_connection_t *c)
+{
+    const xcb_atom_t window = existingAtom(c, "WINDOW");
+    const xcb_atom_t pixmap = existingAtom(c, "PIXMAP");
+    xcb_res_query_clients_reply_t *clients = xcb_res_query_clients_reply(c, xcb_res_query_clients(c), nullptr);
+    if (!clients)
+        return;
+    for (auto it = xcb_res_query_clients_clients_iterator(clients); it.rem; xcb_res_client_next(&it)) {
+        xcb_res_query_client_resources_reply_t *resources = xcb_res_query_client_resources_reply(
+                c, xcb_res_query_client_resources(c, it.data->resource_base), nullptr);
+        if (!resources)
+            continue;
+        for (auto type = xcb_res_query_client_resources_types_iterator(resources); type.rem;
+             xcb_res_type_next(&type)) {
+            int &counter = type.data->resource_type == window ? holdings->xWindows
+                    : type.data->resource_type == pixmap     ? holdings->xPixmaps
+                                                             : holdings->xOther;
+            counter += int(type.data->count);
+        }
+        std::free(resources);
+    }
+    std::free(clients);
+}
+
+inline void printHoldings(const char *when, const Holdings &h)
+{
+    std::printf("soak %-24s descriptors %d, resident %lld KiB, X windows %d, pixmaps %d, other X "
+                "resources %d, objects %d\n",
+                when, h.descriptors, static_cast<long long>(h.residentKiB), h.xWindows, h.xPixmaps,
+                h.xOther, h.objects);
+    std::fflush(stdout);
 }
 
 } // namespace E2e

@@ -74,6 +74,8 @@ private Q_SLOTS:
     void moduleThatNeverReportsReady();
     void messageForAWindowThatJustDied();
 
+    void longSessionLeavesNothingBehind();
+
 private:
     Ready launch(DashboardGlobal::ApplicationType type);
     DashboardAppWindow *embed(quint32 window, const QRect &rect = QRect(20, 64, 900, 600));
@@ -81,6 +83,8 @@ private:
     quint32 startHelper(QProcess *process, const QString &program, const QStringList &extra = {});
     void expectBroadcastAt(qint64 pid, const QString &line);
     void dashboardStillWorks();
+    // What the dashboard's process holds now: descriptors, memory, X resources, objects.
+    E2e::Holdings holdings() const;
 
     std::unique_ptr<PrinterFixture> m_printers;
     std::unique_ptr<DashboardMainWindow> m_window;
@@ -230,6 +234,80 @@ void tst_E2eModules::dashboardStillWorks()
     QVERIFY(module.pid > 0);
     m_window->messagingHelper()->onStatusChanged(1, QStringLiteral("P2"));
     expectBroadcastAt(module.pid, QStringLiteral("broadcast StatusChanged: 1, P2, -, -"));
+}
+
+E2e::Holdings tst_E2eModules::holdings() const
+{
+    E2e::Holdings now = E2e::processHoldings();
+    // Every client but the test's own connection: the dashboard's Qt and backend connections.
+    E2e::countXResources(&now, E2e::connection());
+    // The objects reachable from the application and the dashboard's window.
+    const auto count = [](const QObject *root) { return 1 + root->findChildren<QObject *>().size(); };
+    now.objects = count(QCoreApplication::instance()) + count(m_window.get()) + count(m_engine.get());
+    return now;
+}
+
+// A long session: module after module launched, embedded, sent a broadcast and closed, then a
+// stream of printer broadcasts to all eight. What the dashboard holds comes back to where it
+// was after the first cycles. KORVEX_SOAK_CYCLES and KORVEX_SOAK_BROADCASTS make it longer
+// (scripts/soak runs 1,000 and 100,000); the figures are printed every REPORT_EVERY cycles.
+void tst_E2eModules::longSessionLeavesNothingBehind()
+{
+    const auto setting = [](const char *name, int fallback) {
+        return qEnvironmentVariableIsSet(name) ? qMax(1, qEnvironmentVariableIntValue(name)) : fallback;
+    };
+    const int cycles = setting("KORVEX_SOAK_CYCLES", 24);
+    const int broadcasts = setting("KORVEX_SOAK_BROADCASTS", 2000);
+    const int reportEvery = qMin(100, cycles);
+    constexpr int WARM_UP = 8; // each module program once
+    const QList<ModuleInfo> modules = ModuleInfo::all();
+
+    E2e::Holdings settled;
+    for (int cycle = 1; cycle <= WARM_UP + cycles; ++cycle) {
+        const auto type = DashboardGlobal::ApplicationType(modules.at(cycle % modules.size()).applicationType);
+        const Ready module = launch(type);
+        QVERIFY2(module.pid > 0, qPrintable(QStringLiteral("cycle %1").arg(cycle)));
+        QPointer<DashboardAppWindow> item = embed(module.window);
+        QVERIFY(item);
+        QTRY_COMPARE_WITH_TIMEOUT(E2e::queryTree(module.window).value_or(E2e::Tree()).parent,
+                                  xcb_window_t(item->containerWindow()), EVENT_TIMEOUT_MS);
+        m_window->messagingHelper()->onStatusChanged(cycle % 7, QStringLiteral("P1"));
+        expectBroadcastAt(module.pid, QStringLiteral("broadcast StatusChanged: %1, P1, -, -").arg(cycle % 7));
+        item->closeApplication();
+        QTRY_VERIFY_WITH_TIMEOUT(!item && processGone(module.pid), EVENT_TIMEOUT_MS);
+        QVERIFY(!E2e::windowExists(module.window));
+        m_started.removeAll(module.pid);
+        m_ready.clear();
+        if (cycle == WARM_UP) {
+            settled = holdings();
+            E2e::printHoldings("after warm-up", settled);
+        } else if (cycle > WARM_UP && (cycle - WARM_UP) % reportEvery == 0) {
+            E2e::printHoldings(qPrintable(QStringLiteral("cycle %1").arg(cycle - WARM_UP)), holdings());
+        }
+    }
+    const E2e::Holdings afterCycles = holdings();
+    QCOMPARE(afterCycles.descriptors, settled.descriptors);
+    QCOMPARE(afterCycles.xWindows, settled.xWindows);
+
+    // The printer broadcasts, to eight modules at once.
+    QList<qint64> pids;
+    for (const ModuleInfo &module : modules)
+        pids << launch(DashboardGlobal::ApplicationType(module.applicationType)).pid;
+    QVERIFY(!pids.contains(0));
+    const E2e::Holdings withModules = holdings();
+    E2e::printHoldings("eight modules running", withModules);
+    for (int i = 1; i <= broadcasts; ++i) {
+        m_window->messagingHelper()->onStatusChanged(i % 7, QStringLiteral("P%1").arg(i));
+        if (i % 100 == 0)
+            QCoreApplication::processEvents(); // as the event loop turns between printer events
+        if (i % (broadcasts >= 10000 ? 10000 : broadcasts) == 0)
+            E2e::printHoldings(qPrintable(QStringLiteral("%1 broadcasts").arg(i)), holdings());
+    }
+    for (qint64 pid : std::as_const(pids))
+        expectBroadcastAt(pid, QStringLiteral("broadcast StatusChanged: %1, P%2, -, -").arg(broadcasts % 7).arg(broadcasts));
+    const E2e::Holdings afterBroadcasts = holdings();
+    QCOMPARE(afterBroadcasts.descriptors, withModules.descriptors);
+    QCOMPARE(afterBroadcasts.xWindows, withModules.xWindows);
 }
 
 void tst_E2eModules::everyModuleLaunchesAndReportsReady_data()
