@@ -113,19 +113,24 @@ inline xcb_atom_t existingAtom(xcb_connection_t *c, const char *name)
     return atom;
 }
 
-// Adds the X resources (windows, pixmaps, the rest) every client of the server holds, from the
-// X-Resource extension: on the test's own server those are this process's connections, and
-// those of module programs still running.
+// Adds the X resources (windows, pixmaps, the rest) this process's connections to the server
+// hold (Qt's and the window backend's), from the X-Resource extension. Other programs on the
+// server, module programs among them, come and go and are left out.
 inline void countXResources(Holdings *holdings, xcb_connection_t *c)
 {
     const xcb_atom_t window = existingAtom(c, "WINDOW");
     const xcb_atom_t pixmap = existingAtom(c, "PIXMAP");
-    xcb_res_query_clients_reply_t *clients = xcb_res_query_clients_reply(c, xcb_res_query_clients(c), nullptr);
-    if (!clients)
+    const xcb_res_client_id_spec_t everyClientsPid { 0, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID };
+    xcb_res_query_client_ids_reply_t *ids =
+            xcb_res_query_client_ids_reply(c, xcb_res_query_client_ids(c, 1, &everyClientsPid), nullptr);
+    if (!ids)
         return;
-    for (auto it = xcb_res_query_clients_clients_iterator(clients); it.rem; xcb_res_client_next(&it)) {
+    const auto self = std::uint32_t(QCoreApplication::applicationPid());
+    for (auto id = xcb_res_query_client_ids_ids_iterator(ids); id.rem; xcb_res_client_id_value_next(&id)) {
+        if (xcb_res_client_id_value_value_length(id.data) < 1 || *xcb_res_client_id_value_value(id.data) != self)
+            continue;
         xcb_res_query_client_resources_reply_t *resources = xcb_res_query_client_resources_reply(
-                c, xcb_res_query_client_resources(c, it.data->resource_base), nullptr);
+                c, xcb_res_query_client_resources(c, id.data->spec.client), nullptr);
         if (!resources)
             continue;
         for (auto type = xcb_res_query_client_resources_types_iterator(resources); type.rem;
@@ -137,7 +142,7 @@ inline void countXResources(Holdings *holdings, xcb_connection_t *c)
         }
         std::free(resources);
     }
-    std::free(clients);
+    std::free(ids);
 }
 
 inline void printHoldings(const char *when, const Holdings &h)

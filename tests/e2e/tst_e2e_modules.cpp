@@ -246,7 +246,6 @@ void tst_E2eModules::dashboardStillWorks()
 E2e::Holdings tst_E2eModules::holdings() const
 {
     E2e::Holdings now = E2e::processHoldings();
-    // Every client but the test's own connection: the dashboard's Qt and backend connections.
     E2e::countXResources(&now, E2e::connection());
     // The objects reachable from the application and the dashboard's window.
     const auto count = [](const QObject *root) { return 1 + int(root->findChildren<QObject *>().size()); };
@@ -293,9 +292,10 @@ void tst_E2eModules::longSessionLeavesNothingBehind()
             E2e::printHoldings(qPrintable(QStringLiteral("cycle %1").arg(cycle - WARM_UP)), holdings());
         }
     }
+    // No growth; fewer is fine: what earlier tests left unread expires meanwhile.
     const E2e::Holdings afterCycles = holdings();
-    QCOMPARE(afterCycles.descriptors, settled.descriptors);
-    QCOMPARE(afterCycles.xWindows, settled.xWindows);
+    QCOMPARE_LE(afterCycles.descriptors, settled.descriptors);
+    QCOMPARE_LE(afterCycles.xWindows, settled.xWindows);
 
     // The printer broadcasts, to eight modules at once.
     QList<qint64> pids;
@@ -314,8 +314,8 @@ void tst_E2eModules::longSessionLeavesNothingBehind()
     for (qint64 pid : std::as_const(pids))
         expectBroadcastAt(pid, QStringLiteral("broadcast StatusChanged: %1, P%2, -, -").arg(broadcasts % 7).arg(broadcasts));
     const E2e::Holdings afterBroadcasts = holdings();
-    QCOMPARE(afterBroadcasts.descriptors, withModules.descriptors);
-    QCOMPARE(afterBroadcasts.xWindows, withModules.xWindows);
+    QCOMPARE_LE(afterBroadcasts.descriptors, withModules.descriptors);
+    QCOMPARE_LE(afterBroadcasts.xWindows, withModules.xWindows);
 }
 
 void tst_E2eModules::everyModuleLaunchesAndReportsReady_data()
