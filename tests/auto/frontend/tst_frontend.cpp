@@ -4,6 +4,7 @@
 #include "printing/printer_directory.h"
 #include "start_shell.h"
 #include "url_recorder.h"
+#include "widgetutils/file_controller_tools.h"
 #include "window_shell.h"
 
 #include <korvexdashboard.h>
@@ -72,6 +73,7 @@ private Q_SLOTS:
     void searchSortAndFavorite();
     void enterAndLeaveFolders();
     void myLabelsFollowsTheFolder();
+    void recentlyViewedFollowsTheModules();
     void changeAndResetSettings();
     void germanAtOnce();
     void languagesAreNamedInThemselves();
@@ -539,6 +541,31 @@ void tst_Frontend::myLabelsFollowsTheFolder()
         QVERIFY(label.open(QIODevice::WriteOnly));
     }
     QTRY_COMPARE(names(labels).size(), before.size() + 200);
+}
+
+void tst_Frontend::recentlyViewedFollowsTheModules()
+{
+    const QString folder = m_dir->filePath(QStringLiteral("labels"));
+    QVERIFY(startHost(folder));
+    QObject *recents = find("recentList");
+    QTRY_VERIFY(!names(recents).isEmpty());
+    QVERIFY(!names(recents).contains(QStringLiteral("Viewed Now.kxld")));
+
+    // Label Designer opens a label and writes it into its view history, as the modules do.
+    const QString label = folder + QStringLiteral("/Viewed Now.kxld");
+    {
+        QFile file(label);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+    }
+    QSettings store(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Quorvane Inc"),
+                    QStringLiteral("QVLabelEditor"));
+    FileControllerTools::recordFileView(&store, QStringLiteral("fileHistory"), label,
+                                        QDateTime::currentDateTime(), 20);
+    store.sync();
+    QCOMPARE(store.status(), QSettings::NoError);
+
+    // Home shows it with no restart (in the list's order: by name, unless the user sorts).
+    QTRY_VERIFY(names(recents).contains(QStringLiteral("Viewed Now.kxld")));
 }
 
 void tst_Frontend::enterAndLeaveFolders()
