@@ -48,6 +48,14 @@ bool FocusFrames::eventFilter(QObject *object, QEvent *event)
         if (!isModifierOnly(static_cast<QKeyEvent *>(event)->key()))
             setShown(true);
         break;
+    case QEvent::FocusIn: {
+        // Focus moved by Tab without a key here: an embedded module handed it back (its own
+        // Tab or Ctrl+Tab went to the module's process, not to this one).
+        const Qt::FocusReason reason = static_cast<QFocusEvent *>(event)->reason();
+        if (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason)
+            setShown(true);
+        break;
+    }
     case QEvent::MouseButtonPress:
     case QEvent::MouseButtonDblClick:
     case QEvent::TouchBegin:

@@ -327,6 +327,19 @@ void tst_FrontendFocus::navigationButtonFrame()
     QTest::keyClick(window(), Qt::Key_Tab);
     QVERIFY(focused());
     QTRY_VERIFY(focusPixels(focused()) > 40);
+
+    // Focus a module hands back (its Tab went to its own process) is keyboard focus too.
+    click(home);
+    QTRY_COMPARE(focusPixels(), 0);
+    resources->forceActiveFocus(Qt::TabFocusReason);
+    QTRY_VERIFY(focusPixels(resources) > 40);
+    // Focus moved by the program for another reason shows no frame.
+    click(home);
+    QTRY_COMPARE(focusPixels(), 0);
+    resources->forceActiveFocus(Qt::OtherFocusReason);
+    QVERIFY(resources->hasActiveFocus());
+    QVERIFY(QQuickTest::qWaitForPolish(window()));
+    QCOMPARE(focusPixels(), 0);
 }
 
 // Shift or Ctrl alone is no keyboard use (it often starts a Ctrl+click); a shortcut is, though
