@@ -34,7 +34,8 @@ NAV_BUTTONS = ["Home", "Cloud", "Label Designer", "Premade Signs", "Arc Flash", 
                "Pipe Marking", "Symbol Creator", "Printers", "Resources"]
 NAV_LINKS = ["Request Support", "Live Chat", "Feedback"]
 NAV_TEXTS = ["Korvex PRO", "Modules", "Help and resources"]
-FIRMWARE_NOTICE = "New firmware is available for a connected printer."
+# The notice names the simulated printer whose firmware is behind.
+FIRMWARE_NOTICE = "New firmware is available for Ondrel X100 on line 1."
 
 
 class Report:
