@@ -335,8 +335,11 @@ inline bool stopWindowManager(std::unique_ptr<QProcess> *manager, const XServer 
 // Waits for the host's window on the screen, drawn by the front end and not only the shell,
 // and lays the copy of the front end out at its size: its first module button is drawn. The
 // window and its place on the screen are left in window and rect; error says what failed.
+// rootless: the X server shows no window's pixels on its root (XWayland), so the window's own
+// are read; a Wayland compositor shows them, somewhere X does not know.
 inline bool waitForHostDrawn(const XServer &display, const QProcess &host, DashboardHost *layout,
-                             int timeout, xcb_window_t *window, QRect *rect, QString *error)
+                             int timeout, xcb_window_t *window, QRect *rect, QString *error,
+                             bool rootless = false)
 {
     const qint64 pid = host.processId();
     if (!QTest::qWaitFor([&] {
@@ -369,8 +372,9 @@ inline bool waitForHostDrawn(const XServer &display, const QProcess &host, Dashb
     if (!QTest::qWaitFor([&] {
             // Where the window is, read again each time: a manager may still place it.
             *rect = display.rectOnScreen(*window);
-            const QPoint spot = rect->topLeft() + QPoint(2, rect->height() / 2);
-            const QImage seen = display.image(display.root(), QRect(spot, QSize(1, 1)));
+            const QPoint spot = QPoint(2, rect->height() / 2);
+            const QImage seen = rootless ? display.image(*window, QRect(spot, QSize(1, 1)))
+                                         : display.image(display.root(), QRect(rect->topLeft() + spot, QSize(1, 1)));
             seenColor = seen.isNull() ? QColor() : seen.pixelColor(0, 0);
             return !seen.isNull() && distance(seenColor, barColor) <= 6;
         }, timeout)) {

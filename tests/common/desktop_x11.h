@@ -33,7 +33,8 @@ using Reply = std::unique_ptr<T, Free<T>>;
 class XServer
 {
 public:
-    XServer() : m_connection(xcb_connect(nullptr, nullptr))
+    // The X server of DISPLAY, or of the display named (":2").
+    explicit XServer(const char *displayName = nullptr) : m_connection(xcb_connect(displayName, nullptr))
     {
         if (!xcb_connection_has_error(m_connection))
             m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
@@ -95,14 +96,17 @@ public:
     }
 
     // Position on the root window, and size.
-    QRect rectOnScreen(xcb_window_t window) const
+    QRect rectOnScreen(xcb_window_t window) const { return rectIn(window, m_root); }
+
+    // Position in another window, and size: where it is in a window that may move meanwhile.
+    QRect rectIn(xcb_window_t window, xcb_window_t other) const
     {
         Reply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(
                 m_connection, xcb_get_geometry(m_connection, window), nullptr));
         if (!geometry)
             return QRect();
         Reply<xcb_translate_coordinates_reply_t> at(xcb_translate_coordinates_reply(
-                m_connection, xcb_translate_coordinates(m_connection, window, m_root, 0, 0),
+                m_connection, xcb_translate_coordinates(m_connection, window, other, 0, 0),
                 nullptr));
         if (!at)
             return QRect();
