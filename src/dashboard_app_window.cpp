@@ -284,10 +284,19 @@ void DashboardAppWindow::updateCovered()
         return;
     if (covered) {
         takeKeyboardBack();
-        // The module's last picture stands in for its window while the popup is open.
-        QQuickWindow *qtWindow = window();
-        QScreen *screen = qtWindow ? qtWindow->screen() : nullptr;
-        m_snapshot = screen ? screen->grabWindow(WId(m_containerWindow)).toImage() : QImage();
+        // The module's last picture stands in for its window while the popup is open: read
+        // from the window where the system can (under XWayland the screen reads back black),
+        // else from the screen.
+        NativeWindowBackend::WindowImage own;
+        if (m_backend->windowImage(m_containerWindow, &own)) {
+            m_snapshot = QImage(reinterpret_cast<const uchar *>(own.pixels.data()), own.width, own.height,
+                                qsizetype(own.width) * 4, QImage::Format_RGB32)
+                                 .copy();
+        } else {
+            QQuickWindow *qtWindow = window();
+            QScreen *screen = qtWindow ? qtWindow->screen() : nullptr;
+            m_snapshot = screen ? screen->grabWindow(WId(m_containerWindow)).toImage() : QImage();
+        }
         m_snapshotChanged = true;
         setContainerShown(false);
     } else {

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <vector>
 
 namespace KorvexNative {
 
@@ -155,6 +156,23 @@ public:
     virtual bool focusEmbedder(WindowHandle topLevel)
     {
         (void)topLevel;
+        return false;
+    }
+
+    // The picture a window shows now, read from the window itself, added after the calls
+    // above: rows top to bottom of 0xffRRGGBB. Where the screen's own picture is all there is
+    // (Windows draws a window's picture on the screen) the default reports false and the
+    // caller reads the screen; under XWayland the screen reads back black, the window does not.
+    struct WindowImage
+    {
+        int width = 0;
+        int height = 0;
+        std::vector<std::uint32_t> pixels;
+    };
+    virtual bool windowImage(WindowHandle window, WindowImage *image)
+    {
+        (void)window;
+        (void)image;
         return false;
     }
 };

@@ -1525,6 +1525,46 @@ bool XcbNativeWindowBackend::focusEmbedder(WindowHandle topLevel)
     return moved;
 }
 
+bool XcbNativeWindowBackend::windowImage(WindowHandle window, WindowImage *image)
+{
+    d->drain();
+    const Private::DrainLater later{ d.get() };
+    if (!d->ok() || !isXid(window) || !image)
+        return false;
+    const xcb_setup_t *setup = xcb_get_setup(d->connection);
+    if (setup->image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST)
+        return false; // the pixels below are read as this machine's 32-bit words
+    const Reply<xcb_get_geometry_reply_t> geometry(
+            xcb_get_geometry_reply(d->connection, xcb_get_geometry(d->connection, xcb_window_t(window)), nullptr));
+    // A picture as large as a screen is what the dashboard's module area can be; more is not a
+    // window of ours.
+    constexpr int MAX_SIDE = 16384;
+    if (!geometry || (geometry->depth != 24 && geometry->depth != 32) || geometry->width == 0
+        || geometry->height == 0 || geometry->width > MAX_SIDE || geometry->height > MAX_SIDE)
+        return false;
+    const int width = geometry->width;
+    const int height = geometry->height;
+    // Fails (BadMatch) for a window that is not viewable: the caller reads the screen.
+    const Reply<xcb_get_image_reply_t> reply(xcb_get_image_reply(
+            d->connection,
+            xcb_get_image(d->connection, XCB_IMAGE_FORMAT_Z_PIXMAP, xcb_window_t(window), 0, 0,
+                          std::uint16_t(width), std::uint16_t(height), ~0u),
+            nullptr));
+    const std::size_t count = std::size_t(width) * std::size_t(height);
+    if (!reply || std::size_t(xcb_get_image_data_length(reply.get())) != count * 4)
+        return false; // a pixel format other than 32 bits a pixel
+    const std::uint8_t *data = xcb_get_image_data(reply.get());
+    image->width = width;
+    image->height = height;
+    image->pixels.resize(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint32_t pixel;
+        std::memcpy(&pixel, data + i * 4, 4);
+        image->pixels[i] = 0xff000000u | (pixel & 0x00ffffffu);
+    }
+    return true;
+}
+
 std::unique_ptr<NativeWindowBackend> createXcbNativeWindowBackend(const char *displayName)
 {
     return std::make_unique<XcbNativeWindowBackend>(displayName);

@@ -94,6 +94,7 @@ public:
     bool watchEmbeddedFocus(WindowHandle container, EmbeddedFocusHandler handler) override;
     bool focusEmbeddedWindow(WindowHandle window, EmbeddedFocus detail) override;
     bool focusEmbedder(WindowHandle topLevel) override;
+    bool windowImage(WindowHandle window, WindowImage *image) override;
 
 private:
     struct Private;

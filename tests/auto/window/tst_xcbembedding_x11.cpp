@@ -136,6 +136,7 @@ private Q_SLOTS:
     void clickIntoTheContainerIsReportedAndPassedOn();
     void handOnKeysAreReported();
     void keyboardHeldByTheEmbedderIsHandedOn();
+    void windowImageIsTheWindowsOwnPicture();
 
 private:
     void startWindowManager(const char *mode);
@@ -469,6 +470,39 @@ void tst_XcbEmbeddingX11::keyboardHeldByTheEmbedderIsHandedOn()
                  return (event->response_type & 0x7f) == XCB_KEY_PRESS;
              }),
              "a key of the dashboard's reached the module");
+}
+
+// What a module's container shows, read from the window itself: its own pixels and those of
+// the windows inside it, whatever the screen's picture (black under XWayland).
+void tst_XcbEmbeddingX11::windowImageIsTheWindowsOwnPicture()
+{
+    xcb_connection_t *c = m_raw->c();
+    const xcb_window_t inside = xcb_generate_id(c);
+    const std::uint32_t background = 0x336699;
+    xcb_create_window(c, XCB_COPY_FROM_PARENT, inside, xcb_window_t(m_container), 100, 50, 200, 100, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL, &background);
+    xcb_map_window(c, inside);
+    m_raw->sync();
+
+    NativeWindowBackend::WindowImage image;
+    QTRY_VERIFY(m_backend->windowImage(m_container, &image) && image.pixels.size() == 400u * 300u
+                && image.pixels[std::size_t(100) * 400 + 200] == (0xff000000u | background));
+    QCOMPARE(image.width, 400);
+    QCOMPARE(image.height, 300);
+    // The window inside is where it is, and the container's own background around it.
+    const auto at = [&](int x, int y) { return image.pixels[std::size_t(y) * 400 + std::size_t(x)]; };
+    QCOMPARE(at(100, 50), 0xff000000u | background);
+    QCOMPARE(at(299, 149), 0xff000000u | background);
+    QVERIFY(at(99, 50) != (0xff000000u | background));
+    QVERIFY(at(300, 149) != (0xff000000u | background));
+
+    // Nothing to read: not shown, not a window, nowhere to put it.
+    m_backend->showWindow(m_container, 0);
+    NativeWindowBackend::WindowImage none;
+    QVERIFY(!m_backend->windowImage(m_container, &none));
+    QVERIFY(!m_backend->windowImage(WindowHandle(0x7fffffff), &none));
+    QVERIFY(!m_backend->windowImage(m_top, nullptr));
+    QVERIFY(none.pixels.empty());
 }
 
 QTEST_MAIN(tst_XcbEmbeddingX11)
