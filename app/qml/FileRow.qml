@@ -68,8 +68,9 @@ Item {
                 font.pixelSize: row.zoom === DashboardGlobal.SMALL ? Theme.fontSmall : Theme.fontBody
                 font.weight: Font.Medium
                 elide: Text.ElideMiddle
-                // A name cut in the middle shows whole while the pointer rests on its row.
-                ToolTip.visible: nameText.truncated && mouse.containsMouse
+                // A name cut in the middle shows whole while the pointer rests on its row, or while
+                // the row is the current entry of a list the keyboard works.
+                ToolTip.visible: nameText.truncated && (mouse.containsMouse || (row.current && row.viewFocused))
                 ToolTip.text: row.modelData.labelFileName
                 ToolTip.delay: Theme.toolTipDelay
             }

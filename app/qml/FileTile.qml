@@ -81,8 +81,9 @@ Item {
                 font.weight: Font.Medium
                 elide: Text.ElideMiddle
                 maximumLineCount: 1
-                // A name cut in the middle shows whole while the pointer rests on its tile.
-                ToolTip.visible: nameText.truncated && mouse.containsMouse
+                // A name cut in the middle shows whole while the pointer rests on its tile, or while
+                // the tile is the current entry of a list the keyboard works.
+                ToolTip.visible: nameText.truncated && (mouse.containsMouse || (tile.current && tile.viewFocused))
                 ToolTip.text: tile.modelData.labelFileName
                 ToolTip.delay: Theme.toolTipDelay
             }

@@ -457,6 +457,17 @@ void tst_FrontendFocus::cutNamesShowWhole()
     // the tooltip follows the pointer, not just the cut.
     const QQmlProperty wantedLong(longText, QStringLiteral("ToolTip.visible"), qmlContext(longText));
     QCOMPARE(wantedLong.read().toBool(), false);
+
+    // A keyboard user sees it whole too, on the current entry, wherever the pointer is.
+    QVERIFY(tabTo(QStringLiteral("labelList")));
+    const Qt::Key back = rows ? Qt::Key_Up : Qt::Key_Left;
+    const Qt::Key on = rows ? Qt::Key_Down : Qt::Key_Right;
+    QTest::keyClick(window(), back);
+    QTRY_VERIFY(wantedLong.read().toBool());
+    QTRY_COMPARE(toolTipTexts(), QStringList { longName });
+    QTest::keyClick(window(), on);
+    QTRY_VERIFY(toolTipTexts().isEmpty());
+    QCOMPARE(wantedLong.read().toBool(), false);
 }
 
 // An entry of the side bar (a running label's file name, a long module name) shows whole on
