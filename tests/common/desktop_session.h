@@ -388,6 +388,31 @@ inline bool waitForHostDrawn(const XServer &display, const QProcess &host, Dashb
         *error = QStringLiteral("the dashboard's window changed its size while it was drawn");
         return false;
     }
+    // The start shell, shown until the front end is made, has the bar's colour but nothing on
+    // it, and takes no clicks: wait until the top of the bar shows about as much that is not
+    // the bar's colour (logo and name) as the copy draws there. The shell shows none.
+    const QRect top(0, 0, int(bar->width()), 60);
+    const auto ink = [barColor](const QImage &image) {
+        int count = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                count += distance(image.pixelColor(x, y), barColor) > 24 ? 1 : 0;
+        }
+        return count;
+    };
+    const int wanted = ink(layout->window()->grabWindow().copy(top));
+    int seenInk = 0;
+    if (wanted == 0 || !QTest::qWaitFor([&] {
+            *rect = display.rectOnScreen(*window);
+            const QImage seen = rootless ? display.image(*window, top)
+                                         : display.image(display.root(), top.translated(rect->topLeft()));
+            seenInk = seen.isNull() ? 0 : ink(seen);
+            return seenInk * 2 >= wanted;
+        }, timeout)) {
+        *error = QStringLiteral("the front end's navigation bar is not drawn: its top shows %1 marked pixels of %2")
+                         .arg(seenInk).arg(wanted);
+        return false;
+    }
     return true;
 }
 
