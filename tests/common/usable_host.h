@@ -6,9 +6,18 @@
 
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QSettings>
 #include <QTest>
 
 #include <memory>
+
+// The user's dashboard settings, where the front end reads and writes them.
+inline QString dashboardSettingsFile()
+{
+    return QSettings(QSettings::IniFormat, QSettings::UserScope, QString::fromLatin1(DashboardSettings::ORGANIZATION_NAME),
+                     QString::fromLatin1(DashboardSettings::DASHBOARD_APPLICATION_NAME))
+            .fileName();
+}
 
 // Starts the real front end and waits until a user could use it: the window shown at a
 // desktop size and active, and the Home lists filled (a busy indicator spins over a list for a

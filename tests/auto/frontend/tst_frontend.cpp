@@ -4,6 +4,7 @@
 #include "printing/printer_directory.h"
 #include "start_shell.h"
 #include "url_recorder.h"
+#include "usable_host.h"
 #include "widgetutils/file_controller_tools.h"
 #include "window_shell.h"
 
@@ -151,8 +152,7 @@ void tst_Frontend::cleanup()
 
 QString tst_Frontend::settingsFile() const
 {
-    return QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Quorvane Inc"),
-                     QStringLiteral("KorvexPro")).fileName();
+    return dashboardSettingsFile();
 }
 
 bool tst_Frontend::startHost(const QString &labelFolder, bool seed)

@@ -54,7 +54,7 @@ private:
     void click(QQuickItem *item);
     int focusPixels(QQuickItem *item = nullptr);
     QStringList toolTipTexts() const;
-    static QString settingsFile();
+    static QString settingsFile() { return dashboardSettingsFile(); }
 
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<DashboardHost> m_host;
@@ -78,12 +78,6 @@ void tst_FrontendFocus::cleanup()
     m_host.reset();
     m_dir.reset();
     QFile::remove(settingsFile());
-}
-
-QString tst_FrontendFocus::settingsFile()
-{
-    return QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Quorvane Inc"),
-                     QStringLiteral("KorvexPro")).fileName();
 }
 
 bool tst_FrontendFocus::startHost(const QString &labelFolder, bool seed)

@@ -40,7 +40,7 @@ private:
     bool pressEnterOn(const QString &objectName);
     static QString accessibleName(QQuickItem *item, const char *childName = nullptr);
     bool startHost(bool seed);
-    static QString settingsFile();
+    static QString settingsFile() { return dashboardSettingsFile(); }
     QObject *find(const QString &objectName) const;
 
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -59,12 +59,6 @@ void tst_FrontendKeyboard::init()
     // Every test starts from a user with no settings: no favourites, no history.
     QFile::remove(settingsFile());
     QVERIFY(startHost(true));
-}
-
-QString tst_FrontendKeyboard::settingsFile()
-{
-    return QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Quorvane Inc"),
-                     QStringLiteral("KorvexPro")).fileName();
 }
 
 // Starts the dashboard on a fresh label folder, with its sample labels when seeded, and waits
