@@ -133,12 +133,22 @@ bool DashboardHost::start(const Options &options)
         files << QFileInfo(file).absoluteFilePath();
     if (options.singleInstance) {
         m_forwarding = new LaunchForwarding(QString(), this);
-        if (m_forwarding->forward(files)) {
+        // Listening from the start: a launch while this one still starts waits for it, as
+        // long as a start may take on a busy machine.
+        switch (m_forwarding->handOverOrListen(files, HAND_OVER_TIMEOUT_MS)) {
+        case LaunchForwarding::Start::HandedOver:
             m_handedOver = true;
             return true;
+        case LaunchForwarding::Start::NoAnswer:
+            m_errors << tr("A Korvex PRO dashboard is already running but did not answer within %1 seconds; "
+                           "no second one is started.").arg(HAND_OVER_TIMEOUT_MS / 1000);
+            return false;
+        case LaunchForwarding::Start::Failed:
+            KX_DEBUG(lcHost, "Dashboard Error: later launches cannot reach this dashboard.");
+            break;
+        case LaunchForwarding::Start::Listening:
+            break;
         }
-        // Listening from the start: a launch while this one still starts waits for it.
-        m_forwarding->listen();
         connect(m_forwarding, &LaunchForwarding::launched, this, &DashboardHost::openFiles);
     }
     m_filesToOpen = files;

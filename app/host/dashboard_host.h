@@ -48,6 +48,10 @@ public:
         QUrl frontEnd;
     };
 
+    // How long a second launch waits for a running dashboard (perhaps still starting) to
+    // take its files.
+    static constexpr int HAND_OVER_TIMEOUT_MS = 30000;
+
     explicit DashboardHost(QObject *parent = nullptr);
     ~DashboardHost() override;
 

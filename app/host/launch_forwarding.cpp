@@ -1,6 +1,12 @@
 #include "launch_forwarding.h"
 
+#include <logging/cute_logger.h>
+
 #include <QDataStream>
+#include <QDir>
+#include <QFileInfo>
+#include <QLockFile>
+#include <QLoggingCategory>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QPointer>
@@ -9,9 +15,14 @@
 
 namespace {
 
+Q_LOGGING_CATEGORY(lcLaunch, "korvex.dashboard.launch")
+
 // A request is one QDataStream'd QStringList; the answer one byte.
 constexpr quint32 MAGIC = 0x4b585031; // "KXP1"
 constexpr qint64 MAX_REQUEST = 1 << 20;
+// A local connection is made at once or not at all; a lock is held for as long.
+constexpr int CONNECT_TIMEOUT_MS = 1000;
+constexpr int LOCK_TIMEOUT_MS = 10000;
 
 } // namespace
 
@@ -35,8 +46,11 @@ bool LaunchForwarding::forward(const QStringList &files, int timeoutMs)
 {
     QLocalSocket socket;
     socket.connectToServer(m_name);
-    if (!socket.waitForConnected(timeoutMs))
-        return false;
+    return socket.waitForConnected(timeoutMs) && handOver(socket, files, timeoutMs);
+}
+
+bool LaunchForwarding::handOver(QLocalSocket &socket, const QStringList &files, int timeoutMs)
+{
     QByteArray request;
     {
         QDataStream out(&request, QIODevice::WriteOnly);
@@ -52,6 +66,33 @@ bool LaunchForwarding::forward(const QStringList &files, int timeoutMs)
         return false;
     // The running dashboard says it took them; one that hangs is not waited for forever.
     return socket.waitForReadyRead(timeoutMs) && socket.read(1) == "1";
+}
+
+LaunchForwarding::Start LaunchForwarding::handOverOrListen(const QStringList &files, int answerTimeoutMs)
+{
+    // Two launches at once would both find nobody and both listen, the second taking the
+    // name from the first: the lock makes them decide one after the other.
+    const QString lockName = m_name + QStringLiteral(".lock");
+    QLockFile lock(QFileInfo(lockName).isAbsolute() ? lockName : QDir::temp().filePath(lockName));
+    const bool locked = lock.tryLock(LOCK_TIMEOUT_MS);
+    if (!locked)
+        KX_DEBUG(lcLaunch, "Launch lock %s not taken (error %d); deciding without it.",
+                 qPrintable(lock.fileName()), int(lock.error()));
+
+    QLocalSocket socket;
+    socket.connectToServer(m_name);
+    if (socket.waitForConnected(CONNECT_TIMEOUT_MS)) {
+        // Somebody listens: a dashboard, perhaps still starting; it answers from its event
+        // loop. Its socket is never taken from it.
+        if (locked)
+            lock.unlock();
+        if (handOver(socket, files, answerTimeoutMs))
+            return Start::HandedOver;
+        KX_DEBUG(lcLaunch, "Dashboard Error: a running dashboard did not take the launch within %d ms.",
+                 answerTimeoutMs);
+        return Start::NoAnswer;
+    }
+    return listen() ? Start::Listening : Start::Failed;
 }
 
 bool LaunchForwarding::listen()

@@ -28,12 +28,25 @@ public:
     // Listens for later launches; false when the name cannot be taken.
     bool listen();
 
+    enum class Start {
+        HandedOver, // a running dashboard took the files
+        Listening,  // nobody runs: this launch is the dashboard and listens
+        NoAnswer,   // one is listening but did not answer in time: no second one starts
+        Failed,     // the name could not be taken
+    };
+    // What a launch does, decided by one launch at a time: a dashboard listening (even one
+    // still starting, whose answer may take a while) gets the files; otherwise a socket left
+    // by a dead dashboard is removed and this one listens.
+    Start handOverOrListen(const QStringList &files, int answerTimeoutMs);
+
 Q_SIGNALS:
     // A later launch asked: bring the window to the front and open these files.
     void launched(const QStringList &files);
 
 private:
     void readConnection();
+    // Sends the request on a connected socket and waits for the answer.
+    static bool handOver(class QLocalSocket &socket, const QStringList &files, int timeoutMs);
 
     QString m_name;
     QLocalServer *m_server = nullptr;

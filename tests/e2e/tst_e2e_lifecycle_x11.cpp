@@ -88,11 +88,17 @@ private Q_SLOTS:
     void quitAsksTheModulesFirst();
     void goingBackKeepsEverythingRunning();
     void germanModulePageAndDarkMenu();
+    void launchesStartedTogetherMakeOneDashboard();
 
 private:
     void startWindowManager();
     void stopWindowManager();
     void startHost();
+    void prepareHome(QProcessEnvironment *environment);
+    std::unique_ptr<QProcess> launchHost(const QProcessEnvironment &environment,
+                                         const QStringList &arguments = {}) const;
+    // Waits until the host's window shows the front end, and lays the copy out at its size.
+    void waitForHostDrawn();
     QQuickItem *layoutItem(const QString &objectName) const;
     QPoint placeOf(const QString &objectName);
     // The module's name in the side bar of the test's copy.
@@ -130,6 +136,7 @@ private:
     std::unique_ptr<QTemporaryDir> m_home;
     QString m_moduleLogs;
     std::unique_ptr<QProcess> m_host;
+    std::unique_ptr<QProcess> m_otherHost;
     qint64 m_hostPid = 0;
     xcb_window_t m_hostWindow = XCB_NONE;
     QSize m_windowSize;
@@ -212,7 +219,9 @@ void tst_E2eLifecycleX11::init()
                                           Q_ARG(QVariant, false)));
         QTRY_COMPARE(moduleName(G::APP_ARCFLASH), QStringLiteral("Lichtbogen"));
     }
-    CHECK(startHost());
+    // That test starts its hosts itself.
+    if (QByteArray(QTest::currentTestFunction()) != "launchesStartedTogetherMakeOneDashboard")
+        CHECK(startHost());
 }
 
 void tst_E2eLifecycleX11::cleanup()
@@ -227,6 +236,11 @@ void tst_E2eLifecycleX11::cleanup()
         m_host->waitForFinished(TOOL_TIMEOUT_MS);
     }
     m_host.reset();
+    if (m_otherHost && m_otherHost->state() != QProcess::NotRunning) {
+        m_otherHost->kill();
+        m_otherHost->waitForFinished(TOOL_TIMEOUT_MS);
+    }
+    m_otherHost.reset();
     m_hostWindow = XCB_NONE;
     m_home.reset();
 }
@@ -237,7 +251,61 @@ void tst_E2eLifecycleX11::cleanupTestCase()
     stopWindowManager();
 }
 
+void tst_E2eLifecycleX11::launchesStartedTogetherMakeOneDashboard()
+{
+    // A label double-clicked in a file manager while the menu's entry starts the dashboard:
+    // two launches at once, on one user's settings. One dashboard starts and opens the label.
+    QProcessEnvironment environment;
+    CHECK(prepareHome(&environment));
+    const QString label = QDir(m_home->path()).filePath(QStringLiteral("Plan A.kxld"));
+    {
+        QFile file(label);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("label") == 5);
+    }
+    m_host = launchHost(environment);
+    m_otherHost = launchHost(environment, { label });
+    QVERIFY2(m_host->waitForStarted(START_TIMEOUT_MS), qPrintable(m_host->errorString()));
+    QVERIFY2(m_otherHost->waitForStarted(START_TIMEOUT_MS), qPrintable(m_otherHost->errorString()));
+
+    // Which one becomes the dashboard is the race's; the other hands over and ends.
+    QVERIFY2(QTest::qWaitFor([this] {
+                 return m_host->state() == QProcess::NotRunning || m_otherHost->state() == QProcess::NotRunning;
+             }, DashboardHost::HAND_OVER_TIMEOUT_MS + START_TIMEOUT_MS),
+             "both launches still run: two dashboards on one user's settings");
+    if (m_host->state() == QProcess::NotRunning)
+        std::swap(m_host, m_otherHost);
+    QCOMPARE(m_otherHost->exitStatus(), QProcess::NormalExit);
+    QCOMPARE(m_otherHost->exitCode(), 0);
+    QVERIFY2(m_host->state() == QProcess::Running, "no dashboard runs");
+    m_hostPid = m_host->processId();
+    CHECK(waitForHostDrawn());
+
+    // The label opens in its module, in the one dashboard's window.
+    const int appType = int(m_layout->window()->getFileArgumentApplicationType(label));
+    QCOMPARE(appType, int(G::APP_LABELDESIGNER));
+    const qint64 module = waitForEmbedded(appType, {});
+    QVERIFY2(module > 0, "the label's module did not open in the dashboard");
+    QFile commandLine(QStringLiteral("/proc/%1/cmdline").arg(module));
+    QVERIFY(commandLine.open(QIODevice::ReadOnly));
+    const QList<QByteArray> arguments = commandLine.readAll().split('\0');
+    QVERIFY2(arguments.contains(QFile::encodeName(label)), arguments.join(' ').constData());
+    const ToolOutput shown = runTool(QStringLiteral("xdotool"),
+            { QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--name"),
+              QStringLiteral("^Korvex PRO$") });
+    QCOMPARE(shown.out.split(u'\n', Qt::SkipEmptyParts), QStringList{ QString::number(m_hostWindow) });
+}
+
 void tst_E2eLifecycleX11::startHost()
+{
+    QProcessEnvironment environment;
+    CHECK(prepareHome(&environment));
+    m_host = launchHost(environment);
+    QVERIFY2(m_host->waitForStarted(START_TIMEOUT_MS), qPrintable(m_host->errorString()));
+    m_hostPid = m_host->processId();
+    CHECK(waitForHostDrawn());
+}
+
+void tst_E2eLifecycleX11::prepareHome(QProcessEnvironment *environment)
 {
     m_home = std::make_unique<QTemporaryDir>();
     QVERIFY(m_home->isValid());
@@ -251,22 +319,29 @@ void tst_E2eLifecycleX11::startHost()
     }
     m_moduleLogs = home.filePath(QStringLiteral("module-logs"));
     QVERIFY(QDir().mkpath(m_moduleLogs));
-    QProcessEnvironment environment = m_environment;
-    QVERIFY(HostX11Test::setHome(&environment, home.path()));
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-    environment.insert(QStringLiteral("KORVEX_REAL_PRINTERS"), QStringLiteral("0"));
-    environment.insert(QStringLiteral("KORVEX_QUIT_WAIT_MS"), QString::number(QUIT_WAIT_MS));
-    environment.insert(QStringLiteral("KORVEX_DEMO_MODULE_LOG"), m_moduleLogs);
+    *environment = m_environment;
+    QVERIFY(HostX11Test::setHome(environment, home.path()));
+    environment->insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    environment->insert(QStringLiteral("KORVEX_REAL_PRINTERS"), QStringLiteral("0"));
+    environment->insert(QStringLiteral("KORVEX_QUIT_WAIT_MS"), QString::number(QUIT_WAIT_MS));
+    environment->insert(QStringLiteral("KORVEX_DEMO_MODULE_LOG"), m_moduleLogs);
     // Arc Flash has unsaved work; the other modules have none.
-    environment.insert(QStringLiteral("KORVEX_DEMO_MODULE_UNSAVED"), QStringLiteral("ArcFlashMain.exe"));
+    environment->insert(QStringLiteral("KORVEX_DEMO_MODULE_UNSAVED"), QStringLiteral("ArcFlashMain.exe"));
+}
 
-    m_host = std::make_unique<QProcess>();
-    m_host->setProcessEnvironment(environment);
-    m_host->setWorkingDirectory(home.path());
-    m_host->setProcessChannelMode(QProcess::ForwardedChannels);
-    m_host->start(QStringLiteral(KORVEX_E2E_HOST_PROGRAM), {});
-    QVERIFY2(m_host->waitForStarted(START_TIMEOUT_MS), qPrintable(m_host->errorString()));
-    m_hostPid = m_host->processId();
+std::unique_ptr<QProcess> tst_E2eLifecycleX11::launchHost(const QProcessEnvironment &environment,
+                                                          const QStringList &arguments) const
+{
+    auto host = std::make_unique<QProcess>();
+    host->setProcessEnvironment(environment);
+    host->setWorkingDirectory(m_home->path());
+    host->setProcessChannelMode(QProcess::ForwardedChannels);
+    host->start(QStringLiteral(KORVEX_E2E_HOST_PROGRAM), arguments);
+    return host;
+}
+
+void tst_E2eLifecycleX11::waitForHostDrawn()
+{
     QVERIFY2(QTest::qWaitFor([this] {
                  m_hostWindow = m_display->findWindowOf(m_hostPid, m_display->root(), QSize(600, 400));
                  return m_hostWindow != XCB_NONE || m_host->state() != QProcess::Running;

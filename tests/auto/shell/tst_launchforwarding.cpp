@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <QSemaphore>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -18,6 +19,8 @@ private Q_SLOTS:
     void secondLaunchHandsOverItsFiles_data();
     void secondLaunchHandsOverItsFiles();
     void socketOfADeadDashboardIsTakenOver();
+    void launchWhileTheFirstStillStartsNeverTakesItsPlace();
+    void simultaneousFirstLaunchesMakeOneDashboard();
     void garbageIsRefused();
     void oversizedRequestIsDropped();
 
@@ -79,6 +82,69 @@ void tst_LaunchForwarding::socketOfADeadDashboardIsTakenOver()
     LaunchForwarding next(m_name);
     QVERIFY(!next.forward({}, 1000));
     QVERIFY(next.listen());
+}
+
+void tst_LaunchForwarding::launchWhileTheFirstStillStartsNeverTakesItsPlace()
+{
+    // The first dashboard listens but is still starting: its event loop does not run until
+    // the second launch has given up waiting.
+    LaunchForwarding first(m_name);
+    QVERIFY(first.listen());
+    QSignalSpy launched(&first, &LaunchForwarding::launched);
+    LaunchForwarding::Start outcome = LaunchForwarding::Start::Failed;
+    QThread *second = QThread::create([&] {
+        LaunchForwarding launch(m_name);
+        outcome = launch.handOverOrListen({ QStringLiteral("/labels/a.kxld") }, 300);
+    });
+    second->start();
+    QVERIFY(second->wait(30000));
+    delete second;
+    QCOMPARE(outcome, LaunchForwarding::Start::NoAnswer);
+
+    // The first one still owns its name: once started, it takes the next launch.
+    bool handedOver = false;
+    QThread *third = QThread::create([&] {
+        LaunchForwarding launch(m_name);
+        handedOver = launch.handOverOrListen({ QStringLiteral("/labels/b.kxld") }, 10000)
+                == LaunchForwarding::Start::HandedOver;
+    });
+    third->start();
+    QTRY_COMPARE(launched.count(), 2);
+    QVERIFY(third->wait(15000));
+    delete third;
+    QVERIFY(handedOver);
+    // The request of the launch that gave up was read too, once the first one ran.
+    QCOMPARE(launched.at(1).at(0).toStringList(), QStringList{ QStringLiteral("/labels/b.kxld") });
+}
+
+void tst_LaunchForwarding::simultaneousFirstLaunchesMakeOneDashboard()
+{
+    // Launches started together with nobody running: one becomes the dashboard, the others
+    // find it, and none takes its name. Each keeps what it made until all have decided.
+    constexpr int LAUNCHES = 4;
+    QSemaphore decided;
+    QSemaphore finish;
+    QList<LaunchForwarding::Start> outcomes(LAUNCHES, LaunchForwarding::Start::Failed);
+    QList<QThread *> launches;
+    for (int i = 0; i < LAUNCHES; ++i) {
+        launches << QThread::create([&, i] {
+            LaunchForwarding launch(m_name);
+            outcomes[i] = launch.handOverOrListen({}, 300);
+            decided.release();
+            finish.acquire();
+        });
+    }
+    for (QThread *launch : launches)
+        launch->start();
+    QVERIFY(decided.tryAcquire(LAUNCHES, 60000));
+    finish.release(LAUNCHES);
+    for (QThread *launch : launches) {
+        QVERIFY(launch->wait(15000));
+        delete launch;
+    }
+    QCOMPARE(outcomes.count(LaunchForwarding::Start::Listening), 1);
+    // The dashboard's thread runs no event loop, so the others wait in vain, and say so.
+    QCOMPARE(outcomes.count(LaunchForwarding::Start::NoAnswer), LAUNCHES - 1);
 }
 
 void tst_LaunchForwarding::garbageIsRefused()
