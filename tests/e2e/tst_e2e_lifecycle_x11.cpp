@@ -89,6 +89,7 @@ private Q_SLOTS:
     void goingBackKeepsEverythingRunning();
     void germanModulePageAndDarkMenu();
     void launchesStartedTogetherMakeOneDashboard();
+    void terminatedWhileStartingEndsCleanly();
 
 private:
     void startWindowManager();
@@ -219,8 +220,10 @@ void tst_E2eLifecycleX11::init()
                                           Q_ARG(QVariant, false)));
         QTRY_COMPARE(moduleName(G::APP_ARCFLASH), QStringLiteral("Lichtbogen"));
     }
-    // That test starts its hosts itself.
-    if (QByteArray(QTest::currentTestFunction()) != "launchesStartedTogetherMakeOneDashboard")
+    // Those tests start their hosts themselves.
+    static const QByteArrayList ownStart{ "launchesStartedTogetherMakeOneDashboard",
+                                          "terminatedWhileStartingEndsCleanly" };
+    if (!ownStart.contains(QTest::currentTestFunction()))
         CHECK(startHost());
 }
 
@@ -293,6 +296,42 @@ void tst_E2eLifecycleX11::launchesStartedTogetherMakeOneDashboard()
             { QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--name"),
               QStringLiteral("^Korvex PRO$") });
     QCOMPARE(shown.out.split(u'\n', Qt::SkipEmptyParts), QStringList{ QString::number(m_hostWindow) });
+}
+
+void tst_E2eLifecycleX11::terminatedWhileStartingEndsCleanly()
+{
+    // The session logs out while the dashboard still starts, with a label to open: it ends
+    // normally, and leaves no module running that it never asked to close.
+    QProcessEnvironment environment;
+    CHECK(prepareHome(&environment));
+    const QString label = QDir(m_home->path()).filePath(QStringLiteral("Plan B.kxld"));
+    {
+        QFile file(label);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("label") == 5);
+    }
+    m_host = launchHost(environment, { label });
+    QVERIFY2(m_host->waitForStarted(START_TIMEOUT_MS), qPrintable(m_host->errorString()));
+    m_hostPid = m_host->processId();
+    // The window shows its start-up shell first; the signals are watched by then.
+    QVERIFY2(QTest::qWaitFor([this] {
+                 m_hostWindow = m_display->findWindowOf(m_hostPid, m_display->root(), QSize(600, 400));
+                 return m_hostWindow != XCB_NONE || m_host->state() != QProcess::Running;
+             }, START_TIMEOUT_MS),
+             "the dashboard's window did not appear");
+    QVERIFY(::kill(pid_t(m_hostPid), SIGTERM) == 0);
+    QVERIFY2(m_host->waitForFinished(START_TIMEOUT_MS), "the dashboard did not end after SIGTERM");
+    QCOMPARE(m_host->exitStatus(), QProcess::NormalExit);
+    QCOMPARE(m_host->exitCode(), 0);
+
+    // A module started before the signal (each writes a log named after its process; most
+    // runs end before the front end asks for one) was asked to close and is gone.
+    const QStringList logs = QDir(m_moduleLogs).entryList({ QStringLiteral("*.log") }, QDir::Files);
+    for (const QString &log : logs) {
+        const qint64 pid = log.chopped(4).toLongLong();
+        m_modules << pid;
+        QVERIFY2(QTest::qWaitFor([pid] { return processGone(pid); }, START_TIMEOUT_MS),
+                 qPrintable(QStringLiteral("module %1 still runs: %2").arg(pid).arg(moduleLog(pid).join(u'|'))));
+    }
 }
 
 void tst_E2eLifecycleX11::startHost()
