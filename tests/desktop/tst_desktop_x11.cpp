@@ -146,6 +146,10 @@ private:
 
     void startWindowManager(const WindowManager &manager);
     void startWeston(const QString &runtime, const QString &socket, const QStringList &arguments);
+    // The host's environment for a weston row and weston started with those arguments;
+    // socket: the Wayland display's name.
+    void startWestonRow(const QString &row, const QStringList &arguments, QProcessEnvironment *environment,
+                        QString *socket);
     QString westonLog() const;
     void westonPointer(const QPoint &onScreen, bool click);
     QPoint findOnScreen(const QImage &picture);
@@ -282,14 +286,10 @@ void tst_DesktopX11::modulesOpenInTheirOwnWindowsWithoutX()
     const QString plugins = QLibraryInfo::path(QLibraryInfo::PluginsPath) + QStringLiteral("/platforms");
     if (QDir(plugins).entryList({ QStringLiteral("libqwayland*") }, QDir::Files).isEmpty())
         QSKIP("Qt's Wayland platform plugin is not installed (Debian package qt6-wayland)");
-    m_row = QStringLiteral("wayland");
     QProcessEnvironment environment;
-    CHECK(hostEnvironment(&environment));
-    const QString runtime = environment.value(QStringLiteral("XDG_RUNTIME_DIR"));
-    const QString socket = QStringLiteral("korvex-test-%1").arg(QCoreApplication::applicationPid());
-
+    QString socket;
+    CHECK(startWestonRow(QStringLiteral("wayland"), {}, &environment, &socket));
     const QSize screen = m_display->rectOnScreen(m_display->root()).size();
-    CHECK(startWeston(runtime, socket, {}));
 
     // The dashboard as a Wayland client, with no X server to reach.
     environment.remove(QStringLiteral("DISPLAY"));
@@ -395,12 +395,9 @@ void tst_DesktopX11::modulesEmbedThroughXWaylandUnderWeston()
         QSKIP("weston is not installed (Debian package weston)");
     if (QStandardPaths::findExecutable(QStringLiteral("Xwayland")).isEmpty())
         QSKIP("Xwayland is not installed (Debian package xwayland)");
-    m_row = QStringLiteral("xwayland");
     QProcessEnvironment environment;
-    CHECK(hostEnvironment(&environment));
-    const QString runtime = environment.value(QStringLiteral("XDG_RUNTIME_DIR"));
-    const QString socket = QStringLiteral("korvex-test-%1").arg(QCoreApplication::applicationPid());
-    CHECK(startWeston(runtime, socket, { QStringLiteral("--xwayland") }));
+    QString socket;
+    CHECK(startWestonRow(QStringLiteral("xwayland"), { QStringLiteral("--xwayland") }, &environment, &socket));
 
     // Weston opens an X display of its own at once and starts XWayland for its first client.
     QString display;
@@ -496,6 +493,15 @@ QString tst_DesktopX11::westonLog() const
 {
     QFile log(m_scratch.filePath(QStringLiteral("weston.log")));
     return log.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(log.readAll()) : QString();
+}
+
+void tst_DesktopX11::startWestonRow(const QString &row, const QStringList &arguments,
+                                    QProcessEnvironment *environment, QString *socket)
+{
+    m_row = row;
+    CHECK(hostEnvironment(environment));
+    *socket = QStringLiteral("korvex-test-%1").arg(QCoreApplication::applicationPid());
+    CHECK(startWeston(environment->value(QStringLiteral("XDG_RUNTIME_DIR")), *socket, arguments));
 }
 
 // Weston's X11 backend moves its pointer by the X pointer's steps, and loses track of it when
