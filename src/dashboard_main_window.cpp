@@ -271,6 +271,10 @@ void DashboardMainWindow::showEvent(QShowEvent *event)
 
 bool DashboardMainWindow::nativeEvent(const QByteArray &eventType, void *message, qintptr *result)
 {
+    // A module has the keyboard and gets this key from the backend: typing into the module
+    // must not also move the dashboard's focus or press its buttons.
+    if (m_backend->isKeyForEmbedded(eventType.constData(), std::size_t(eventType.size()), message))
+        return true;
     KorvexNative::Message storage{};
     const KorvexNative::Message *windowMessage = m_backend->translateNativeEvent(
             eventType.constData(), std::size_t(eventType.size()), message, &storage);

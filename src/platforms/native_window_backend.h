@@ -175,6 +175,20 @@ public:
         (void)image;
         return false;
     }
+
+    // True for a key event that reached the embedder's top-level window while an embedded
+    // window has the keyboard, added after the calls above. Such a key is handed on to the
+    // embedded window (X11 under a manager that keeps the focus on the top-level, as
+    // weston's does), so the embedder must not act on it too. The default (false) suits
+    // systems that deliver keys to the focused window only.
+    virtual bool isKeyForEmbedded(const char *eventType, std::size_t eventTypeSize,
+                                  const void *message) const
+    {
+        (void)eventType;
+        (void)eventTypeSize;
+        (void)message;
+        return false;
+    }
 };
 
 } // namespace KorvexNative

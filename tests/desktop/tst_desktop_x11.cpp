@@ -179,6 +179,7 @@ private:
     double staleScreenEvidence(xcb_window_t window, const QRect &rect);
     void closeModule(const Module &module, xcb_window_t window, qint64 pid);
     void keyboardFollowsClicksNotThePointer(xcb_window_t window, qint64 pid);
+    void tabStaysInTheModule(xcb_window_t window, qint64 pid);
     void menusOpenOverTheModule(const Module &module);
     void foreignClientEmbeds(const Module &asModule);
 
@@ -450,6 +451,7 @@ void tst_DesktopX11::modulesEmbedThroughXWaylandUnderWeston()
     CHECK(checkModuleVisible(window));
     screenshot(m_row + QStringLiteral("_module"));
     CHECK(keyboardFollowsClicksNotThePointer(window, pid));
+    CHECK(tabStaysInTheModule(window, pid));
     screenshot(m_row + QStringLiteral("_typed"));
     CHECK(menusOpenOverTheModule(module));
     CHECK(openModule(module, &window, &pid)); // shown again from the side bar
@@ -857,6 +859,45 @@ void tst_DesktopX11::keyboardFollowsClicksNotThePointer(xcb_window_t window, qin
              qPrintable(QStringLiteral("the path field changed: %1").arg(moduleLog(pid).join(u'|'))));
     QVERIFY2(!moduleLog(pid).join(u'\n').contains(QStringLiteral("stray")),
              "keys reached the module while the dashboard had the keyboard");
+}
+
+// Tab and Shift+Tab typed into a module move between the module's own controls: the
+// dashboard, which weston keeps the X focus on, hands them on and does not act on them too.
+void tst_DesktopX11::tabStaysInTheModule(xcb_window_t window, qint64 pid)
+{
+    const QRect rect = hostDisplay().rectIn(window, m_hostWindow);
+    QRect field;
+    static const QRegularExpression line(QStringLiteral("^path field (\\d+) (\\d+) (\\d+) (\\d+) in (\\d+)x(\\d+)$"));
+    const QStringList log = moduleLog(pid);
+    for (auto it = log.crbegin(); it != log.crend() && field.isNull(); ++it) {
+        const QRegularExpressionMatch match = line.match(*it);
+        if (match.hasMatch())
+            field = QRect(match.captured(1).toInt(), match.captured(2).toInt(), match.captured(3).toInt(),
+                          match.captured(4).toInt());
+    }
+    QVERIFY2(!field.isNull(), "the module did not say where its path field is");
+    const auto hasKeyboard = [&] {
+        const QStringList focus = moduleLog(pid).filter(QRegularExpression(QStringLiteral("^focus (in|out)$")));
+        return !focus.isEmpty() && focus.last() == QLatin1String("focus in");
+    };
+    CHECK(click(rect.topLeft() + field.center()));
+    QVERIFY2(QTest::qWaitFor(hasKeyboard, START_TIMEOUT_MS), "a click into the module left it without the keyboard");
+    // The pointer rests on the dashboard, as it may while the user types.
+    QQuickItem *bar = layoutItem(QStringLiteral("navigationBar"));
+    QVERIFY(bar);
+    CHECK(pointAt(QPoint(int(bar->width()) / 2, m_hostRect.height() - 4)));
+    const int outs = moduleLog(pid).count(QStringLiteral("focus out"));
+    // To the next control and back: the field takes the keyboard with its text selected, and
+    // what is typed then replaces it.
+    CHECK(keys({ QStringLiteral("Tab"), QStringLiteral("shift+Tab") }));
+    CHECK(type(QStringLiteral("tabbed")));
+    CHECK(keys({ QStringLiteral("Return") }));
+    QVERIFY2(QTest::qWaitFor([&] {
+                 return !moduleLog(pid).filter(QRegularExpression(QStringLiteral("^open .*/tabbed$"))).isEmpty();
+             }, START_TIMEOUT_MS),
+             qPrintable(QStringLiteral("the keys after Tab did not reach the module's field: %1")
+                                .arg(moduleLog(pid).join(u'|'))));
+    QCOMPARE(moduleLog(pid).count(QStringLiteral("focus out")), outs);
 }
 
 void tst_DesktopX11::menusOpenOverTheModule(const Module &module)

@@ -1447,6 +1447,21 @@ bool XcbNativeWindowBackend::isBackendTransport(const char *eventType, std::size
             && (event->type == d->atomMessage || event->type == d->atomCopyData);
 }
 
+bool XcbNativeWindowBackend::isKeyForEmbedded(const char *eventType, std::size_t eventTypeSize,
+                                              const void *message) const
+{
+    if (!eventType || !message || eventTypeSize != sizeof EVENT_TYPE - 1
+        || std::memcmp(eventType, EVENT_TYPE, eventTypeSize) != 0)
+        return false;
+    const auto *event = static_cast<const xcb_generic_event_t *>(message);
+    const std::uint8_t type = event->response_type & 0x7f;
+    // A key sent on purpose is somebody's own business, as handOnHeldKey has it.
+    if ((type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) || (event->response_type & 0x80))
+        return false;
+    const auto *key = static_cast<const xcb_key_press_event_t *>(message);
+    return d->focusHolder != XCB_NONE && d->focusedEmbedded != XCB_NONE && key->event == d->focusHolder;
+}
+
 bool XcbNativeWindowBackend::watchEmbeddedFocus(WindowHandle container,
                                                 EmbeddedFocusHandler handler)
 {

@@ -95,6 +95,8 @@ public:
     bool focusEmbeddedWindow(WindowHandle window, EmbeddedFocus detail) override;
     bool focusEmbedder(WindowHandle topLevel) override;
     bool windowImage(WindowHandle window, WindowImage *image) override;
+    bool isKeyForEmbedded(const char *eventType, std::size_t eventTypeSize,
+                          const void *message) const override;
 
 private:
     struct Private;

@@ -449,6 +449,24 @@ void tst_XcbEmbeddingX11::keyboardHeldByTheEmbedderIsHandedOn()
     }));
     QCOMPARE(m_raw->focus(), xcb_window_t(m_top));
 
+    // The dashboard leaves such keys alone: they are the module's. Keys sent on purpose, and
+    // keys at other windows, stay with whoever gets them.
+    const auto keyAt = [](xcb_window_t at, std::uint8_t type) {
+        xcb_key_press_event_t key{};
+        key.response_type = type;
+        key.event = at;
+        return key;
+    };
+    const auto forEmbedded = [&](const xcb_key_press_event_t &key) {
+        static const char type[] = "xcb_generic_event_t";
+        return m_backend->isKeyForEmbedded(type, sizeof type - 1, &key);
+    };
+    QVERIFY(forEmbedded(keyAt(xcb_window_t(m_top), XCB_KEY_PRESS)));
+    QVERIFY(forEmbedded(keyAt(xcb_window_t(m_top), XCB_KEY_RELEASE)));
+    QVERIFY(!forEmbedded(keyAt(xcb_window_t(m_top), XCB_KEY_PRESS | 0x80)));
+    QVERIFY(!forEmbedded(keyAt(m_container, XCB_KEY_PRESS)));
+    QVERIFY(!forEmbedded(keyAt(xcb_window_t(m_top), XCB_BUTTON_PRESS)));
+
     QVERIFY(xdotool({ QStringLiteral("key"), QStringLiteral("a") }));
     QVERIFY(m_raw->waitForEvent([&](const xcb_generic_event_t *event) {
         // Sent on purpose (the synthetic bit), to the module's window.
@@ -461,6 +479,7 @@ void tst_XcbEmbeddingX11::keyboardHeldByTheEmbedderIsHandedOn()
     // Once the dashboard has the keyboard back, its keys stay its own. (The Ctrl key around
     // the Tab went on to the module: only Ctrl+Tab itself is the dashboard's.)
     QVERIFY(m_backend->focusEmbedder(m_top));
+    QVERIFY(!forEmbedded(keyAt(xcb_window_t(m_top), XCB_KEY_PRESS)));
     m_raw->discardEvents();
     QVERIFY(xdotool({ QStringLiteral("key"), QStringLiteral("b") }));
     m_raw->sync();
