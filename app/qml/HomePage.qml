@@ -231,6 +231,7 @@ FocusScope {
             ComboBox {
                 id: sortBox
                 objectName: "sortBox"
+                readonly property StyleFocusFollowsFrames focusFrame: StyleFocusFollowsFrames { control: sortBox }
                 Layout.preferredWidth: 200
                 textRole: "text"
                 valueRole: "value"

@@ -148,6 +148,7 @@ FocusScope {
     }
     component Toggle: Switch {
         id: toggle
+        readonly property StyleFocusFollowsFrames focusFrame: StyleFocusFollowsFrames { control: toggle }
         Accessible.name: toggle.text
         function accessiblePressAction() {
             toggle.toggle()
@@ -319,6 +320,7 @@ FocusScope {
                         ComboBox {
                             id: languageBox
                             objectName: "languageBox"
+                            readonly property StyleFocusFollowsFrames focusFrame: StyleFocusFollowsFrames { control: languageBox }
                             Layout.preferredWidth: 280
                             model: page.languageNamesInThemselves
                             currentIndex: page.languageIndex

@@ -39,6 +39,7 @@ private Q_SLOTS:
     void emptyListFrame();
     void navigationButtonFrame();
     void modifierAloneAndShortcut();
+    void styleDrawnFrameGoesWithAClick();
     void cutNamesShowWhole_data();
     void cutNamesShowWhole();
     void cutSideBarNamesShowWhole();
@@ -360,6 +361,31 @@ void tst_FrontendFocus::modifierAloneAndShortcut()
     QVERIFY(tabTo(QStringLiteral("recentList")));
     QVERIFY(grid->hasActiveFocus());
     QTRY_VERIFY(focusPixels(grid->property("currentItem").value<QQuickItem *>()) > 40);
+}
+
+// A control the style draws its focus for (the sort box) shows it after Tab, and loses it at
+// a click that leaves it the focus, as the front end's own frames do.
+void tst_FrontendFocus::styleDrawnFrameGoesWithAClick()
+{
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels")), true));
+    QQuickItem *sortBox = tabTo(QStringLiteral("sortBox"));
+    QVERIFY(sortBox);
+    QVERIFY(sortBox->hasActiveFocus());
+    QVERIFY(sortBox->property("visualFocus").toBool());
+
+    QQuickItem *grid = findVisible(find(QStringLiteral("recentList")), QStringLiteral("fileGrid"));
+    QVERIFY(grid);
+    QQuickItem *star = findVisible(grid->property("currentItem").value<QQuickItem *>(), QStringLiteral("favoriteButton"));
+    QVERIFY(star);
+    click(star);
+    QVERIFY(sortBox->hasActiveFocus());
+    QTRY_VERIFY(!sortBox->property("visualFocus").toBool());
+
+    // Keyboard use brings it back.
+    QTest::keyClick(window(), Qt::Key_Tab);
+    QTest::keyClick(window(), Qt::Key_Backtab, Qt::ShiftModifier);
+    QVERIFY(sortBox->hasActiveFocus());
+    QTRY_VERIFY(sortBox->property("visualFocus").toBool());
 }
 
 void tst_FrontendFocus::cutNamesShowWhole_data()
