@@ -29,7 +29,7 @@ namespace {
 
 constexpr int FRAME_MS = 16;
 constexpr int IDLE_MS = 3000;
-constexpr int BIG_REPORTS = 400;       // 800 MiB in all
+constexpr int BIG_REPORTS = 1000;      // 2000 MiB in all
 constexpr int SMALL_MODULES = 8;
 constexpr int SMALL_REPORTS = 10000;   // per module
 constexpr int FLOOD_TIMEOUT_MS = 180000;
