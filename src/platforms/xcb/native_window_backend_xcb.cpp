@@ -9,6 +9,7 @@
 #include <QThread>
 
 #include <xcb/xcb.h>
+#include <xcb/xcbext.h>
 
 #include <poll.h>
 
@@ -189,12 +190,18 @@ struct XcbNativeWindowBackend::Private
         xcb_client_message_event_t event{};
         bool requested = false;
         xcb_get_property_cookie_t cookie{};
+        // The server's answer once it came (null for an error); owned.
+        bool answered = false;
+        xcb_get_property_reply_t *reply = nullptr;
     };
     std::deque<Arrival> arrivals;
     std::unordered_map<xcb_window_t, ArrivalHandler> arrivalHandlers;
     std::size_t requestedAhead = 0;      // leading arrivals whose read is asked
     std::uint64_t requestedBytes = 0;    // and their announced sizes
     bool deliveryScheduled = false;
+    // The oldest payload's answer had not come by the end of a portion: delivery goes on once
+    // this connection has read it, from the event loop, which meanwhile turns freely.
+    bool awaitingAnswer = false;
     std::unique_ptr<QSocketNotifier> notifier;
     // Windows taken into one of our containers: module window -> container. A window manager
     // that grabs one back (it may still act on a map request from before) is made to let go
@@ -528,6 +535,11 @@ struct XcbNativeWindowBackend::Private
         if (!taking && !escaped.empty()) {
             retakeEscaped();
             scheduleDrain();
+        }
+        // Whatever read this connection may have read the answer delivery waits for.
+        if (awaitingAnswer && !arrivals.empty() && answered(arrivals.front())) {
+            awaitingAnswer = false;
+            scheduleDelivery();
         }
     }
 
@@ -1055,6 +1067,7 @@ struct XcbNativeWindowBackend::Private
     // travel while earlier messages are handled.
     void readAhead()
     {
+        bool asked = false;
         while (requestedAhead < arrivals.size() && requestedAhead < std::size_t(READ_AHEAD)) {
             Arrival &next = arrivals[requestedAhead];
             const bool payload = next.event.type == atomCopyData && readable(&next.event);
@@ -1065,17 +1078,34 @@ struct XcbNativeWindowBackend::Private
             if (payload) {
                 next.cookie = requestPayload(&next.event);
                 next.requested = true;
+                asked = true;
             }
             requestedBytes += size;
             ++requestedAhead;
         }
+        if (asked)
+            xcb_flush(connection);
+    }
+
+    // True once the server's answer to an arrival's read is here, or when it needs none;
+    // never waits for it.
+    bool answered(Arrival &arrival)
+    {
+        if (!arrival.requested || arrival.answered)
+            return true;
+        void *reply = nullptr;
+        xcb_generic_error_t *error = nullptr;
+        if (!xcb_poll_for_reply(connection, arrival.cookie.sequence, &reply, &error))
+            return false;
+        std::free(error);
+        arrival.answered = true;
+        arrival.reply = static_cast<xcb_get_property_reply_t *>(reply);
+        return true;
     }
 
     // Takes the oldest arrival off the queue, with what read ahead asked for it.
     Arrival takeArrival()
     {
-        if (requestedAhead == 0)
-            readAhead();
         Arrival first = arrivals.front();
         arrivals.pop_front();
         --requestedAhead;
@@ -1084,55 +1114,84 @@ struct XcbNativeWindowBackend::Private
         return first;
     }
 
-    void forgetReply(const Arrival &arrival)
+    void forgetReply(Arrival &arrival)
     {
-        if (arrival.requested)
+        if (arrival.answered)
+            std::free(arrival.reply);
+        else if (arrival.requested)
             xcb_discard_reply(connection, arrival.cookie.sequence);
+        arrival.requested = false;
+        arrival.answered = false;
+        arrival.reply = nullptr;
     }
 
-    // Hands the oldest arrival to its window's handler.
-    void deliverOne()
+    // Hands the oldest arrival to its window's handler. False, with nothing done, when its
+    // payload's answer has not come and wait is false.
+    bool deliverOne(bool wait)
     {
-        const Arrival arrival = takeArrival();
-        const auto it = arrivalHandlers.find(arrival.event.window);
-        if (it == arrivalHandlers.end() || !it->second) {
-            forgetReply(arrival);
-            return;
+        if (requestedAhead == 0)
+            readAhead();
+        Arrival &front = arrivals.front();
+        if (!answered(front)) {
+            if (!wait)
+                return false;
+            front.reply = xcb_get_property_reply(connection, front.cookie, nullptr);
+            front.answered = true;
         }
+        Arrival arrival = takeArrival();
+        const Reply<xcb_get_property_reply_t> reply(std::exchange(arrival.reply, nullptr));
+        const auto it = arrivalHandlers.find(arrival.event.window);
+        if (it == arrivalHandlers.end() || !it->second)
+            return true;
         // A copy: the handler may change or remove handlers.
         const ArrivalHandler handler = it->second;
         Message storage{};
         const Message *message = nullptr;
         if (arrival.event.type == atomCopyData) {
-            if (arrival.requested) {
-                const Reply<xcb_get_property_reply_t> reply(
-                        xcb_get_property_reply(connection, arrival.cookie, nullptr));
+            if (arrival.requested)
                 message = acceptCopyData(&arrival.event, reply.get(), &storage);
-            }
         } else {
             message = translatePlain(&arrival.event, &storage);
         }
         if (message)
             handler(*message);
+        return true;
     }
 
-    // One portion of the queue: until the slice's time or count is used up, at least one
-    // message. The event loop turns before the next portion.
+    // One portion of the queue: until the slice's time or count is used up. Every portion
+    // hands over at least the oldest message unless its payload is still on its way. The
+    // event loop turns before the next portion.
     void deliverArrivals()
     {
         if (!ok()) {
             dropArrivals(XCB_NONE);
             return;
         }
-        const Clock::time_point start = Clock::now();
+        const Clock::time_point deadline =
+                Clock::now() + std::chrono::milliseconds(DELIVERY_SLICE_MS);
+        awaitingAnswer = false;
         for (int delivered = 0; !arrivals.empty();) {
             readAhead();
-            deliverOne();
-            if (++delivered >= MAX_DELIVERIES_PER_TURN
-                || Clock::now() - start >= std::chrono::milliseconds(DELIVERY_SLICE_MS))
+            if (!deliverOne(false)) {
+                // The answer is on its way: it is waited for while the slice lasts, then the
+                // connection's notifier takes over.
+                const auto left = std::chrono::duration_cast<std::chrono::microseconds>(
+                        deadline - Clock::now()).count();
+                if (left <= 0) {
+                    awaitingAnswer = true;
+                    break;
+                }
+                pollfd fd{ xcb_get_file_descriptor(connection), POLLIN, 0 };
+                const timespec wait{ 0, long(left) * 1000 };
+                ::ppoll(&fd, 1, &wait, nullptr);
+                // Reads what came, the answer among it, and handles this connection's events.
+                drain();
+                continue;
+            }
+            if (++delivered >= MAX_DELIVERIES_PER_TURN || Clock::now() >= deadline)
                 break;
         }
-        if (!arrivals.empty())
+        if (!arrivals.empty() && !awaitingAnswer)
             scheduleDelivery();
         // The replies read events of this connection into xcb's queue.
         scheduleDrain();
@@ -1144,7 +1203,7 @@ struct XcbNativeWindowBackend::Private
     {
         std::deque<Arrival> kept;
         bool destroyed = false;
-        for (const Arrival &arrival : arrivals) {
+        for (Arrival &arrival : arrivals) {
             if (window != XCB_NONE && arrival.event.window != window) {
                 kept.push_back(arrival);
                 continue;
@@ -1156,13 +1215,14 @@ struct XcbNativeWindowBackend::Private
             }
         }
         // What was asked ahead is asked no more; reads start again from the oldest.
-        for (Arrival &arrival : kept) {
+        for (Arrival &arrival : kept)
             forgetReply(arrival);
-            arrival.requested = false;
-        }
         arrivals = std::move(kept);
         requestedAhead = 0;
         requestedBytes = 0;
+        awaitingAnswer = false;
+        if (!arrivals.empty())
+            scheduleDelivery();
         if (destroyed)
             xcb_flush(connection);
     }
@@ -1646,7 +1706,7 @@ bool XcbNativeWindowBackend::queueNativeEvent(const char *eventType, std::size_t
     // A sender beyond every limit: the oldest goes first, here, rather than memory growing
     // without end.
     while (d->arrivals.size() >= std::size_t(MAX_QUEUED_MESSAGES))
-        d->deliverOne();
+        d->deliverOne(true);
     Private::Arrival arrival;
     arrival.event = *event;
     d->arrivals.push_back(arrival);

@@ -45,12 +45,14 @@ public:
     static constexpr int RETAINED_COPIES = 4;
     // Messages queued for a window with a handler are handed over in portions, each ending
     // after DELIVERY_SLICE_MS or MAX_DELIVERIES_PER_TURN messages, whichever comes first; the
-    // event loop turns between portions. At least one message goes per portion, so a payload
-    // of any size still arrives. Up to READ_AHEAD payloads (READ_AHEAD_BYTES of them) are
-    // asked of the server at once, so small ones do not each wait for a round trip.
+    // event loop turns between portions. Up to READ_AHEAD payloads (READ_AHEAD_BYTES of them,
+    // and always the oldest, whatever its size) are asked of the server at once, so small ones
+    // do not each wait for a round trip. A payload whose bytes have not come by the end of a
+    // portion is waited for by the event loop, not inside it: a server busy with other senders
+    // holds up the messages, never the frames.
     static constexpr int DELIVERY_SLICE_MS = 2;
     static constexpr int MAX_DELIVERIES_PER_TURN = 256;
-    static constexpr int READ_AHEAD = 32;
+    static constexpr int READ_AHEAD = 128;
     static constexpr std::uint32_t READ_AHEAD_BYTES = 4u * 1024u * 1024u;
     // Beyond this many queued messages (a sender that ignores every limit) the oldest is
     // handed over at once, inside queueNativeEvent, before the new one is queued: memory stays
