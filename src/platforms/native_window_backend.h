@@ -159,6 +159,23 @@ public:
         return false;
     }
 
+    // The picture a window shows now, read from the window itself, added after the calls
+    // above: rows top to bottom of 0xffRRGGBB. Where the screen's own picture is all there is
+    // (Windows draws a window's picture on the screen) the default reports false and the
+    // caller reads the screen; under XWayland the screen reads back black, the window does not.
+    struct WindowImage
+    {
+        int width = 0;
+        int height = 0;
+        std::vector<std::uint32_t> pixels;
+    };
+    virtual bool windowImage(WindowHandle window, WindowImage *image)
+    {
+        (void)window;
+        (void)image;
+        return false;
+    }
+
     // Window messages handed over from the event loop a bounded amount of work at a time,
     // added after the calls above. Where each message may cost the receiver a read from the
     // window system (an X11 payload lives in another program's window), translating every event
@@ -183,23 +200,6 @@ public:
         (void)eventType;
         (void)eventTypeSize;
         (void)message;
-        return false;
-    }
-
-    // The picture a window shows now, read from the window itself, added after the calls
-    // above: rows top to bottom of 0xffRRGGBB. Where the screen's own picture is all there is
-    // (Windows draws a window's picture on the screen) the default reports false and the
-    // caller reads the screen; under XWayland the screen reads back black, the window does not.
-    struct WindowImage
-    {
-        int width = 0;
-        int height = 0;
-        std::vector<std::uint32_t> pixels;
-    };
-    virtual bool windowImage(WindowHandle window, WindowImage *image)
-    {
-        (void)window;
-        (void)image;
         return false;
     }
 };
