@@ -2,6 +2,8 @@
 // $DISPLAY: run it under tests/run_with_xvfb, as scripts/fuzz does.
 #include "x11_arrival_check.h"
 
+#include <QCoreApplication>
+
 #include <cstdio>
 #include <cstdlib>
 
@@ -13,6 +15,11 @@ x11arrivalcheck::Harness *harness = nullptr;
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
+    // An event loop, so that the queued arrival path (a window with a handler) is fuzzed too.
+    static int argc = 1;
+    static char name[] = "fuzz_x11_arrival";
+    static char *argv[] = { name, nullptr };
+    new QCoreApplication(argc, argv);
     harness = new x11arrivalcheck::Harness;
     if (!harness->open()) {
         std::fprintf(stderr, "fuzz_x11_arrival needs an X server: run it under tests/run_with_xvfb\n");

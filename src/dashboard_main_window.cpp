@@ -123,6 +123,8 @@ DashboardMainWindow::DashboardMainWindow(QWindow *parent, KorvexNative::NativeWi
 
 DashboardMainWindow::~DashboardMainWindow()
 {
+    if (m_windowId)
+        m_backend->setArrivalHandler(m_windowId, {});
     saveWindowGeometry();
     delete m_launcher;
     m_launcher = nullptr;
@@ -263,7 +265,19 @@ void DashboardMainWindow::arePrintersUpToDate(int printerType, bool isChecking)
 void DashboardMainWindow::showEvent(QShowEvent *event)
 {
     QQuickWindow::showEvent(event);
+    const uint previousId = m_windowId;
     m_windowId = uint(winId());
+    if (previousId && previousId != m_windowId)
+        m_backend->setArrivalHandler(previousId, {});
+    // Where the backend can, module messages are handed over from the event loop a portion at
+    // a time: a module that floods the window then cannot hold up its frames and input.
+    m_backend->setArrivalHandler(m_windowId, [this](const KorvexNative::Message &message) {
+        if (!m_messagingHelper)
+            return;
+        qintptr result = 0;
+        m_messagingHelper->parseMessage(QByteArray(), const_cast<KorvexNative::Message *>(&message),
+                                        &result);
+    });
     m_launcher->setDashboardWId(int(m_windowId));
     KX_DEBUG(lcWindow, "Dashboard Window ID: %u", m_windowId);
     Q_EMIT windowIdChanged(m_windowId);
@@ -275,12 +289,17 @@ bool DashboardMainWindow::nativeEvent(const QByteArray &eventType, void *message
     // must not also move the dashboard's focus or press its buttons.
     if (m_backend->isKeyForEmbedded(eventType.constData(), std::size_t(eventType.size()), message))
         return true;
-    KorvexNative::Message storage{};
-    const KorvexNative::Message *windowMessage = m_backend->translateNativeEvent(
-            eventType.constData(), std::size_t(eventType.size()), message, &storage);
-    if (windowMessage && m_messagingHelper)
-        m_messagingHelper->parseMessage(eventType, const_cast<KorvexNative::Message *>(windowMessage),
-                                        result);
+    // Queued messages reach the helper later, through the handler set in showEvent, in the
+    // order they came; the others are translated here, as they come.
+    if (!m_backend->queueNativeEvent(eventType.constData(), std::size_t(eventType.size()), message)) {
+        KorvexNative::Message storage{};
+        const KorvexNative::Message *windowMessage = m_backend->translateNativeEvent(
+                eventType.constData(), std::size_t(eventType.size()), message, &storage);
+        if (windowMessage && m_messagingHelper)
+            m_messagingHelper->parseMessage(eventType,
+                                            const_cast<KorvexNative::Message *>(windowMessage),
+                                            result);
+    }
     // Never consumed: Qt's own handling runs for every message. Only the backend's private
     // transport, which Qt does not know, is then reported handled, so Qt does not warn.
     const bool handled = QQuickWindow::nativeEvent(eventType, message, result);

@@ -189,6 +189,33 @@ public:
         (void)message;
         return false;
     }
+
+    // Window messages handed over from the event loop a bounded amount of work at a time,
+    // added after the calls above. Where each message may cost the receiver a read from the
+    // window system (an X11 payload lives in another program's window), translating every event
+    // as it arrives lets a sender that floods a window hold its event loop for as long as it
+    // keeps sending. Instead, once setArrivalHandler gave a window a handler, queueNativeEvent
+    // takes that window's events cheaply and the backend hands the messages to the handler from
+    // the event loop, in the order they arrived, yielding to the loop between portions. A
+    // message's CopyDataStruct and bytes are valid while the handler runs. An empty handler
+    // stops this and drops what is still queued for the window. queueNativeEvent returns true
+    // when it took the event (it will be delivered, or dropped if it proves malformed); false
+    // means translateNativeEvent is the way, as it is wherever the defaults (false) stand:
+    // Windows hands its messages over one at a time by itself.
+    using ArrivalHandler = std::function<void(const Message &)>;
+    virtual bool setArrivalHandler(WindowHandle window, ArrivalHandler handler)
+    {
+        (void)window;
+        (void)handler;
+        return false;
+    }
+    virtual bool queueNativeEvent(const char *eventType, std::size_t eventTypeSize, void *message)
+    {
+        (void)eventType;
+        (void)eventTypeSize;
+        (void)message;
+        return false;
+    }
 };
 
 } // namespace KorvexNative

@@ -9,6 +9,7 @@
 #include <QThread>
 
 #include <xcb/xcb.h>
+#include <xcb/xcbext.h>
 
 #include <poll.h>
 
@@ -17,6 +18,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -181,6 +183,25 @@ struct XcbNativeWindowBackend::Private
     std::unordered_map<std::u16string, MessageId> registered;
     std::array<Retained, RETAINED_COPIES> retained;
     std::size_t nextRetained = 0;
+    // Messages taken by queueNativeEvent, oldest first, for the windows with a handler. A
+    // payload's read may already be asked of the server (read ahead).
+    struct Arrival
+    {
+        xcb_client_message_event_t event{};
+        bool requested = false;
+        xcb_get_property_cookie_t cookie{};
+        // The server's answer once it came (null for an error); owned.
+        bool answered = false;
+        xcb_get_property_reply_t *reply = nullptr;
+    };
+    std::deque<Arrival> arrivals;
+    std::unordered_map<xcb_window_t, ArrivalHandler> arrivalHandlers;
+    std::size_t requestedAhead = 0;      // leading arrivals whose read is asked
+    std::uint64_t requestedBytes = 0;    // and their announced sizes
+    bool deliveryScheduled = false;
+    // The oldest payload's answer had not come by the end of a portion: delivery goes on once
+    // this connection has read it, from the event loop, which meanwhile turns freely.
+    bool awaitingAnswer = false;
     std::unique_ptr<QSocketNotifier> notifier;
     // Windows taken into one of our containers: module window -> container. A window manager
     // that grabs one back (it may still act on a map request from before) is made to let go
@@ -514,6 +535,11 @@ struct XcbNativeWindowBackend::Private
         if (!taking && !escaped.empty()) {
             retakeEscaped();
             scheduleDrain();
+        }
+        // Whatever read this connection may have read the answer delivery waits for.
+        if (awaitingAnswer && !arrivals.empty() && answered(arrivals.front())) {
+            awaitingAnswer = false;
+            scheduleDelivery();
         }
     }
 
@@ -932,20 +958,42 @@ struct XcbNativeWindowBackend::Private
         return 1;
     }
 
+    // An announcement whose carrier can be read at all: an X id, a size within the limit.
+    static bool readable(const xcb_client_message_event_t *event)
+    {
+        return isXid(event->data.data32[0]) && event->data.data32[4] <= MAX_COPY_DATA;
+    }
+
+    xcb_get_property_cookie_t requestPayload(const xcb_client_message_event_t *event)
+    {
+        const std::uint32_t total = COPY_HEADER + event->data.data32[4];
+        return xcb_get_property(connection, 0, event->data.data32[0], atomPayload, atomPayload, 0,
+                                (total + 3) / 4);
+    }
+
     const Message *receiveCopyData(const xcb_client_message_event_t *event, Message *storage)
+    {
+        if (!readable(event))
+            return nullptr;
+        const Reply<xcb_get_property_reply_t> reply(
+                xcb_get_property_reply(connection, requestPayload(event), nullptr));
+        return acceptCopyData(event, reply.get(), storage);
+    }
+
+    // The payload an announcement named, as the server answered for its carrier: checked
+    // against the announcement, kept, and the carrier destroyed as the sender's receipt.
+    const Message *acceptCopyData(const xcb_client_message_event_t *event,
+                                  xcb_get_property_reply_t *reply, Message *storage)
     {
         const xcb_window_t carrier = event->data.data32[0];
         const std::uint32_t serial = event->data.data32[1];
         const std::uint32_t size = event->data.data32[4];
-        if (!isXid(carrier) || size > MAX_COPY_DATA)
-            return nullptr;
         const std::uint32_t total = COPY_HEADER + size;
-        const auto reply = property(carrier, atomPayload, atomPayload, (total + 3) / 4);
         // Gone (the sender died or withdrew it), or not a payload of this size and type.
         if (!reply || reply->type != atomPayload || reply->format != 8 || reply->bytes_after != 0
-            || std::uint32_t(xcb_get_property_value_length(reply.get())) != total)
+            || std::uint32_t(xcb_get_property_value_length(reply)) != total)
             return nullptr;
-        const auto *value = static_cast<const unsigned char *>(xcb_get_property_value(reply.get()));
+        const auto *value = static_cast<const unsigned char *>(xcb_get_property_value(reply));
         if (std::memcmp(value, COPY_MAGIC, 4) != 0 || getLe32(value + 4) != serial
             || getLe32(value + 8) != size)
             return nullptr;
@@ -968,6 +1016,215 @@ struct XcbNativeWindowBackend::Private
                                  | (std::uint64_t(event->data.data32[3]) << 32));
         storage->lParam = reinterpret_cast<LParam>(&slot.copyData);
         return storage;
+    }
+
+    // A message that travels in the event itself: a plain message, or a window manager's
+    // request to close. Null for anything else.
+    const Message *translatePlain(const xcb_client_message_event_t *event, Message *storage) const
+    {
+        *storage = Message{};
+        storage->hwnd = event->window;
+        if (event->type == atomMessage) {
+            const MessageId id = event->data.data32[0];
+            // Only WM_COPYDATA's lParam is read as a pointer; an announcement of another shape
+            // would hand the receiver a number from another process as an address.
+            if (id == WmCopyData)
+                return nullptr;
+            storage->message = id;
+            storage->wParam = WParam(std::uint64_t(event->data.data32[1])
+                                     | (std::uint64_t(event->data.data32[2]) << 32));
+            storage->lParam = LParam(std::uint64_t(event->data.data32[3])
+                                     | (std::uint64_t(event->data.data32[4]) << 32));
+            return storage;
+        }
+        if (event->type == atomProtocols && event->data.data32[0] == atomDeleteWindow) {
+            storage->message = WmClose;
+            return storage;
+        }
+        return nullptr;
+    }
+
+    bool isMessageEvent(const xcb_client_message_event_t *event) const
+    {
+        return event->type == atomCopyData || event->type == atomMessage
+                || (event->type == atomProtocols && event->data.data32[0] == atomDeleteWindow);
+    }
+
+    void scheduleDelivery()
+    {
+        if (deliveryScheduled || !notifier)
+            return;
+        deliveryScheduled = true;
+        // A posted call, not a zero timer: Qt runs zero timers only when nothing else is
+        // pending, which a flood never allows.
+        QMetaObject::invokeMethod(notifier.get(), [this] {
+            deliveryScheduled = false;
+            deliverArrivals();
+        }, Qt::QueuedConnection);
+    }
+
+    // Asks the server for the payloads of the next announcements, so that their replies
+    // travel while earlier messages are handled.
+    void readAhead()
+    {
+        bool asked = false;
+        while (requestedAhead < arrivals.size() && requestedAhead < std::size_t(READ_AHEAD)) {
+            Arrival &next = arrivals[requestedAhead];
+            const bool payload = next.event.type == atomCopyData && readable(&next.event);
+            const std::uint32_t size = payload ? next.event.data.data32[4] : 0;
+            // The first one is always asked for, whatever its size.
+            if (requestedAhead > 0 && requestedBytes + size > READ_AHEAD_BYTES)
+                break;
+            if (payload) {
+                next.cookie = requestPayload(&next.event);
+                next.requested = true;
+                asked = true;
+            }
+            requestedBytes += size;
+            ++requestedAhead;
+        }
+        if (asked)
+            xcb_flush(connection);
+    }
+
+    // True once the server's answer to an arrival's read is here, or when it needs none;
+    // never waits for it.
+    bool answered(Arrival &arrival)
+    {
+        if (!arrival.requested || arrival.answered)
+            return true;
+        void *reply = nullptr;
+        xcb_generic_error_t *error = nullptr;
+        if (!xcb_poll_for_reply(connection, arrival.cookie.sequence, &reply, &error))
+            return false;
+        std::free(error);
+        arrival.answered = true;
+        arrival.reply = static_cast<xcb_get_property_reply_t *>(reply);
+        return true;
+    }
+
+    // Takes the oldest arrival off the queue, with what read ahead asked for it.
+    Arrival takeArrival()
+    {
+        Arrival first = arrivals.front();
+        arrivals.pop_front();
+        --requestedAhead;
+        if (first.event.type == atomCopyData && readable(&first.event))
+            requestedBytes -= first.event.data.data32[4];
+        return first;
+    }
+
+    void forgetReply(Arrival &arrival)
+    {
+        if (arrival.answered)
+            std::free(arrival.reply);
+        else if (arrival.requested)
+            xcb_discard_reply(connection, arrival.cookie.sequence);
+        arrival.requested = false;
+        arrival.answered = false;
+        arrival.reply = nullptr;
+    }
+
+    // Hands the oldest arrival to its window's handler. False, with nothing done, when its
+    // payload's answer has not come and wait is false.
+    bool deliverOne(bool wait)
+    {
+        if (requestedAhead == 0)
+            readAhead();
+        Arrival &front = arrivals.front();
+        if (!answered(front)) {
+            if (!wait)
+                return false;
+            front.reply = xcb_get_property_reply(connection, front.cookie, nullptr);
+            front.answered = true;
+        }
+        Arrival arrival = takeArrival();
+        const Reply<xcb_get_property_reply_t> reply(std::exchange(arrival.reply, nullptr));
+        const auto it = arrivalHandlers.find(arrival.event.window);
+        if (it == arrivalHandlers.end() || !it->second)
+            return true;
+        // A copy: the handler may change or remove handlers.
+        const ArrivalHandler handler = it->second;
+        Message storage{};
+        const Message *message = nullptr;
+        if (arrival.event.type == atomCopyData) {
+            if (arrival.requested)
+                message = acceptCopyData(&arrival.event, reply.get(), &storage);
+        } else {
+            message = translatePlain(&arrival.event, &storage);
+        }
+        if (message)
+            handler(*message);
+        return true;
+    }
+
+    // One portion of the queue: until the slice's time or count is used up. Every portion
+    // hands over at least the oldest message unless its payload is still on its way. The
+    // event loop turns before the next portion.
+    void deliverArrivals()
+    {
+        if (!ok()) {
+            dropArrivals(XCB_NONE);
+            return;
+        }
+        const Clock::time_point deadline =
+                Clock::now() + std::chrono::milliseconds(DELIVERY_SLICE_MS);
+        awaitingAnswer = false;
+        for (int delivered = 0; !arrivals.empty();) {
+            readAhead();
+            if (!deliverOne(false)) {
+                // The answer is on its way: it is waited for while the slice lasts, then the
+                // connection's notifier takes over.
+                const auto left = std::chrono::duration_cast<std::chrono::microseconds>(
+                        deadline - Clock::now()).count();
+                if (left <= 0) {
+                    awaitingAnswer = true;
+                    break;
+                }
+                pollfd fd{ xcb_get_file_descriptor(connection), POLLIN, 0 };
+                const timespec wait{ 0, long(left) * 1000 };
+                ::ppoll(&fd, 1, &wait, nullptr);
+                // Reads what came, the answer among it, and handles this connection's events.
+                drain();
+                continue;
+            }
+            if (++delivered >= MAX_DELIVERIES_PER_TURN || Clock::now() >= deadline)
+                break;
+        }
+        if (!arrivals.empty() && !awaitingAnswer)
+            scheduleDelivery();
+        // The replies read events of this connection into xcb's queue.
+        scheduleDrain();
+    }
+
+    // Drops what waits for one window (all windows: XCB_NONE). Their carriers are destroyed:
+    // nobody will read them, and their senders stop counting them as unread.
+    void dropArrivals(xcb_window_t window)
+    {
+        std::deque<Arrival> kept;
+        bool destroyed = false;
+        for (Arrival &arrival : arrivals) {
+            if (window != XCB_NONE && arrival.event.window != window) {
+                kept.push_back(arrival);
+                continue;
+            }
+            forgetReply(arrival);
+            if (ok() && arrival.event.type == atomCopyData && readable(&arrival.event)) {
+                xcb_destroy_window(connection, arrival.event.data.data32[0]);
+                destroyed = true;
+            }
+        }
+        // What was asked ahead is asked no more; reads start again from the oldest.
+        for (Arrival &arrival : kept)
+            forgetReply(arrival);
+        arrivals = std::move(kept);
+        requestedAhead = 0;
+        requestedBytes = 0;
+        awaitingAnswer = false;
+        if (!arrivals.empty())
+            scheduleDelivery();
+        if (destroyed)
+            xcb_flush(connection);
     }
 
     // The display's table of registered names: NUL-terminated UTF-8 names in a root window
@@ -1094,6 +1351,8 @@ XcbNativeWindowBackend::XcbNativeWindowBackend(const char *displayName) : d(new 
 
 XcbNativeWindowBackend::~XcbNativeWindowBackend()
 {
+    d->arrivalHandlers.clear();
+    d->dropArrivals(XCB_NONE);
     d->notifier.reset();
     // Disconnecting frees every window of this connection, payloads included: a module that
     // reports and quits would lose its last words. They get a short, bounded time to be read.
@@ -1413,27 +1672,51 @@ const Message *XcbNativeWindowBackend::translateNativeEvent(const char *eventTyp
         const Private::DrainLater later{ d.get() };
         return d->receiveCopyData(event, storage);
     }
+    return d->translatePlain(event, storage);
+}
 
-    *storage = Message{};
-    storage->hwnd = event->window;
-    if (event->type == d->atomMessage) {
-        const MessageId id = event->data.data32[0];
-        // Only WM_COPYDATA's lParam is read as a pointer; an announcement of another shape
-        // would hand the receiver a number from another process as an address.
-        if (id == WmCopyData)
-            return nullptr;
-        storage->message = id;
-        storage->wParam = WParam(std::uint64_t(event->data.data32[1])
-                                 | (std::uint64_t(event->data.data32[2]) << 32));
-        storage->lParam = LParam(std::uint64_t(event->data.data32[3])
-                                 | (std::uint64_t(event->data.data32[4]) << 32));
-        return storage;
+bool XcbNativeWindowBackend::setArrivalHandler(WindowHandle window, ArrivalHandler handler)
+{
+    // Delivery runs from a Qt event loop; without one, translateNativeEvent stays the way.
+    if (!d->ok() || !d->notifier || !isXid(window))
+        return false;
+    const xcb_window_t w = xcb_window_t(window);
+    if (handler) {
+        d->arrivalHandlers[w] = std::move(handler);
+        return true;
     }
-    if (event->type == d->atomProtocols && event->data.data32[0] == d->atomDeleteWindow) {
-        storage->message = WmClose;
-        return storage;
-    }
-    return nullptr;
+    d->arrivalHandlers.erase(w);
+    d->dropArrivals(w);
+    return true;
+}
+
+bool XcbNativeWindowBackend::queueNativeEvent(const char *eventType, std::size_t eventTypeSize,
+                                              void *message)
+{
+    if (!eventType || !message || eventTypeSize != sizeof EVENT_TYPE - 1
+        || std::memcmp(eventType, EVENT_TYPE, eventTypeSize) != 0 || !d->ok()
+        || d->arrivalHandlers.empty())
+        return false;
+    const auto *generic = static_cast<const xcb_generic_event_t *>(message);
+    if ((generic->response_type & 0x7f) != XCB_CLIENT_MESSAGE)
+        return false;
+    const auto *event = static_cast<const xcb_client_message_event_t *>(message);
+    if (event->format != 32 || !d->isMessageEvent(event) || !d->arrivalHandlers.count(event->window))
+        return false;
+    // A sender beyond every limit: the oldest goes first, here, rather than memory growing
+    // without end.
+    while (d->arrivals.size() >= std::size_t(MAX_QUEUED_MESSAGES))
+        d->deliverOne(true);
+    Private::Arrival arrival;
+    arrival.event = *event;
+    d->arrivals.push_back(arrival);
+    d->scheduleDelivery();
+    return true;
+}
+
+int XcbNativeWindowBackend::queuedMessages() const
+{
+    return int(d->arrivals.size());
 }
 
 bool XcbNativeWindowBackend::isBackendTransport(const char *eventType, std::size_t eventTypeSize,

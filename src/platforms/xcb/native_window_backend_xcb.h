@@ -43,6 +43,21 @@ public:
     // first translation of an announcement takes the payload; translating the same event again
     // gives null, so each WM_COPYDATA is seen once whoever looks first.
     static constexpr int RETAINED_COPIES = 4;
+    // Messages queued for a window with a handler are handed over in portions, each ending
+    // after DELIVERY_SLICE_MS or MAX_DELIVERIES_PER_TURN messages, whichever comes first; the
+    // event loop turns between portions. Up to READ_AHEAD payloads (READ_AHEAD_BYTES of them,
+    // and always the oldest, whatever its size) are asked of the server at once, so small ones
+    // do not each wait for a round trip. A payload whose bytes have not come by the end of a
+    // portion is waited for by the event loop, not inside it: a server busy with other senders
+    // holds up the messages, never the frames.
+    static constexpr int DELIVERY_SLICE_MS = 2;
+    static constexpr int MAX_DELIVERIES_PER_TURN = 256;
+    static constexpr int READ_AHEAD = 128;
+    static constexpr std::uint32_t READ_AHEAD_BYTES = 4u * 1024u * 1024u;
+    // Beyond this many queued messages (a sender that ignores every limit) the oldest is
+    // handed over at once, inside queueNativeEvent, before the new one is queued: memory stays
+    // bounded and nothing is lost or reordered.
+    static constexpr int MAX_QUEUED_MESSAGES = 1 << 20;
     // Registered message ids: FIRST_REGISTERED_ID + the name's place in the display's table.
     static constexpr MessageId FIRST_REGISTERED_ID = 0xC000;
     static constexpr MessageId LAST_REGISTERED_ID = 0xFFFF;
@@ -65,6 +80,8 @@ public:
     bool isConnected() const;
     // Payloads this process has sent that no receiver has read yet.
     int pendingCopies() const;
+    // Messages queued for handlers and not yet handed over.
+    int queuedMessages() const;
     // Handles queued events of the backend's own connection: the receivers' acknowledgements
     // and the ends of watched windows. Every call does this first; a Qt event loop does it as
     // the events arrive.
@@ -91,6 +108,9 @@ public:
                                         void *message, Message *storage) override;
     bool isBackendTransport(const char *eventType, std::size_t eventTypeSize,
                             void *message) override;
+    bool setArrivalHandler(WindowHandle window, ArrivalHandler handler) override;
+    bool queueNativeEvent(const char *eventType, std::size_t eventTypeSize,
+                          void *message) override;
     bool watchEmbeddedFocus(WindowHandle container, EmbeddedFocusHandler handler) override;
     bool focusEmbeddedWindow(WindowHandle window, EmbeddedFocus detail) override;
     bool focusEmbedder(WindowHandle topLevel) override;

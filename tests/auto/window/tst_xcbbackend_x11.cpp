@@ -92,6 +92,8 @@ private Q_SLOTS:
     void sendsReportHandingOver();
     void stoppedModuleStallsNothingAndKeepsItsMessages();
     void moduleFloodOfTenThousand();
+    void floodLeavesTheEventLoopTurning();
+    void arrivalHandlerRemovedReleasesTheSender();
     void moduleKilledInTheMiddleOfItsMessages();
     void hostileAnnouncements_data();
     void hostileAnnouncements();
@@ -260,6 +262,138 @@ void tst_XcbBackendX11::moduleFloodOfTenThousand()
     QCOMPARE(focused.constLast().at(1).toUInt(), 9999u);
     QTRY_COMPARE_WITH_TIMEOUT(module.state(), QProcess::NotRunning, 30000);
     QCOMPARE(module.readAllStandardOutput().trimmed(), QByteArray("sent 10001"));
+}
+
+// A peer's whole flood waits for the dashboard before its event loop runs at all: 2,000
+// focus reports, some of them 64 KiB, with a plain registration after every tenth. A call
+// posted to the event loop while report 1,000 is handled must run before the last report is:
+// the loop turns while the flood is handed over. Every report arrives whole and in order, and
+// no registration overtakes a report sent before it.
+void tst_XcbBackendX11::floodLeavesTheEventLoopTurning()
+{
+    constexpr int REPORTS = 2000;
+    constexpr int POSTED_AT = REPORTS / 2;
+    showDashboard();
+    QVIPCHelper_win32 *helper = m_dashboard->messagingHelper();
+    QVERIFY(helper->registeredModules().isEmpty());
+
+    QList<uint> order;
+    QList<int> registrationsSeen;
+    int arrivedWhenPostedRan = -1;
+    connect(m_dashboard.get(), &DashboardMainWindow::applicationFocused, this,
+            [&](bool, uint index) {
+                order.append(index);
+                registrationsSeen.append(int(helper->registeredModules().size()));
+                if (index == uint(POSTED_AT))
+                    QMetaObject::invokeMethod(this, [&] { arrivedWhenPostedRan = int(order.size()); },
+                                              Qt::QueuedConnection);
+            });
+
+    auto peer = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
+    const MessageId registerId =
+            NativeWindowSystem::registerWindowMessage(peer.get(), QStringLiteral("registerQVIPC"));
+    QVERIFY(registerId);
+    const QString filler(32 * 1024, QLatin1Char('f')); // 64 KiB as UTF-16
+    const WindowHandle dashboard = m_dashboard->winId();
+    for (int i = 0; i < REPORTS; ++i) {
+        MessageStruct record;
+        record.methodName = QStringLiteral("applicationFocused");
+        record.dataType = QStringLiteral("-");
+        record.arguments = { true, uint(i) };
+        if (i % 50 == 7)
+            record.arguments.append(filler); // read by nobody, but it must decode
+        QByteArray bytes = QVIPCMessage::encode(record);
+        CopyDataStruct copy{ 0, std::uint32_t(bytes.size()), bytes.data() };
+        QCOMPARE(peer->sendMessage(dashboard, WmCopyData, 0, reinterpret_cast<LParam>(&copy)),
+                 LResult(1));
+        if (i % 10 == 9)
+            QVERIFY(peer->postMessage(dashboard, registerId, WParam(0x1000 + i), 0));
+    }
+
+    QTRY_COMPARE_WITH_TIMEOUT(order.size(), REPORTS, 60000);
+    QTRY_VERIFY2(arrivedWhenPostedRan >= 0, "the posted call never ran");
+    QVERIFY2(arrivedWhenPostedRan < REPORTS,
+             qPrintable(QStringLiteral("the posted call ran only after all %1 reports").arg(REPORTS)));
+    QVERIFY(arrivedWhenPostedRan > POSTED_AT);
+    for (int i = 0; i < REPORTS; ++i) {
+        QCOMPARE(order.at(i), uint(i));
+        // Report i came after the registrations sent before it, and before the next one.
+        QCOMPARE(registrationsSeen.at(i), i / 10);
+    }
+    QTRY_COMPARE(helper->registeredModules().size(), REPORTS / 10);
+    for (int k = 0; k < REPORTS / 10; ++k)
+        QCOMPARE(helper->registeredModules().at(k), QVIPCHelper_win32::HWND(0x1000 + 10 * k + 9));
+    // Every payload was read: the peer has none left unread.
+    QTRY_COMPARE(static_cast<XcbNativeWindowBackend *>(peer.get())->pendingCopies(), 0);
+}
+
+// A window that stops taking its queued messages (the dashboard closing) releases what waits
+// for it: the sender sees the payload's carrier gone, as when it is read, and nothing is handed
+// over after.
+void tst_XcbBackendX11::arrivalHandlerRemovedReleasesTheSender()
+{
+    QWindow receiver;
+    receiver.create();
+    auto *x11 = static_cast<XcbNativeWindowBackend *>(m_backend.get());
+    int handled = 0;
+    QVERIFY(x11->setArrivalHandler(receiver.winId(), [&](const Message &) { ++handled; }));
+
+    auto peer = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
+    auto *sender = static_cast<XcbNativeWindowBackend *>(peer.get());
+    // The queue is fed from the window's events, as DashboardMainWindow does; the handler goes
+    // as soon as the payload is queued, before the event loop can hand it over.
+    struct Feeder : QAbstractNativeEventFilter
+    {
+        XcbNativeWindowBackend *backend = nullptr;
+        XcbNativeWindowBackend *sender = nullptr;
+        WindowHandle window = 0;
+        xcb_atom_t ours[2] = {};
+        int seen = 0;
+        int taken = 0;
+        int queuedWhenTaken = -1;
+        int unreadWhenTaken = -1;
+        int queuedAfterRemoval = -1;
+        bool nativeEventFilter(const QByteArray &type, void *message, qintptr *) override
+        {
+            const auto *event = static_cast<const xcb_client_message_event_t *>(message);
+            if (type != "xcb_generic_event_t" || (event->response_type & 0x7f) != XCB_CLIENT_MESSAGE
+                || event->window != window || (event->type != ours[0] && event->type != ours[1]))
+                return false;
+            ++seen;
+            if (!backend->queueNativeEvent(type.constData(), std::size_t(type.size()), message))
+                return false;
+            ++taken;
+            queuedWhenTaken = backend->queuedMessages();
+            unreadWhenTaken = sender->pendingCopies();
+            backend->setArrivalHandler(window, {});
+            queuedAfterRemoval = backend->queuedMessages();
+            return false;
+        }
+    } feeder;
+    feeder.backend = x11;
+    feeder.sender = sender;
+    feeder.window = receiver.winId();
+    RawClient raw;
+    feeder.ours[0] = raw.atom("_KORVEX_WM_COPYDATA");
+    feeder.ours[1] = raw.atom("_KORVEX_WM_MESSAGE");
+    QCoreApplication::instance()->installNativeEventFilter(&feeder);
+
+    QByteArray bytes = focusReport(9);
+    CopyDataStruct copy{ 0, std::uint32_t(bytes.size()), bytes.data() };
+    QCOMPARE(peer->sendMessage(receiver.winId(), WmCopyData, 0, reinterpret_cast<LParam>(&copy)),
+             LResult(1));
+    QTRY_COMPARE(feeder.taken, 1);
+    QCOMPARE(feeder.queuedWhenTaken, 1);
+    QCOMPARE(feeder.unreadWhenTaken, 1);
+    QCOMPARE(feeder.queuedAfterRemoval, 0);
+    QTRY_COMPARE(sender->pendingCopies(), 0);
+    // Without a handler the window's events are the caller's to translate.
+    QCOMPARE(peer->sendMessage(receiver.winId(), 0xC0FE, 0, 0), LResult(1));
+    QTRY_COMPARE(feeder.seen, 2);
+    QCOMPARE(feeder.taken, 1);
+    QCoreApplication::sendPostedEvents();
+    QCOMPARE(handled, 0);
+    QCoreApplication::instance()->removeNativeEventFilter(&feeder);
 }
 
 void tst_XcbBackendX11::moduleKilledInTheMiddleOfItsMessages()
