@@ -58,6 +58,22 @@ inline ToolOutput runTool(const QString &program, const QStringList &arguments)
     return result;
 }
 
+// The arguments a process was started with (its program first); empty when it is gone.
+inline QList<QByteArray> commandLineOf(qint64 pid)
+{
+    QFile file(QStringLiteral("/proc/%1/cmdline").arg(pid));
+    return file.open(QIODevice::ReadOnly) ? file.readAll().split('\0') : QList<QByteArray>();
+}
+
+// The X windows shown on the screen that carry the dashboard's title.
+inline QStringList shownDashboards()
+{
+    const ToolOutput shown = runTool(QStringLiteral("xdotool"),
+            { QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--name"),
+              QStringLiteral("^Korvex PRO$") });
+    return shown.out.split(u'\n', Qt::SkipEmptyParts);
+}
+
 inline QString hex(quint32 window)
 {
     return QStringLiteral("0x") + QString::number(window, 16);

@@ -380,16 +380,11 @@ void tst_E2eHostX11::secondLaunchOpensItsLabelInTheRunningDashboard()
     QVERIFY2(m_host->state() == QProcess::Running, "the dashboard exited");
     QCOMPARE(programName(m_modulePid), m_moduleProgram);
     QCOMPARE(parentPid(m_modulePid), m_hostPid);
-    QFile commandLine(QStringLiteral("/proc/%1/cmdline").arg(m_modulePid));
-    QVERIFY(commandLine.open(QIODevice::ReadOnly));
-    const QList<QByteArray> arguments = commandLine.readAll().split('\0');
+    const QList<QByteArray> arguments = commandLineOf(m_modulePid);
     QVERIFY2(arguments.contains(QFile::encodeName(label)), arguments.join(' ').constData());
 
     // There is one dashboard on the screen, and it is in front.
-    const ToolOutput shown = runTool(QStringLiteral("xdotool"),
-            { QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--name"),
-              QStringLiteral("^Korvex PRO$") });
-    QCOMPARE(shown.out.split(u'\n', Qt::SkipEmptyParts), QStringList { QString::number(m_hostWindow) });
+    QCOMPARE(shownDashboards(), QStringList { QString::number(m_hostWindow) });
     screenshot(QStringLiteral("host_second_launch"));
     closeShownModule();
 }

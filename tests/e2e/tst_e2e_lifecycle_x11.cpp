@@ -98,8 +98,12 @@ private:
     void prepareHome(QProcessEnvironment *environment);
     std::unique_ptr<QProcess> launchHost(const QProcessEnvironment &environment,
                                          const QStringList &arguments = {}) const;
+    // Waits until the host's window is on the screen (its start-up shell at first).
+    void waitForHostWindow();
     // Waits until the host's window shows the front end, and lays the copy out at its size.
     void waitForHostDrawn();
+    // A label file for the host to open.
+    void writeLabel(const QString &path);
     QQuickItem *layoutItem(const QString &objectName) const;
     QPoint placeOf(const QString &objectName);
     // The module's name in the side bar of the test's copy.
@@ -261,10 +265,7 @@ void tst_E2eLifecycleX11::launchesStartedTogetherMakeOneDashboard()
     QProcessEnvironment environment;
     CHECK(prepareHome(&environment));
     const QString label = QDir(m_home->path()).filePath(QStringLiteral("Plan A.kxld"));
-    {
-        QFile file(label);
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("label") == 5);
-    }
+    CHECK(writeLabel(label));
     m_host = launchHost(environment);
     m_otherHost = launchHost(environment, { label });
     QVERIFY2(m_host->waitForStarted(START_TIMEOUT_MS), qPrintable(m_host->errorString()));
@@ -288,14 +289,9 @@ void tst_E2eLifecycleX11::launchesStartedTogetherMakeOneDashboard()
     QCOMPARE(appType, int(G::APP_LABELDESIGNER));
     const qint64 module = waitForEmbedded(appType, {});
     QVERIFY2(module > 0, "the label's module did not open in the dashboard");
-    QFile commandLine(QStringLiteral("/proc/%1/cmdline").arg(module));
-    QVERIFY(commandLine.open(QIODevice::ReadOnly));
-    const QList<QByteArray> arguments = commandLine.readAll().split('\0');
+    const QList<QByteArray> arguments = commandLineOf(module);
     QVERIFY2(arguments.contains(QFile::encodeName(label)), arguments.join(' ').constData());
-    const ToolOutput shown = runTool(QStringLiteral("xdotool"),
-            { QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--name"),
-              QStringLiteral("^Korvex PRO$") });
-    QCOMPARE(shown.out.split(u'\n', Qt::SkipEmptyParts), QStringList{ QString::number(m_hostWindow) });
+    QCOMPARE(shownDashboards(), QStringList{ QString::number(m_hostWindow) });
 }
 
 void tst_E2eLifecycleX11::terminatedWhileStartingEndsCleanly()
@@ -305,19 +301,12 @@ void tst_E2eLifecycleX11::terminatedWhileStartingEndsCleanly()
     QProcessEnvironment environment;
     CHECK(prepareHome(&environment));
     const QString label = QDir(m_home->path()).filePath(QStringLiteral("Plan B.kxld"));
-    {
-        QFile file(label);
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("label") == 5);
-    }
+    CHECK(writeLabel(label));
     m_host = launchHost(environment, { label });
     QVERIFY2(m_host->waitForStarted(START_TIMEOUT_MS), qPrintable(m_host->errorString()));
     m_hostPid = m_host->processId();
     // The window shows its start-up shell first; the signals are watched by then.
-    QVERIFY2(QTest::qWaitFor([this] {
-                 m_hostWindow = m_display->findWindowOf(m_hostPid, m_display->root(), QSize(600, 400));
-                 return m_hostWindow != XCB_NONE || m_host->state() != QProcess::Running;
-             }, START_TIMEOUT_MS),
-             "the dashboard's window did not appear");
+    CHECK(waitForHostWindow());
     QVERIFY(::kill(pid_t(m_hostPid), SIGTERM) == 0);
     QVERIFY2(m_host->waitForFinished(START_TIMEOUT_MS), "the dashboard did not end after SIGTERM");
     QCOMPARE(m_host->exitStatus(), QProcess::NormalExit);
@@ -379,7 +368,13 @@ std::unique_ptr<QProcess> tst_E2eLifecycleX11::launchHost(const QProcessEnvironm
     return host;
 }
 
-void tst_E2eLifecycleX11::waitForHostDrawn()
+void tst_E2eLifecycleX11::writeLabel(const QString &path)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("label") == 5);
+}
+
+void tst_E2eLifecycleX11::waitForHostWindow()
 {
     QVERIFY2(QTest::qWaitFor([this] {
                  m_hostWindow = m_display->findWindowOf(m_hostPid, m_display->root(), QSize(600, 400));
@@ -387,6 +382,11 @@ void tst_E2eLifecycleX11::waitForHostDrawn()
              }, START_TIMEOUT_MS),
              "the dashboard's window did not appear");
     QVERIFY2(m_host->state() == QProcess::Running, "the dashboard exited");
+}
+
+void tst_E2eLifecycleX11::waitForHostDrawn()
+{
+    CHECK(waitForHostWindow());
 
     // The side bar drawn by the front end, not the start-up shell; the window manager may have
     // placed and sized the window by then, so its size is read after.

@@ -506,14 +506,19 @@ struct XcbNativeWindowBackend::Private
     // A round trip reads every event that came before its reply into xcb's queue, where the
     // socket notifier never sees it: after each call, the queue is looked at once more from
     // the event loop.
-    void scheduleDrain()
+    void scheduleDrain() { postOnce(drainScheduled, &Private::drain); }
+
+    // Runs work once from the event loop, however often it is asked for before then. A posted
+    // call, not a zero timer: Qt runs zero timers only when nothing else is pending, which a
+    // flood never allows.
+    void postOnce(bool &queued, void (Private::*work)())
     {
-        if (drainScheduled || !notifier)
+        if (queued || !notifier)
             return;
-        drainScheduled = true;
-        QMetaObject::invokeMethod(notifier.get(), [this] {
-            drainScheduled = false;
-            drain();
+        queued = true;
+        QMetaObject::invokeMethod(notifier.get(), [this, &queued, work] {
+            queued = false;
+            (this->*work)();
         }, Qt::QueuedConnection);
     }
 
@@ -1050,18 +1055,7 @@ struct XcbNativeWindowBackend::Private
                 || (event->type == atomProtocols && event->data.data32[0] == atomDeleteWindow);
     }
 
-    void scheduleDelivery()
-    {
-        if (deliveryScheduled || !notifier)
-            return;
-        deliveryScheduled = true;
-        // A posted call, not a zero timer: Qt runs zero timers only when nothing else is
-        // pending, which a flood never allows.
-        QMetaObject::invokeMethod(notifier.get(), [this] {
-            deliveryScheduled = false;
-            deliverArrivals();
-        }, Qt::QueuedConnection);
-    }
+    void scheduleDelivery() { postOnce(deliveryScheduled, &Private::deliverArrivals); }
 
     // Asks the server for the payloads of the next announcements, so that their replies
     // travel while earlier messages are handled.
