@@ -300,8 +300,8 @@ bool DashboardMainWindow::nativeEvent(const QByteArray &eventType, void *message
                                             const_cast<KorvexNative::Message *>(windowMessage),
                                             result);
     }
-    // Never consumed: Qt's own handling runs for every message. Only the backend's private
-    // transport, which Qt does not know, is then reported handled, so Qt does not warn.
+    // Otherwise never consumed: Qt's own handling runs for every message. Only the backend's
+    // private transport, which Qt does not know, is then reported handled, so Qt does not warn.
     const bool handled = QQuickWindow::nativeEvent(eventType, message, result);
     return handled
             || m_backend->isBackendTransport(eventType.constData(), std::size_t(eventType.size()),

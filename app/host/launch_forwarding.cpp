@@ -42,13 +42,6 @@ QString LaunchForwarding::serverName()
                              : runtime + QLatin1Char('/') + base;
 }
 
-bool LaunchForwarding::forward(const QStringList &files, int timeoutMs)
-{
-    QLocalSocket socket;
-    socket.connectToServer(m_name);
-    return socket.waitForConnected(timeoutMs) && handOver(socket, files, timeoutMs);
-}
-
 bool LaunchForwarding::handOver(QLocalSocket &socket, const QStringList &files, int timeoutMs)
 {
     QByteArray request;
@@ -92,6 +85,8 @@ LaunchForwarding::Start LaunchForwarding::handOverOrListen(const QStringList &fi
                  answerTimeoutMs);
         return Start::NoAnswer;
     }
+    // Nobody listens: a socket left at the name is a dead dashboard's.
+    QLocalServer::removeServer(m_name);
     return listen() ? Start::Listening : Start::Failed;
 }
 
@@ -102,12 +97,8 @@ bool LaunchForwarding::listen()
     auto *server = new QLocalServer(this);
     server->setSocketOptions(QLocalServer::UserAccessOption);
     if (!server->listen(m_name)) {
-        // Left by a dashboard that died: nobody answered forward(), so it is stale.
-        QLocalServer::removeServer(m_name);
-        if (!server->listen(m_name)) {
-            delete server;
-            return false;
-        }
+        delete server;
+        return false;
     }
     m_server = server;
     connect(m_server, &QLocalServer::newConnection, this, &LaunchForwarding::readConnection);

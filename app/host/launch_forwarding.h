@@ -22,10 +22,8 @@ public:
     // The socket name of this user's dashboard.
     static QString serverName();
 
-    // Hands the files (absolute paths; none to only bring it to the front) to a running
-    // dashboard; true when one took them.
-    bool forward(const QStringList &files, int timeoutMs = 3000);
-    // Listens for later launches; false when the name cannot be taken.
+    // Listens for later launches; false when the name cannot be taken. It may replace a
+    // socket another dashboard listens on: handOverOrListen calls it only when nobody does.
     bool listen();
 
     enum class Start {
@@ -34,7 +32,8 @@ public:
         NoAnswer,   // one is listening but did not answer in time: no second one starts
         Failed,     // the name could not be taken
     };
-    // What a launch does, decided by one launch at a time: a dashboard listening (even one
+    // What a launch does with its files (absolute paths; none to only bring the running
+    // dashboard to the front), decided by one launch at a time: a dashboard listening (even one
     // still starting, whose answer may take a while) gets the files; otherwise a socket left
     // by a dead dashboard is removed and this one listens.
     Start handOverOrListen(const QStringList &files, int answerTimeoutMs);

@@ -39,8 +39,10 @@ void tst_LaunchForwarding::init()
 void tst_LaunchForwarding::firstLaunchFindsNobody()
 {
     LaunchForwarding first(m_name);
-    QVERIFY(!first.forward({ QStringLiteral("/labels/a.kxld") }, 1000));
-    QVERIFY(first.listen());
+    QCOMPARE(first.handOverOrListen({ QStringLiteral("/labels/a.kxld") }, 1000), LaunchForwarding::Start::Listening);
+    // A later launch finds it.
+    LaunchForwarding later(m_name);
+    QCOMPARE(later.handOverOrListen({}, 300), LaunchForwarding::Start::NoAnswer);
 }
 
 void tst_LaunchForwarding::secondLaunchHandsOverItsFiles_data()
@@ -62,7 +64,7 @@ void tst_LaunchForwarding::secondLaunchHandsOverItsFiles()
     bool handedOver = false;
     QThread *second = QThread::create([&] {
         LaunchForwarding launch(m_name);
-        handedOver = launch.forward(files, 10000);
+        handedOver = launch.handOverOrListen(files, 10000) == LaunchForwarding::Start::HandedOver;
     });
     second->start();
     QTRY_COMPARE(launched.count(), 1);
@@ -80,8 +82,7 @@ void tst_LaunchForwarding::socketOfADeadDashboardIsTakenOver()
     QVERIFY(stale.open(QIODevice::WriteOnly));
     stale.close();
     LaunchForwarding next(m_name);
-    QVERIFY(!next.forward({}, 1000));
-    QVERIFY(next.listen());
+    QCOMPARE(next.handOverOrListen({}, 1000), LaunchForwarding::Start::Listening);
 }
 
 void tst_LaunchForwarding::launchWhileTheFirstStillStartsNeverTakesItsPlace()
