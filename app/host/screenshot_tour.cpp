@@ -26,22 +26,23 @@ constexpr int START_DELAY_MS = 1500;
 ScreenshotTour::ScreenshotTour(DashboardHost *host, const QString &folder, QObject *parent)
     : QObject(parent), m_host(host), m_folder(folder)
 {
-    const auto page = [this](const char *name) {
-        return [this, name] { invoke("showPage", QString::fromLatin1(name)); };
+    const auto page = [this](DashboardPage::Page page, int tab = 0) {
+        return [this, page, tab] { showPage(page, tab); };
     };
+    const auto about = [this] { invoke("openAbout"); };
     m_steps = {
-        { QStringLiteral("home"), page("home"), {}, false },
-        { QStringLiteral("mylabels"), page("mylabels"), {}, false },
-        { QStringLiteral("favorites"), page("favorites"), {}, false },
-        { QStringLiteral("cloud"), page("cloud"), {}, false },
-        { QStringLiteral("resources"), page("resources"), {}, false },
-        { QStringLiteral("settings"), page("settings"), {}, false },
-        { QStringLiteral("about"), page("about"), {}, false },
+        { QStringLiteral("home"), page(DashboardPage::Home), {}, false },
+        { QStringLiteral("mylabels"), page(DashboardPage::Home, 1), {}, false },
+        { QStringLiteral("favorites"), page(DashboardPage::Home, 2), {}, false },
+        { QStringLiteral("cloud"), page(DashboardPage::Cloud), {}, false },
+        { QStringLiteral("resources"), page(DashboardPage::Resources), {}, false },
+        { QStringLiteral("settings"), page(DashboardPage::Settings), {}, false },
+        { QStringLiteral("about"), about, {}, false },
         { QStringLiteral("module"),
           [this] {
               if (QObject *about = frontEndObject("aboutDialog"))
                   QMetaObject::invokeMethod(about, "close");
-              invoke("showPage", QStringLiteral("home"));
+              showPage(DashboardPage::Home);
               if (QObject *modules = frontEndObject("moduleHost")) {
                   QMetaObject::invokeMethod(modules, "activate", Q_ARG(QVariant, TOUR_MODULE),
                                             Q_ARG(QVariant, QStringLiteral("Label Designer")));
@@ -68,11 +69,11 @@ ScreenshotTour::ScreenshotTour(DashboardHost *host, const QString &folder, QObje
                                             Q_ARG(QString, settings->property("KEY_APPEARANCE").toString()),
                                             Q_ARG(QVariant, false));
               }
-              invoke("showPage", QStringLiteral("home"));
+              showPage(DashboardPage::Home);
           },
           {}, false },
-        { QStringLiteral("settings-dark"), page("settings"), {}, false },
-        { QStringLiteral("about-dark"), page("about"), {}, false },
+        { QStringLiteral("settings-dark"), page(DashboardPage::Settings), {}, false },
+        { QStringLiteral("about-dark"), about, {}, false },
     };
 }
 
@@ -82,10 +83,16 @@ QObject *ScreenshotTour::frontEndObject(const char *property) const
     return root ? root->property(property).value<QObject *>() : nullptr;
 }
 
-void ScreenshotTour::invoke(const char *function, const QVariant &argument)
+void ScreenshotTour::showPage(DashboardPage::Page page, int tab)
 {
     if (QQuickItem *root = m_host->rootItem())
-        QMetaObject::invokeMethod(root, function, Q_ARG(QVariant, argument));
+        QMetaObject::invokeMethod(root, "showPage", Q_ARG(QVariant, int(page)), Q_ARG(QVariant, tab));
+}
+
+void ScreenshotTour::invoke(const char *function)
+{
+    if (QQuickItem *root = m_host->rootItem())
+        QMetaObject::invokeMethod(root, function);
 }
 
 // A pointer resting over the window, where the X server puts it at start (the middle of the

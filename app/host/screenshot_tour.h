@@ -1,5 +1,7 @@
 #pragma once
 
+#include "dashboard_page.h"
+
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -44,7 +46,8 @@ private:
     void runStep();
     void parkPointer();
     void capture(const Step &step);
-    void invoke(const char *function, const QVariant &argument);
+    void showPage(DashboardPage::Page page, int tab = 0);
+    void invoke(const char *function);
     QObject *frontEndObject(const char *property) const;
 
     DashboardHost *m_host;

@@ -91,6 +91,8 @@ FocusScope {
                 Accessible.role: Accessible.List
                 Accessible.name: qsTr("Cloud labels")
                 delegate: FileRow {
+                    required property var modelData
+                    entry: modelData
                     width: view.width - 12
                     height: 44
                     favoritesMode: true

@@ -3,7 +3,8 @@ import QtQuick.Controls
 import Korvex.Dashboard
 
 // A label file list of one controller, as tiles or rows. The controller's displayed list is
-// read again whenever it is sorted or a favourite changes; entries are addressed by id.
+// taken again whenever it is sorted or a favourite changes, and only the rows that differ
+// change; entries are addressed by id.
 FocusScope {
     id: list
 
@@ -22,41 +23,38 @@ FocusScope {
     property string errorMessage
 
     property string searchText
-    property var entries: []
+    readonly property FileListModel listModel: fileModel
     property bool busy: false
-    readonly property int count: entries.length
+    readonly property int count: fileModel.count
     readonly property Item view: tiles ? grid : rows
 
     signal openRequested(int id)
     signal folderRequested(string name)
     signal removeRequested(var entry)
 
-    // Reads the displayed list again, keeping the scroll position and the current entry when
+    // Takes the displayed list again, keeping the scroll position and the current entry when
     // asked: a keyboard user who stars an entry stays on it.
     function refresh(keepPosition) {
         const flick = list.tiles ? grid : rows
         const y = flick.contentY
-        const current = flick.currentIndex >= 0 && flick.currentIndex < list.entries.length
-                ? list.entries[flick.currentIndex] : null
-        if (list.folderMode && list.controller.getSearchString().length === 0)
-            list.controller.prependFolders()
-        list.entries = list.controller.getSearchedLabelFilesList()
+        const current = fileModel.get(flick.currentIndex)
+        fileModel.refresh()
         if (!keepPosition)
             return
-        if (current !== null) {
-            // Ids are places in the list, which a re-read may change; the file is what counts.
-            const index = list.entries.findIndex(entry => entry.type === current.type
-                                                 && entry.cloudEnum === current.cloudEnum
-                                                 && entry.filePath === current.filePath
-                                                 && entry.labelFileName === current.labelFileName)
+        if (current !== undefined) {
+            const index = fileModel.rowOf(current)
             if (index >= 0)
                 flick.currentIndex = index
         }
         flick.contentY = Math.min(y, Math.max(0, flick.contentHeight - flick.height))
     }
-    // Fills the list from its source; the busy indicator shows first, as a big folder takes
-    // a moment.
-    function reload() {
+    // Fills the list from its source again. The busy indicator shows first, as a big folder
+    // takes a moment; a quiet reload (a live update) changes the rows in place instead.
+    function reload(quiet) {
+        if (quiet === true) {
+            fileModel.reload()
+            return
+        }
         list.busy = true
         fillTimer.restart()
     }
@@ -83,13 +81,17 @@ FocusScope {
             list.controller.setFavorite(entry.isFavorite, entry.id)
     }
 
+    FileListModel {
+        id: fileModel
+        controller: list.controller
+        folderMode: list.folderMode
+        onReloaded: list.busy = false
+    }
+
     Timer {
         id: fillTimer
         interval: 30
-        onTriggered: {
-            list.controller.updateFileLists()
-            list.busy = false
-        }
+        onTriggered: fileModel.reload()
     }
 
     Connections {
@@ -107,8 +109,8 @@ FocusScope {
             favoritesMode: list.favoritesMode
             current: GridView.isCurrentItem
             viewFocused: grid.activeFocus && FocusFrames.shown
-            onActivated: list.activate(modelData)
-            onFavoriteToggled: list.toggleFavorite(modelData)
+            onActivated: list.activate(entry)
+            onFavoriteToggled: list.toggleFavorite(entry)
         }
     }
     Component {
@@ -120,8 +122,8 @@ FocusScope {
             favoritesMode: list.favoritesMode
             current: ListView.isCurrentItem
             viewFocused: rows.activeFocus && FocusFrames.shown
-            onActivated: list.activate(modelData)
-            onFavoriteToggled: list.toggleFavorite(modelData)
+            onActivated: list.activate(entry)
+            onFavoriteToggled: list.toggleFavorite(entry)
         }
     }
 
@@ -132,8 +134,10 @@ FocusScope {
         visible: list.tiles
         focus: list.tiles
         clip: true
-        reuseItems: true
-        model: list.tiles ? list.entries : []
+        // Not reused: with Qt 6.4 and reused delegates, the tiles of removed rows stayed in the
+        // view, culled, and screen readers still listed them.
+        reuseItems: false
+        model: list.tiles ? fileModel : null
         delegate: tileDelegate
         readonly property int tileWidth: list.zoom === DashboardGlobal.SMALL ? 128 : (list.zoom === DashboardGlobal.LARGE ? 216 : 168)
         cellWidth: Math.max(tileWidth, Math.floor((width - 12) / Math.max(1, Math.floor((width - 12) / tileWidth))))
@@ -145,10 +149,10 @@ FocusScope {
             policy: ScrollBar.AsNeeded
             Accessible.name: qsTr("Scroll the labels")
         }
-        Keys.onReturnPressed: if (currentIndex >= 0) list.activate(list.entries[currentIndex])
-        Keys.onEnterPressed: if (currentIndex >= 0) list.activate(list.entries[currentIndex])
-        Keys.onSpacePressed: if (currentIndex >= 0 && !list.entries[currentIndex].type) list.toggleFavorite(list.entries[currentIndex])
-        Keys.onDeletePressed: if (list.favoritesMode && currentIndex >= 0) list.removeRequested(list.entries[currentIndex])
+        Keys.onReturnPressed: if (currentIndex >= 0) list.activate(fileModel.get(currentIndex))
+        Keys.onEnterPressed: if (currentIndex >= 0) list.activate(fileModel.get(currentIndex))
+        Keys.onSpacePressed: if (currentIndex >= 0 && !fileModel.get(currentIndex).type) list.toggleFavorite(fileModel.get(currentIndex))
+        Keys.onDeletePressed: if (list.favoritesMode && currentIndex >= 0) list.removeRequested(fileModel.get(currentIndex))
         Accessible.role: Accessible.List
         Accessible.name: qsTr("Labels")
     }
@@ -160,9 +164,9 @@ FocusScope {
         visible: !list.tiles
         focus: !list.tiles
         clip: true
-        reuseItems: true
+        reuseItems: false // as the grid
         spacing: 0
-        model: list.tiles ? [] : list.entries
+        model: list.tiles ? null : fileModel
         delegate: rowDelegate
         keyNavigationEnabled: true
         activeFocusOnTab: true
@@ -171,10 +175,10 @@ FocusScope {
             policy: ScrollBar.AsNeeded
             Accessible.name: qsTr("Scroll the labels")
         }
-        Keys.onReturnPressed: if (currentIndex >= 0) list.activate(list.entries[currentIndex])
-        Keys.onEnterPressed: if (currentIndex >= 0) list.activate(list.entries[currentIndex])
-        Keys.onSpacePressed: if (currentIndex >= 0 && !list.entries[currentIndex].type) list.toggleFavorite(list.entries[currentIndex])
-        Keys.onDeletePressed: if (list.favoritesMode && currentIndex >= 0) list.removeRequested(list.entries[currentIndex])
+        Keys.onReturnPressed: if (currentIndex >= 0) list.activate(fileModel.get(currentIndex))
+        Keys.onEnterPressed: if (currentIndex >= 0) list.activate(fileModel.get(currentIndex))
+        Keys.onSpacePressed: if (currentIndex >= 0 && !fileModel.get(currentIndex).type) list.toggleFavorite(fileModel.get(currentIndex))
+        Keys.onDeletePressed: if (list.favoritesMode && currentIndex >= 0) list.removeRequested(fileModel.get(currentIndex))
         Accessible.role: Accessible.List
         Accessible.name: qsTr("Labels")
     }

@@ -7,7 +7,7 @@ import Korvex.Dashboard
 Item {
     id: row
 
-    required property var modelData
+    required property var entry
     required property int index
     property int zoom: DashboardGlobal.NORMAL
     property bool favoritesMode: false
@@ -17,13 +17,13 @@ Item {
     signal activated()
     signal favoriteToggled()
 
-    readonly property bool isFolder: modelData.type
+    readonly property bool isFolder: entry.type
 
     Accessible.role: Accessible.ListItem
     Accessible.selectable: true
     Accessible.selected: row.current
-    Accessible.name: isFolder ? qsTr("Folder %1").arg(modelData.labelFileName)
-                              : qsTr("%1, viewed %2").arg(modelData.labelFileName).arg(modelData.timeSinceModified)
+    Accessible.name: isFolder ? qsTr("Folder %1").arg(entry.labelFileName)
+                              : qsTr("%1, viewed %2").arg(entry.labelFileName).arg(entry.timeSinceModified)
     Accessible.onPressAction: row.activated()
     Accessible.onToggleAction: if (!row.isFolder) row.favoriteToggled()
 
@@ -63,7 +63,7 @@ Item {
                 objectName: "rowName"
                 Layout.fillWidth: true
                 Layout.preferredWidth: 3
-                text: row.modelData.labelFileName
+                text: row.entry.labelFileName
                 color: Theme.text
                 font.pixelSize: row.zoom === DashboardGlobal.SMALL ? Theme.fontSmall : Theme.fontBody
                 font.weight: Font.Medium
@@ -71,21 +71,21 @@ Item {
                 // A name cut in the middle shows whole while the pointer rests on its row, or while
                 // the row is the current entry of a list the keyboard works.
                 ToolTip.visible: nameText.truncated && (mouse.containsMouse || (row.current && row.viewFocused))
-                ToolTip.text: row.modelData.labelFileName
+                ToolTip.text: row.entry.labelFileName
                 ToolTip.delay: Theme.toolTipDelay
             }
             Text {
                 Layout.fillWidth: true
                 Layout.preferredWidth: 3
                 visible: row.zoom !== DashboardGlobal.SMALL && row.width > 560
-                text: row.modelData.filePath
+                text: row.entry.filePath
                 color: Theme.textMuted
                 font.pixelSize: Theme.fontSmall
                 elide: Text.ElideLeft
             }
             Text {
                 Layout.preferredWidth: 120
-                text: row.isFolder ? qsTr("Folder") : row.modelData.timeSinceModified
+                text: row.isFolder ? qsTr("Folder") : row.entry.timeSinceModified
                 color: Theme.textMuted
                 font.pixelSize: Theme.fontSmall
                 elide: Text.ElideRight
@@ -99,11 +99,11 @@ Item {
                 enabled: !row.isFolder
                 focusPolicy: Qt.NoFocus
                 glyph: row.favoritesMode ? Theme.icons.close
-                                         : (row.modelData.isFavorite ? Theme.icons.favorite : Theme.icons.favoriteOutline)
-                foreground: row.favoritesMode ? Theme.textMuted : (row.modelData.isFavorite ? Theme.favorite : Theme.textMuted)
-                Accessible.name: row.favoritesMode ? qsTr("Remove %1 from favorites").arg(row.modelData.labelFileName)
-                                                   : (row.modelData.isFavorite ? qsTr("Remove %1 from favorites").arg(row.modelData.labelFileName)
-                                                                               : qsTr("Add %1 to favorites").arg(row.modelData.labelFileName))
+                                         : (row.entry.isFavorite ? Theme.icons.favorite : Theme.icons.favoriteOutline)
+                foreground: row.favoritesMode ? Theme.textMuted : (row.entry.isFavorite ? Theme.favorite : Theme.textMuted)
+                Accessible.name: row.favoritesMode ? qsTr("Remove %1 from favorites").arg(row.entry.labelFileName)
+                                                   : (row.entry.isFavorite ? qsTr("Remove %1 from favorites").arg(row.entry.labelFileName)
+                                                                               : qsTr("Add %1 to favorites").arg(row.entry.labelFileName))
                 background: Rectangle {
                     radius: Theme.radius
                     color: favoriteButton.hovered ? Theme.surfaceAlt : "transparent"

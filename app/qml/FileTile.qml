@@ -7,7 +7,7 @@ import Korvex.Dashboard
 Item {
     id: tile
 
-    required property var modelData
+    required property var entry
     required property int index
     property int zoom: DashboardGlobal.NORMAL
     property bool favoritesMode: false
@@ -17,9 +17,9 @@ Item {
     signal activated()
     signal favoriteToggled()
 
-    readonly property bool isFolder: modelData.type
+    readonly property bool isFolder: entry.type
     readonly property string suffix: {
-        const name = modelData.labelFileName
+        const name = entry.labelFileName
         const dot = name.lastIndexOf(".")
         return dot >= 0 ? name.substring(dot + 1).toUpperCase() : ""
     }
@@ -28,8 +28,8 @@ Item {
     Accessible.role: Accessible.ListItem
     Accessible.selectable: true
     Accessible.selected: tile.current
-    Accessible.name: isFolder ? qsTr("Folder %1").arg(modelData.labelFileName)
-                              : qsTr("%1, viewed %2").arg(modelData.labelFileName).arg(modelData.timeSinceModified)
+    Accessible.name: isFolder ? qsTr("Folder %1").arg(entry.labelFileName)
+                              : qsTr("%1, viewed %2").arg(entry.labelFileName).arg(entry.timeSinceModified)
     Accessible.onPressAction: tile.activated()
     Accessible.onToggleAction: if (!tile.isFolder) tile.favoriteToggled()
 
@@ -75,7 +75,7 @@ Item {
                 id: nameText
                 objectName: "tileName"
                 Layout.fillWidth: true
-                text: tile.modelData.labelFileName
+                text: tile.entry.labelFileName
                 color: Theme.text
                 font.pixelSize: tile.zoom === DashboardGlobal.SMALL ? Theme.fontSmall : Theme.fontBody
                 font.weight: Font.Medium
@@ -84,12 +84,12 @@ Item {
                 // A name cut in the middle shows whole while the pointer rests on its tile, or while
                 // the tile is the current entry of a list the keyboard works.
                 ToolTip.visible: nameText.truncated && (mouse.containsMouse || (tile.current && tile.viewFocused))
-                ToolTip.text: tile.modelData.labelFileName
+                ToolTip.text: tile.entry.labelFileName
                 ToolTip.delay: Theme.toolTipDelay
             }
             Text {
                 Layout.fillWidth: true
-                text: tile.isFolder ? qsTr("Folder") : tile.modelData.timeSinceModified
+                text: tile.isFolder ? qsTr("Folder") : tile.entry.timeSinceModified
                 color: Theme.textMuted
                 font.pixelSize: Theme.fontSmall
                 elide: Text.ElideRight
@@ -114,11 +114,11 @@ Item {
             implicitHeight: 28
             focusPolicy: Qt.NoFocus
             glyph: tile.favoritesMode ? Theme.icons.close
-                                      : (tile.modelData.isFavorite ? Theme.icons.favorite : Theme.icons.favoriteOutline)
-            foreground: tile.favoritesMode ? "#ffffff" : (tile.modelData.isFavorite ? Theme.favorite : "#ffffff")
-            Accessible.name: tile.favoritesMode ? qsTr("Remove %1 from favorites").arg(tile.modelData.labelFileName)
-                                                : (tile.modelData.isFavorite ? qsTr("Remove %1 from favorites").arg(tile.modelData.labelFileName)
-                                                                             : qsTr("Add %1 to favorites").arg(tile.modelData.labelFileName))
+                                      : (tile.entry.isFavorite ? Theme.icons.favorite : Theme.icons.favoriteOutline)
+            foreground: tile.favoritesMode ? "#ffffff" : (tile.entry.isFavorite ? Theme.favorite : "#ffffff")
+            Accessible.name: tile.favoritesMode ? qsTr("Remove %1 from favorites").arg(tile.entry.labelFileName)
+                                                : (tile.entry.isFavorite ? qsTr("Remove %1 from favorites").arg(tile.entry.labelFileName)
+                                                                             : qsTr("Add %1 to favorites").arg(tile.entry.labelFileName))
             background: Rectangle {
                 radius: 14
                 color: Qt.rgba(0, 0, 0, 0.28)

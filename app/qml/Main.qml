@@ -11,8 +11,8 @@ Item {
     required property DashboardMainWindow mainWindow
     required property HostServices host
 
-    // "home", "mylabels", "favorites", "cloud", "resources", "settings"
-    property string page: "home"
+    // A DashboardPage.Page.
+    property int page: DashboardPage.Home
     property var dashMain: dashMainComponent.createObject(root)
     readonly property alias navigationBar: navBar
     readonly property alias homePage: homePage
@@ -50,19 +50,13 @@ Item {
     anchors.fill: parent
     focus: true
 
-    // Shows a page by name; "about" opens the About box over the current page.
-    function showPage(name) {
-        if (name === "about") {
-            root.openAbout()
-            return
-        }
+    // Shows a page over any running module. Home opens at the given tab (0 recently viewed,
+    // 1 My Labels, 2 favourites), at recently viewed when none is given.
+    function showPage(page, tab) {
         moduleHost.showPages()
-        if (name === "mylabels" || name === "favorites" || name === "home") {
-            root.page = "home"
-            homePage.showTab(name === "mylabels" ? 1 : (name === "favorites" ? 2 : 0))
-        } else {
-            root.page = name
-        }
+        root.page = page
+        if (page === DashboardPage.Home)
+            homePage.showTab(tab === undefined ? 0 : tab)
         root.focusPage()
     }
     // Focus goes with the page shown: a keyboard or screen reader user is not left on a
@@ -89,9 +83,9 @@ Item {
     }
     function activateNavItem(item) {
         switch (item.navType) {
-        case DashboardGlobal.NAV_HOME: root.showPage("home"); break
-        case DashboardGlobal.NAV_CLOUD: root.showPage("cloud"); break
-        case DashboardGlobal.NAV_RESOURCES: root.showPage("resources"); break
+        case DashboardGlobal.NAV_HOME: root.showPage(DashboardPage.Home); break
+        case DashboardGlobal.NAV_CLOUD: root.showPage(DashboardPage.Cloud); break
+        case DashboardGlobal.NAV_RESOURCES: root.showPage(DashboardPage.Resources); break
         case DashboardGlobal.NAV_URL_SUPPORT: root.openAddress(root.host.supportAddress); break
         case DashboardGlobal.NAV_URL_LIVECHAT: root.openAddress(root.host.liveChatAddress); break
         case DashboardGlobal.NAV_URL_FEEDBACK: root.openAddress(root.host.feedbackAddress); break
@@ -126,13 +120,13 @@ Item {
         if (bannerType === DashboardMain.PREMADE_SIGNS)
             moduleHost.activate(DashboardGlobal.APP_PREMADESIGNS, root.navName(DashboardGlobal.APP_PREMADESIGNS))
         else if (bannerType === DashboardMain.RESOURCES)
-            root.showPage("resources")
+            root.showPage(DashboardPage.Resources)
     }
     function chooseMenu(navType) {
         if (navType === MeatballsNavigationModel.NAV_ABOUT)
             root.openAbout()
         else if (navType === MeatballsNavigationModel.NAV_SETTINGS) {
-            root.showPage("settings")
+            root.showPage(DashboardPage.Settings)
             root.focusPageAfterMenu = true
         }
         else if (navType === MeatballsNavigationModel.NAV_QUIT)
@@ -154,11 +148,11 @@ Item {
     function syncFavorites(source) {
         // The other lists show the same stars.
         if (source !== recents)
-            homePage.recentList.reload()
+            homePage.recentList.reload(true)
         if (source !== myLabels)
-            homePage.labelList.reload()
+            homePage.labelList.reload(true)
         if (source !== favorites)
-            homePage.favoriteList.reload()
+            homePage.favoriteList.reload(true)
     }
 
     Component {
@@ -216,11 +210,11 @@ Item {
     }
 
     onPageChanged: {
-        if (root.page === "cloud")
+        if (root.page === DashboardPage.Cloud)
             cloudLoader.active = true
-        else if (root.page === "resources")
+        else if (root.page === DashboardPage.Resources)
             resourcesLoader.active = true
-        else if (root.page === "settings")
+        else if (root.page === DashboardPage.Settings)
             settingsLoader.active = true
     }
 
@@ -246,9 +240,9 @@ Item {
             Layout.preferredWidth: implicitWidth
             navItems: root.dashMain.dashboardNavItems
             selectedNavType: moduleHost.shownApp !== DashboardGlobal.APP_NULL ? DashboardGlobal.NAV_APP
-                             : (root.page === "cloud" ? DashboardGlobal.NAV_CLOUD
-                                : (root.page === "resources" ? DashboardGlobal.NAV_RESOURCES
-                                   : (root.page === "settings" ? DashboardGlobal.NAV_NULL : DashboardGlobal.NAV_HOME)))
+                             : (root.page === DashboardPage.Cloud ? DashboardGlobal.NAV_CLOUD
+                                : (root.page === DashboardPage.Resources ? DashboardGlobal.NAV_RESOURCES
+                                   : (root.page === DashboardPage.Settings ? DashboardGlobal.NAV_NULL : DashboardGlobal.NAV_HOME)))
             selectedAppType: moduleHost.shownApp
             selectedFile: moduleHost.shownFile
             loadingApps: moduleHost.loading
@@ -395,7 +389,7 @@ Item {
                     id: pages
                     anchors.fill: parent
                     visible: moduleHost.shownApp === DashboardGlobal.APP_NULL
-                    currentIndex: root.page === "cloud" ? 1 : (root.page === "resources" ? 2 : (root.page === "settings" ? 3 : 0))
+                    currentIndex: root.page
 
                     HomePage {
                         id: homePage
@@ -404,7 +398,7 @@ Item {
                         myLabels: myLabels
                         favorites: favorites
                         host: root.host
-                        focus: root.page === "home"
+                        focus: root.page === DashboardPage.Home
                         onOpenLabel: (controller, id) => controller.openLabel(id)
                         onBannerOpened: (bannerType) => root.openBanner(bannerType)
                         onFavoriteRemoved: root.syncFavorites(favorites)
@@ -413,7 +407,7 @@ Item {
                     Loader {
                         id: cloudLoader
                         active: false
-                        focus: root.page === "cloud"
+                        focus: root.page === DashboardPage.Cloud
                         sourceComponent: CloudPage {
                             objectName: "cloudPage"
                             favorites: root.favorites
@@ -425,7 +419,7 @@ Item {
                     Loader {
                         id: resourcesLoader
                         active: false
-                        focus: root.page === "resources"
+                        focus: root.page === DashboardPage.Resources
                         sourceComponent: ResourcesPage {
                             objectName: "resourcesPage"
                             resources: root.dashMain.resourcesNavItems
@@ -437,7 +431,7 @@ Item {
                     Loader {
                         id: settingsLoader
                         active: false
-                        focus: root.page === "settings"
+                        focus: root.page === DashboardPage.Settings
                         sourceComponent: SettingsPage {
                             objectName: "settingsPage"
                             settings: root.settings
@@ -445,7 +439,7 @@ Item {
                             contents: root.settingsContents
                             host: root.host
                             focus: true
-                            onShowCloud: root.showPage("cloud")
+                            onShowCloud: root.showPage(DashboardPage.Cloud)
                         }
                     }
                 }
@@ -490,15 +484,15 @@ Item {
         id: labelWatch
         objectName: "labelWatch"
         paths: [homePage.currentFolder, root.host.labelFolder]
-        active: root.page === "home" && homePage.tab === 1 && moduleHost.shownApp === DashboardGlobal.APP_NULL
-        onChanged: homePage.labelList.reload()
+        active: root.page === DashboardPage.Home && homePage.tab === 1 && moduleHost.shownApp === DashboardGlobal.APP_NULL
+        onChanged: homePage.labelList.reload(true)
     }
     FolderWatch {
         id: historyWatch
         objectName: "historyWatch"
         paths: [root.host.historyFolder]
-        active: root.page === "home" && homePage.tab === 0 && moduleHost.shownApp === DashboardGlobal.APP_NULL
-        onChanged: homePage.recentList.reload()
+        active: root.page === DashboardPage.Home && homePage.tab === 0 && moduleHost.shownApp === DashboardGlobal.APP_NULL
+        onChanged: homePage.recentList.reload(true)
     }
 
     // Made when quitting found modules still open (the overlay is made only when needed).
@@ -550,7 +544,7 @@ Item {
     Shortcut {
         sequence: "Ctrl+F"
         onActivated: {
-            root.showPage(root.page === "home" ? "home" : "home")
+            root.showPage(DashboardPage.Home, homePage.tab)
             homePage.searchField.forceActiveFocus()
         }
     }

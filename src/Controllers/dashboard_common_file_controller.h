@@ -43,6 +43,7 @@ public:
     ~DashboardCommonFileController() override;
 
     void setClock(Clock clock);
+    Clock clock() const { return m_clock; }
     QDateTime currentDateTime() const;
 
     // Each operation that touches a store opens it first and destroys it at its end, which

@@ -108,6 +108,42 @@ void MyLabelsController::updateFileLists()
     searchLabelFileList();
 }
 
+MyLabelsController::FolderListing MyLabelsController::readFolder(const QString &folder,
+                                                               const Clock &clock)
+{
+    // A controller of the reading thread's own, so nothing is shared with the one shown.
+    MyLabelsController reader;
+    reader.setClock(clock);
+    reader.openSettingsFiles();
+    reader.readFileHistoryMap();
+    reader.parseDirectory(folder);
+    reader.closeSettingsFiles();
+    FolderListing listing;
+    listing.folder = folder;
+    listing.files = std::move(reader.m_labelFilesList);
+    listing.folders = std::move(reader.m_folderList);
+    listing.history = std::move(reader.m_fileHistoryMap);
+    return listing;
+}
+
+bool MyLabelsController::updateFileLists(const FolderListing &listing)
+{
+    if (listing.folder != m_currentFolder)
+        return false;
+    openFavoriteSettings();
+    m_favoriteKeys = readFavoriteKeys();
+    closeFavoriteSettings();
+    m_favoriteKeySet = QSet<QString>(m_favoriteKeys.cbegin(), m_favoriteKeys.cend());
+    m_fileHistoryMap = listing.history;
+    m_labelFilesList = listing.files;
+    for (DashboardFileInfoStruct &record : m_labelFilesList)
+        record.isFavorite = m_favoriteKeySet.contains(record.fullPath());
+    m_folderList = listing.folders;
+    m_idCounter = int(m_labelFilesList.size());
+    searchLabelFileList();
+    return true;
+}
+
 void MyLabelsController::enterFolder(QString folder)
 {
     m_currentFolder += QLatin1Char('/') + folder;

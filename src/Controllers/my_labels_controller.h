@@ -24,6 +24,22 @@ public:
     // The shared label folder under the platform's root.
     QString defaultRootFolder() const;
 
+    // A folder's lists as updateFileLists() builds them (file details, view dates and time
+    // texts), made without touching any controller, so that a big folder can be read on a
+    // worker thread; updateFileLists(listing) then takes them on the controller's own.
+    struct FolderListing
+    {
+        QString folder;
+        QList<DashboardFileInfoStruct> files;
+        QList<DashboardFileInfoStruct> folders;
+        QMap<QString, QDateTime> history; // the views the dates came from
+    };
+    static FolderListing readFolder(const QString &folder, const Clock &clock);
+    // A listing of any other folder than the current one (the user moved on while it was
+    // read) is refused: false, and nothing changes. Favourites are taken as they are now, as
+    // one may have changed while the folder was read.
+    bool updateFileLists(const FolderListing &listing);
+
 public Q_SLOTS:
     void updateFileLists() override;
     void searchLabelFileList() override;

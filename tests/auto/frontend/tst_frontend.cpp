@@ -1,4 +1,6 @@
 #include "dashboard_host.h"
+#include "file_list_model.h"
+#include "front_end_pages.h"
 #include "host_services.h"
 #include "label_folder.h"
 #include "printing/printer_directory.h"
@@ -250,7 +252,7 @@ void tst_Frontend::click(QQuickItem *item)
 
 void tst_Frontend::showPage(const QString &name)
 {
-    QMetaObject::invokeMethod(m_host->rootItem(), "showPage", Q_ARG(QVariant, name));
+    QVERIFY(FrontEndPages::show(m_host->rootItem(), name));
     if (name == QLatin1String("about"))
         return;
     const char *page = name == QLatin1String("settings") ? "settingsPage"
@@ -264,18 +266,11 @@ void tst_Frontend::showPage(const QString &name)
 QStringList tst_Frontend::names(QObject *list) const
 {
     QStringList result;
-    QVariant entries = list->property("entries");
-    if (entries.metaType() == QMetaType::fromType<QJSValue>())
-        entries = entries.value<QJSValue>().toVariant();
-    if (entries.canConvert<QList<DashboardFileInfoStruct>>()
-        && entries.metaType() == QMetaType::fromType<QList<DashboardFileInfoStruct>>()) {
-        for (const DashboardFileInfoStruct &record : entries.value<QList<DashboardFileInfoStruct>>())
-            result.append(record.labelFileName);
+    auto *model = list->property("listModel").value<QAbstractItemModel *>();
+    if (!model)
         return result;
-    }
-    const QVariantList values = entries.toList();
-    for (const QVariant &value : values)
-        result.append(recordName(value));
+    for (int row = 0; row < model->rowCount(); ++row)
+        result.append(recordName(model->index(row, 0).data(FileListModel::EntryRole)));
     return result;
 }
 
@@ -298,7 +293,7 @@ void tst_Frontend::loadsWithoutWarnings()
     // The seeded folder shows on Home: five recently viewed labels, one of them a favourite.
     QCOMPARE(find("recentList")->property("count").toInt(), 5);
     QCOMPARE(find("favoriteList")->property("count").toInt(), 1);
-    QCOMPARE(m_host->rootItem()->property("page").toString(), QStringLiteral("home"));
+    QCOMPARE(m_host->rootItem()->property("page").toInt(), int(DashboardPage::Home));
 }
 
 void tst_Frontend::shellFirst_data()
@@ -420,11 +415,12 @@ void tst_Frontend::everyPageFromTheNavigationBar()
     using G = DashboardGlobal;
     const struct {
         int navType;
-        const char *page;
-    } pages[] = { { G::NAV_CLOUD, "cloud" }, { G::NAV_RESOURCES, "resources" }, { G::NAV_HOME, "home" } };
+        DashboardPage::Page page;
+    } pages[] = { { G::NAV_CLOUD, DashboardPage::Cloud }, { G::NAV_RESOURCES, DashboardPage::Resources },
+                  { G::NAV_HOME, DashboardPage::Home } };
     for (const auto &entry : pages) {
         click(findItem(root, QStringLiteral("nav_%1_-1").arg(entry.navType)));
-        QCOMPARE(root->property("page").toString(), QLatin1String(entry.page));
+        QCOMPARE(root->property("page").toInt(), int(entry.page));
     }
     QVERIFY(find("cloudPage")->property("visible").toBool() == false);
     QVERIFY(find("homePage")->property("visible").toBool());
@@ -437,7 +433,7 @@ void tst_Frontend::everyPageFromTheNavigationBar()
     QCOMPARE(m_urls.urls.at(0).toString(), m_host->services()->supportAddress());
     QCOMPARE(m_urls.urls.at(1).toString(), m_host->services()->liveChatAddress());
     QCOMPARE(m_urls.urls.at(2).toString(), m_host->services()->feedbackAddress());
-    QCOMPARE(root->property("page").toString(), QStringLiteral("home"));
+    QCOMPARE(root->property("page").toInt(), int(DashboardPage::Home));
 
     // Settings and About through the overflow menu; Quit asks the engine to quit.
     // The menu is not part of the first frame; it is made once that frame is out.
@@ -448,7 +444,7 @@ void tst_Frontend::everyPageFromTheNavigationBar()
     QTRY_VERIFY(menu->property("opened").toBool());
     click(findItem(menu, QStringLiteral("menu_%1").arg(MeatballsNavigationModel::NAV_SETTINGS)));
     QTRY_VERIFY(!menu->property("visible").toBool());
-    QCOMPARE(root->property("page").toString(), QStringLiteral("settings"));
+    QCOMPARE(root->property("page").toInt(), int(DashboardPage::Settings));
     QVERIFY(find("settingsPage")->property("visible").toBool());
 
     // The About box is made when it is first asked for.
@@ -503,7 +499,7 @@ void tst_Frontend::searchSortAndFavorite()
     for (QQuickItem *candidate : stars) {
         QObject *tile = candidate->parentItem()->parentItem();
         if (candidate->isVisible()
-            && recordName(tile->property("modelData")) == QLatin1String("Solvent Cabinet.kxcl"))
+            && recordName(tile->property("entry")) == QLatin1String("Solvent Cabinet.kxcl"))
             star = candidate;
     }
     QVERIFY(grid);
@@ -1025,7 +1021,7 @@ void tst_Frontend::missingLabelFolder()
 
     // The rest keeps working.
     click(findItem(m_host->rootItem(), QStringLiteral("nav_%1_-1").arg(DashboardGlobal::NAV_RESOURCES)));
-    QCOMPARE(m_host->rootItem()->property("page").toString(), QStringLiteral("resources"));
+    QCOMPARE(m_host->rootItem()->property("page").toInt(), int(DashboardPage::Resources));
 }
 
 void tst_Frontend::manyFilesStayResponsive()
@@ -1043,7 +1039,7 @@ void tst_Frontend::manyFilesStayResponsive()
     QCOMPARE(labels->property("count").toInt(), count);
 
     // A reload shows the busy indicator until the list is filled again.
-    QMetaObject::invokeMethod(labels, "reload");
+    QMetaObject::invokeMethod(labels, "reload", Q_ARG(QVariant, QVariant()));
     QQuickItem *busy = findItem(labels, QStringLiteral("listBusyIndicator"));
     QVERIFY(busy);
     QVERIFY(busy->property("running").toBool());

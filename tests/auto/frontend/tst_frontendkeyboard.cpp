@@ -2,6 +2,7 @@
 // and shows that it has focus, Enter activates, Escape closes.
 
 #include "dashboard_host.h"
+#include "front_end_pages.h"
 #include "usable_host.h"
 
 #include <korvexdashboard.h>
@@ -143,7 +144,7 @@ void tst_FrontendKeyboard::tabChain()
         QVERIFY(QMetaObject::invokeMethod(button, "clicked"));
         QTRY_VERIFY(!find(QStringLiteral("homePage"))->property("tiles").toBool());
     }
-    QMetaObject::invokeMethod(m_host->rootItem(), "showPage", Q_ARG(QVariant, page));
+    QVERIFY(FrontEndPages::show(m_host->rootItem(), page));
 
     QList<QQuickItem *> stops;
     QStringList names;
@@ -301,7 +302,7 @@ void tst_FrontendKeyboard::cloudFavoritesAreRemovedFromTheKeyboard()
             store.setValue(QStringLiteral("cloudFavorites/%1%2").arg(service).arg(QLatin1String(name)), true);
     }
     QVERIFY(startHost(true));
-    QMetaObject::invokeMethod(m_host->rootItem(), "showPage", Q_ARG(QVariant, QStringLiteral("cloud")));
+    QVERIFY(FrontEndPages::show(m_host->rootItem(), QStringLiteral("cloud")));
     QObject *page = find(QStringLiteral("cloudPage"));
     QTRY_VERIFY(page && page->property("visible").toBool());
     QCOMPARE(page->property("entries").toList().size(), 2);
