@@ -12,6 +12,7 @@ a search, the label opened in its module, back to the dashboard, the module clos
 
 import os
 import re
+import shutil
 import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
@@ -373,6 +374,50 @@ def check_folder(app):
     wait_node(app, "list item", "Folder Line 2", "the label folder again")
 
 
+def list_names(app):
+    return [e.name for e in list_entries(showing_nodes(app))]
+
+
+def check_live_lists(app, host):
+    """My Labels follows its folder while it is shown, and a label opened in a module is then
+    in Recently viewed, with no restart."""
+    folder = os.path.join(host.home, "Documents", "KorvexPro", "mylabels")
+    if not report.check(os.path.isdir(os.path.join(folder, "Line 2")), "no label folder at %s" % folder):
+        return
+    press(app, "push button", "Home")
+    wait_node(app, "heading", "Home")
+    press(app, "page tab", "My Labels")
+    wait_node(app, "list item", "Folder Line 2")
+    # Sorted first of the files, so it is on screen.
+    copied = os.path.join(folder, "A Live Copy.kxld")
+    shutil.copy(os.path.join(folder, "Emergency Exit.kxld"), copied)
+    wait_node(app, "list item", re.compile(r"A Live Copy\.kxld, viewed .*"), "the copied label to be listed")
+    renamed = os.path.join(folder, "A Live Rename.kxld")
+    os.rename(copied, renamed)
+    wait_node(app, "list item", re.compile(r"A Live Rename\.kxld, viewed .*"), "the renamed label to be listed")
+    wait_for("the old name to go", lambda: not any(n.startswith("A Live Copy") for n in list_names(app)))
+    os.remove(renamed)
+    wait_for("the deleted label to go", lambda: not any(n.startswith("A Live") for n in list_names(app)))
+
+    press(app, "page tab", "Recently viewed")
+    wait_node(app, "list item", re.compile(r".+, viewed .+"), "the recent labels")
+    report.check(not any(n.startswith("Tank 3 NFPA Diamond.kxnf") for n in list_names(app)),
+                 "Tank 3 NFPA Diamond is recently viewed before it was opened")
+    press(app, "page tab", "My Labels")
+    press(app, "list item", re.compile(r"Tank 3 NFPA Diamond\.kxnf, viewed .*"))
+    close = wait_node(app, "push button", re.compile(r"Close .+"), "the label's module to show")
+    module = close.name[len("Close "):]
+    press(app, "push button", "Back to the dashboard")
+    wait_node(app, "heading", "Home", "the dashboard again")
+    press(app, "page tab", "Recently viewed")
+    wait_node(app, "list item", re.compile(r"Tank 3 NFPA Diamond\.kxnf, viewed today"),
+              "the label opened in %s to be recently viewed" % module)
+    press(app, "push button", module)
+    press(app, "push button", "Close " + module)
+    wait_for("%s to stop" % module, lambda: find(app, "push button", module).description == "")
+    wait_node(app, "heading", "Home", "the dashboard after closing the module")
+
+
 def check_views(app):
     """Size and view are radio buttons that say which one is on."""
     report.page = "Home, sizes and views"
@@ -637,8 +682,10 @@ def main():
                           "so the front end's accessibility properties were not read" % len(nameless))
         wait_node(app, "list item", re.compile(r".+, viewed .+"), "the recent labels")
         report.page = "start"
+        def check_live_lists_on_disk(app):
+            check_live_lists(app, host)
         steps = [check_home, check_folder, check_views, check_sort_announces, check_favorites, check_cloud,
-                 check_resources, check_menu, check_about, check_settings]
+                 check_resources, check_menu, check_about, check_settings, check_live_lists_on_disk]
         for step in steps:
             try:
                 step(app)
