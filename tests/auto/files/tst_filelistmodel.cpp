@@ -51,10 +51,20 @@ QStringList rowNames(const FileListModel &model)
 bool makeLabels(const QString &folder, const QString &pattern, int count)
 {
     for (int i = 0; i < count; ++i) {
-        if (!makeFile(folder + u'/' + pattern.arg(i, 5, 10, QLatin1Char('0'))))
+        QFile file(folder + u'/' + pattern.arg(i, 5, 10, QLatin1Char('0')));
+        if (!file.open(QIODevice::WriteOnly) || file.write("label") != 5)
             return false;
     }
     return true;
+}
+
+// 20,000 labels and a folder of two.
+bool makeBigFolder(const QString &folder)
+{
+    return QDir().mkpath(folder + QStringLiteral("/Archive"))
+            && makeLabels(folder, QStringLiteral("label %1.kxld"), kBigFolder)
+            && makeFile(folder + QStringLiteral("/Archive/Inside One.kxld"))
+            && makeFile(folder + QStringLiteral("/Archive/Inside Two.kxld"));
 }
 
 } // namespace
@@ -82,8 +92,10 @@ private Q_SLOTS:
 private:
     // Reads the folder through the model, as the front end does, and waits for the rows.
     bool reloadAndWait();
-    void makeBigFolder();
+    // Lists the big folder the tests that only read it share.
+    void useBigFolder();
 
+    QTemporaryDir m_big;
     std::unique_ptr<QTemporaryDir> m_dir;
     QString m_labels;
     std::unique_ptr<MyLabelsController> m_controller;
@@ -93,6 +105,8 @@ private:
 void tst_FileListModel::initTestCase()
 {
     QStandardPaths::setTestModeEnabled(true);
+    QVERIFY(m_big.isValid());
+    QVERIFY(makeBigFolder(m_big.filePath(QStringLiteral("labels"))));
 }
 
 void tst_FileListModel::init()
@@ -129,13 +143,10 @@ bool tst_FileListModel::reloadAndWait()
     return QTest::qWaitFor([&] { return reloaded.count() > 0; }, kTimeout) && !m_model->isReading();
 }
 
-void tst_FileListModel::makeBigFolder()
+void tst_FileListModel::useBigFolder()
 {
-    for (const char *name : { "Bravo.kxld", "Delta.kxld", "Foxtrot.kxld" })
-        QVERIFY(QFile::remove(m_labels + u'/' + QLatin1String(name)));
-    QVERIFY(makeLabels(m_labels, QStringLiteral("label %1.kxld"), kBigFolder));
-    QVERIFY(makeFile(m_labels + QStringLiteral("/Archive/Inside One.kxld")));
-    QVERIFY(makeFile(m_labels + QStringLiteral("/Archive/Inside Two.kxld")));
+    m_labels = m_big.filePath(QStringLiteral("labels"));
+    m_controller->setRootFolder(m_labels);
 }
 
 void tst_FileListModel::rowsFollowTheFolder_data()
@@ -235,7 +246,7 @@ void tst_FileListModel::rowOfFindsTheFileWhateverItsId()
 // before the folder's rows arrive.
 void tst_FileListModel::bigFolderIsReadAwayFromTheGuiThread()
 {
-    makeBigFolder();
+    useBigFolder();
     QSignalSpy reloaded(m_model.get(), &FileListModel::reloaded);
     m_model->reload();
     QVERIFY(m_model->isReading());
@@ -262,7 +273,7 @@ void tst_FileListModel::bigFolderIsReadAwayFromTheGuiThread()
 // they are in.
 void tst_FileListModel::leavingTheFolderDuringAReadShowsWhereTheUserIs()
 {
-    makeBigFolder();
+    useBigFolder();
     QSignalSpy reloaded(m_model.get(), &FileListModel::reloaded);
     m_model->reload();
     QVERIFY(m_model->isReading());
@@ -279,7 +290,10 @@ void tst_FileListModel::leavingTheFolderDuringAReadShowsWhereTheUserIs()
 // one read, and the views are told the rows that changed.
 void tst_FileListModel::burstInABigFolderIsReadOnceRowByRow()
 {
-    makeBigFolder();
+    // A folder of its own, as this one changes it.
+    for (const char *name : { "Bravo.kxld", "Delta.kxld", "Foxtrot.kxld" })
+        QVERIFY(QFile::remove(m_labels + u'/' + QLatin1String(name)));
+    QVERIFY(makeBigFolder(m_labels));
     QVERIFY(reloadAndWait());
     QCOMPARE(m_model->rowCount(), kBigFolder + 1);
     const QPersistentModelIndex untouched = m_model->index(15001);
@@ -336,7 +350,7 @@ void tst_FileListModel::folderReplacedByAFile()
 // A list closed while its folder is read: the read's answer is dropped with it.
 void tst_FileListModel::destroyedDuringARead()
 {
-    makeBigFolder();
+    useBigFolder();
     m_model->reload();
     QVERIFY(m_model->isReading());
     m_model.reset();
