@@ -418,6 +418,37 @@ def check_live_lists(app, host):
     wait_node(app, "heading", "Home", "the dashboard after closing the module")
 
 
+def check_labels_of_one_module(app):
+    """Two labels of one module run as two copies of it: each has a side bar entry named by its
+    file that shows it, and closing one leaves the other and the pages as they were."""
+    labels = ["Emergency Exit.kxld", "Forklift Traffic.kxld"]
+    press(app, "push button", "Home")
+    wait_node(app, "heading", "Home")
+    for label in labels:
+        press(app, "page tab", "My Labels")
+        press(app, "list item", re.compile(re.escape(label) + r", viewed .*"))
+        wait_node(app, "push button", "Back to the dashboard", "the module of %s to show" % label)
+        wait_node(app, "push button", label, "a side bar entry for %s" % label)
+        press(app, "push button", "Back to the dashboard")
+        wait_node(app, "heading", "Home", "the dashboard again")
+    for label in labels:
+        report.check(find(app, "push button", label) is not None, "%s has no side bar entry" % label)
+    for label in labels:
+        press(app, "push button", label)
+        close = wait_node(app, "push button", re.compile(r"Close .+"), "the module of %s to show" % label)
+        wait_for("the entry of %s to say selected" % label,
+                 lambda: state(find(app, "push button", label), pyatspi.STATE_SELECTED), 10)
+        others = [other for other in labels if other != label and find(app, "push button", other) is not None]
+        close.queryAction().doAction(actions(close).index("Press"))
+        wait_for("the entry of %s to go" % label, lambda: find(app, "push button", label) is None)
+        wait_node(app, "heading", "Home", "the pages after closing %s" % label)
+        report.check(find(app, "push button", "Back to the dashboard") is None,
+                     "the module bar still shows after closing %s" % label)
+        for other in others:
+            report.check(find(app, "push button", other) is not None,
+                         "closing %s also took %s's entry" % (label, other))
+
+
 def check_views(app):
     """Size and view are radio buttons that say which one is on."""
     report.page = "Home, sizes and views"
@@ -685,7 +716,8 @@ def main():
         def check_live_lists_on_disk(app):
             check_live_lists(app, host)
         steps = [check_home, check_folder, check_views, check_sort_announces, check_favorites, check_cloud,
-                 check_resources, check_menu, check_about, check_settings, check_live_lists_on_disk]
+                 check_resources, check_menu, check_about, check_settings, check_live_lists_on_disk,
+                 check_labels_of_one_module]
         for step in steps:
             try:
                 step(app)
