@@ -418,16 +418,45 @@ def check_live_lists(app, host):
     wait_node(app, "heading", "Home", "the dashboard after closing the module")
 
 
-def check_labels_of_one_module(app):
+def module_processes(host, label):
+    """The host's child processes that were given the label."""
+    found = []
+    for entry in os.listdir("/proc"):
+        if not entry.isdigit():
+            continue
+        try:
+            with open("/proc/%s/stat" % entry) as f:
+                parent = int(f.read().rsplit(")", 1)[1].split()[1])
+            with open("/proc/%s/cmdline" % entry, "rb") as f:
+                arguments = f.read().split(b"\0")
+        except (OSError, IndexError, ValueError):
+            continue
+        if parent == host.process.pid and any(a.endswith(label.encode()) for a in arguments):
+            found.append(int(entry))
+    return found
+
+
+def check_labels_of_one_module(app, host):
     """Two labels of one module run as two copies of it: each has a side bar entry named by its
-    file that shows it, and closing one leaves the other and the pages as they were."""
+    file that shows it, and closing one leaves the other and the pages as they were. The first
+    is opened with a real double-click, which starts one copy."""
     labels = ["Emergency Exit.kxld", "Forklift Traffic.kxld"]
     press(app, "push button", "Home")
     wait_node(app, "heading", "Home")
     for label in labels:
         press(app, "page tab", "My Labels")
-        press(app, "list item", re.compile(re.escape(label) + r", viewed .*"))
+        tile = wait_node(app, "list item", re.compile(re.escape(label) + r", viewed .*"))
+        if label == labels[0]:
+            box = extents(tile)
+            pyatspi.Registry.generateMouseEvent(box.x + box.width // 2, box.y + box.height // 3,
+                                                pyatspi.MOUSE_B1D)
+        else:
+            press(app, "list item", tile.name)
         wait_node(app, "push button", "Back to the dashboard", "the module of %s to show" % label)
+        if label == labels[0]:
+            wait_for("the module of %s to run" % label, lambda: module_processes(host, label))
+            running = module_processes(host, label)
+            report.check(len(running) == 1, "a double-click on %s started %d processes" % (label, len(running)))
         wait_node(app, "push button", label, "a side bar entry for %s" % label)
         press(app, "push button", "Back to the dashboard")
         wait_node(app, "heading", "Home", "the dashboard again")
@@ -715,9 +744,12 @@ def main():
         report.page = "start"
         def check_live_lists_on_disk(app):
             check_live_lists(app, host)
+
+        def check_labels_of_one_module_by_pointer(app):
+            check_labels_of_one_module(app, host)
         steps = [check_home, check_folder, check_views, check_sort_announces, check_favorites, check_cloud,
                  check_resources, check_menu, check_about, check_settings, check_live_lists_on_disk,
-                 check_labels_of_one_module]
+                 check_labels_of_one_module_by_pointer]
         for step in steps:
             try:
                 step(app)
