@@ -195,6 +195,7 @@ struct XcbNativeWindowBackend::Private
         xcb_get_property_reply_t *reply = nullptr;
     };
     std::deque<Arrival> arrivals;
+    std::size_t queueLimit = MAX_QUEUED_MESSAGES;
     std::unordered_map<xcb_window_t, ArrivalHandler> arrivalHandlers;
     std::size_t requestedAhead = 0;      // leading arrivals whose read is asked
     std::uint64_t requestedBytes = 0;    // and their announced sizes
@@ -1699,7 +1700,7 @@ bool XcbNativeWindowBackend::queueNativeEvent(const char *eventType, std::size_t
         return false;
     // A sender beyond every limit: the oldest goes first, here, rather than memory growing
     // without end.
-    while (d->arrivals.size() >= std::size_t(MAX_QUEUED_MESSAGES))
+    while (d->arrivals.size() >= d->queueLimit)
         d->deliverOne(true);
     Private::Arrival arrival;
     arrival.event = *event;
@@ -1711,6 +1712,11 @@ bool XcbNativeWindowBackend::queueNativeEvent(const char *eventType, std::size_t
 int XcbNativeWindowBackend::queuedMessages() const
 {
     return int(d->arrivals.size());
+}
+
+void XcbNativeWindowBackend::setQueueLimit(int messages)
+{
+    d->queueLimit = std::size_t(std::clamp(messages, 1, int(MAX_QUEUED_MESSAGES)));
 }
 
 bool XcbNativeWindowBackend::isBackendTransport(const char *eventType, std::size_t eventTypeSize,

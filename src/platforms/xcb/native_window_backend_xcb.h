@@ -82,6 +82,9 @@ public:
     int pendingCopies() const;
     // Messages queued for handlers and not yet handed over.
     int queuedMessages() const;
+    // How many messages may wait before the oldest is handed over at once:
+    // MAX_QUEUED_MESSAGES, unless a test lowers it to reach the bound quickly.
+    void setQueueLimit(int messages);
     // Handles queued events of the backend's own connection: the receivers' acknowledgements
     // and the ends of watched windows. Every call does this first; a Qt event loop does it as
     // the events arrive.

@@ -94,6 +94,7 @@ private Q_SLOTS:
     void moduleFloodOfTenThousand();
     void floodLeavesTheEventLoopTurning();
     void arrivalHandlerRemovedReleasesTheSender();
+    void overfullQueueHandsOverTheOldestAtOnce();
     void moduleKilledInTheMiddleOfItsMessages();
     void hostileAnnouncements_data();
     void hostileAnnouncements();
@@ -394,6 +395,47 @@ void tst_XcbBackendX11::arrivalHandlerRemovedReleasesTheSender()
     QCoreApplication::sendPostedEvents();
     QCOMPARE(handled, 0);
     QCoreApplication::instance()->removeNativeEventFilter(&feeder);
+}
+
+// A sender beyond every limit: past the queue's bound the oldest message is handed over at once,
+// so the queue never grows past it, and every message still arrives, in order.
+void tst_XcbBackendX11::overfullQueueHandsOverTheOldestAtOnce()
+{
+    constexpr int LIMIT = 8;
+    constexpr int SENT = 20;
+    QWindow receiver;
+    receiver.create();
+    auto *x11 = static_cast<XcbNativeWindowBackend *>(m_backend.get());
+    x11->setQueueLimit(LIMIT);
+    QList<quint64> handed;
+    QVERIFY(x11->setArrivalHandler(receiver.winId(), [&](const Message &message) {
+        QCOMPARE(message.message, MessageId(0xC123));
+        handed.append(quint64(message.wParam));
+    }));
+    RawClient raw;
+    const QByteArray type("xcb_generic_event_t");
+    int mostQueued = 0;
+    for (int i = 0; i < SENT; ++i) {
+        xcb_client_message_event_t event{};
+        event.response_type = XCB_CLIENT_MESSAGE;
+        event.format = 32;
+        event.window = xcb_window_t(receiver.winId());
+        event.type = raw.atom("_KORVEX_WM_MESSAGE");
+        event.data.data32[0] = 0xC123;
+        event.data.data32[1] = std::uint32_t(i);
+        QVERIFY(x11->queueNativeEvent(type.constData(), std::size_t(type.size()), &event));
+        mostQueued = std::max(mostQueued, x11->queuedMessages());
+    }
+    QList<quint64> expected;
+    for (int i = 0; i < SENT; ++i)
+        expected.append(quint64(i));
+    // Before the event loop turned: the oldest went over as the bound was reached.
+    QCOMPARE(mostQueued, LIMIT);
+    QCOMPARE(handed, expected.mid(0, SENT - LIMIT));
+    QCOMPARE(x11->queuedMessages(), LIMIT);
+    QTRY_COMPARE(handed.size(), SENT);
+    QCOMPARE(handed, expected);
+    QVERIFY(x11->setArrivalHandler(receiver.winId(), {}));
 }
 
 void tst_XcbBackendX11::moduleKilledInTheMiddleOfItsMessages()
