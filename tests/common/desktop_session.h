@@ -346,7 +346,9 @@ inline bool waitForHostDrawn(const XServer &display, const QProcess &host, Dashb
             *window = display.findWindowOf(pid, display.root(), QSize(600, 400));
             return *window != XCB_NONE || host.state() != QProcess::Running;
         }, timeout)) {
-        *error = QStringLiteral("the dashboard's window did not appear");
+        *error = QStringLiteral("the dashboard's window did not appear (%1; a window manager %2)")
+                         .arg(display.describeWindowsOf(pid),
+                              display.windowManagerRuns() ? QStringLiteral("runs") : QStringLiteral("does not run"));
         return false;
     }
     if (host.state() != QProcess::Running) {

@@ -10,6 +10,8 @@
 #include <QList>
 #include <QPoint>
 #include <QRect>
+#include <QString>
+#include <QStringList>
 
 #include <xcb/xcb.h>
 
@@ -155,6 +157,30 @@ public:
             }
         }
         return XCB_NONE;
+    }
+
+    // Every window of that process below the root, with its map state, place and size, one per
+    // line: what a failed wait for the process's window saw.
+    QString describeWindowsOf(qint64 pid) const
+    {
+        static const char *const states[] = { "unmapped", "unviewable", "viewable" };
+        QStringList lines;
+        const QList<xcb_window_t> all = descendants(m_root);
+        for (const xcb_window_t w : all) {
+            if (pidOf(w) != pid)
+                continue;
+            Reply<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
+                    m_connection, xcb_get_window_attributes(m_connection, w), nullptr));
+            const QRect rect = rectOnScreen(w);
+            lines << QStringLiteral("0x%1 %2 %3x%4+%5+%6")
+                             .arg(w, 0, 16)
+                             .arg(QLatin1String(attributes && attributes->map_state <= 2
+                                                        ? states[attributes->map_state] : "gone"))
+                             .arg(rect.width()).arg(rect.height()).arg(rect.x()).arg(rect.y());
+        }
+        return QStringLiteral("%1 windows on the display, %2 of process %3%4%5")
+                .arg(all.size()).arg(lines.size()).arg(pid)
+                .arg(lines.isEmpty() ? QString() : QStringLiteral(": "), lines.join(QStringLiteral("; ")));
     }
 
     // A viewable window of another process than `except` below `below`.
