@@ -11,7 +11,7 @@ FocusScope {
 
     // A DashboardGlobal.LabelLocation of a cloud service.
     property int service: DashboardGlobal.LABEL_DROPBOX
-    property var entries: []
+    readonly property FileListModel listModel: cloudModel
     readonly property var services: [
         { location: DashboardGlobal.LABEL_DROPBOX, name: "Dropbox" },
         { location: DashboardGlobal.LABEL_GOOGLEDRIVE, name: "Google Drive" },
@@ -21,25 +21,21 @@ FocusScope {
     signal openLabel(DashboardCommonFileController controller, int id)
     signal favoriteRemoved()
 
-    function refresh() {
-        const all = page.favorites.getSearchedLabelFilesList()
-        const shown = []
-        for (let i = 0; i < all.length; ++i) {
-            if (all[i].cloudEnum === page.service)
-                shown.push(all[i])
-        }
-        page.entries = shown
-    }
     function remove(entry) {
         page.favorites.removeFavorite(true, entry.filePath + "/" + entry.labelFileName, entry.cloudEnum)
         page.favoriteRemoved()
     }
-    onServiceChanged: refresh()
-    Component.onCompleted: refresh()
+    // The favourites of the chosen service.
+    FileListModel {
+        id: cloudModel
+        controller: page.favorites
+        location: page.service
+    }
+    Component.onCompleted: cloudModel.refresh()
 
     Connections {
         target: page.favorites
-        function onListSorted() { page.refresh() }
+        function onListSorted() { cloudModel.refresh() }
     }
 
     ColumnLayout {
@@ -83,32 +79,29 @@ FocusScope {
                 anchors.fill: parent
                 anchors.margins: 6
                 clip: true
-                reuseItems: true
                 focus: true
                 activeFocusOnTab: true
                 keyNavigationEnabled: true
-                model: page.entries
+                model: cloudModel
                 Accessible.role: Accessible.List
                 Accessible.name: qsTr("Cloud labels")
                 delegate: FileRow {
-                    required property var modelData
-                    entry: modelData
                     width: view.width - 12
                     height: 44
                     favoritesMode: true
                     current: ListView.isCurrentItem
                     viewFocused: view.activeFocus && FocusFrames.shown
-                    onActivated: page.openLabel(page.favorites, modelData.id)
-                    onFavoriteToggled: page.remove(modelData)
+                    onActivated: page.openLabel(page.favorites, entry.id)
+                    onFavoriteToggled: page.remove(entry)
                 }
-                Keys.onReturnPressed: if (currentIndex >= 0) page.openLabel(page.favorites, page.entries[currentIndex].id)
-                Keys.onSpacePressed: if (currentIndex >= 0) page.remove(page.entries[currentIndex])
-                Keys.onDeletePressed: if (currentIndex >= 0) page.remove(page.entries[currentIndex])
+                Keys.onReturnPressed: if (currentIndex >= 0) page.openLabel(page.favorites, cloudModel.get(currentIndex).id)
+                Keys.onSpacePressed: if (currentIndex >= 0) page.remove(cloudModel.get(currentIndex))
+                Keys.onDeletePressed: if (currentIndex >= 0) page.remove(cloudModel.get(currentIndex))
             }
             EmptyState {
                 anchors.centerIn: parent
                 width: Math.min(parent.width - 48, 520)
-                visible: page.entries.length === 0
+                visible: cloudModel.count === 0
                 glyph: Theme.icons.cloud
                 title: qsTr("No cloud labels from this service")
                 message: qsTr("Labels you mark as favorites in a cloud folder of the modules are listed here.")

@@ -74,6 +74,15 @@ void FileListModel::setFolderMode(bool folderMode)
     Q_EMIT folderModeChanged();
 }
 
+void FileListModel::setLocation(int location)
+{
+    if (location == m_location)
+        return;
+    m_location = location;
+    Q_EMIT locationChanged();
+    refresh();
+}
+
 int FileListModel::rowCount(const QModelIndex &parent) const
 {
     return parent.isValid() ? 0 : int(m_rows.size());
@@ -120,7 +129,10 @@ void FileListModel::refresh()
     auto *labels = qobject_cast<MyLabelsController *>(m_controller.data());
     if (m_folderMode && labels && labels->getSearchString().isEmpty())
         labels->prependFolders();
-    replaceRows(m_controller->getSearchedLabelFilesList());
+    QList<DashboardFileInfoStruct> rows = m_controller->getSearchedLabelFilesList();
+    if (m_location >= 0)
+        rows.removeIf([this](const DashboardFileInfoStruct &record) { return record.cloudEnum != m_location; });
+    replaceRows(rows);
 }
 
 void FileListModel::reload()

@@ -26,6 +26,9 @@ class FileListModel : public QAbstractListModel
     Q_PROPERTY(DashboardCommonFileController *controller READ controller WRITE setController NOTIFY controllerChanged)
     // My Labels: the current folder's sub-folders go on top while no search is made.
     Q_PROPERTY(bool folderMode READ folderMode WRITE setFolderMode NOTIFY folderModeChanged)
+    // Only the entries of this DashboardGlobal::LabelLocation (a cloud service); -1, the
+    // default, shows every entry.
+    Q_PROPERTY(int location READ location WRITE setLocation NOTIFY locationChanged)
     Q_PROPERTY(int count READ rowCount NOTIFY countChanged)
     // A folder read is under way.
     Q_PROPERTY(bool reading READ isReading NOTIFY readingChanged)
@@ -40,6 +43,8 @@ public:
     void setController(DashboardCommonFileController *controller);
     bool folderMode() const { return m_folderMode; }
     void setFolderMode(bool folderMode);
+    int location() const { return m_location; }
+    void setLocation(int location);
     bool isReading() const { return m_reading; }
 
     int rowCount(const QModelIndex &parent = QModelIndex()) const override;
@@ -59,6 +64,7 @@ public:
 Q_SIGNALS:
     void controllerChanged();
     void folderModeChanged();
+    void locationChanged();
     void countChanged();
     void readingChanged();
     // A reload is done: the controller's lists are built again (the rows follow its
@@ -72,6 +78,7 @@ private:
 
     QPointer<DashboardCommonFileController> m_controller;
     bool m_folderMode = false;
+    int m_location = -1;
     bool m_reading = false;
     bool m_readAgain = false;
     QList<DashboardFileInfoStruct> m_rows;

@@ -3,6 +3,7 @@
 #include "folder_watch.h"
 
 #include <Controllers/my_labels_controller.h>
+#include <Controllers/favorites_controller.h>
 #include <Controllers/recently_viewed_controller.h>
 
 #include <QPersistentModelIndex>
@@ -88,6 +89,7 @@ private Q_SLOTS:
     void folderReplacedByAFile();
     void destroyedDuringARead();
     void otherListsReloadAtOnce();
+    void locationShowsTheEntriesOfOneService();
 
 private:
     // Reads the folder through the model, as the front end does, and waits for the rows.
@@ -376,6 +378,31 @@ void tst_FileListModel::otherListsReloadAtOnce()
     QCOMPARE(reloaded.count(), 1);
     QVERIFY(!model.isReading());
     QCOMPARE(rowNames(model), QStringList { QStringLiteral("Bravo.kxld") });
+}
+
+// The Cloud page shows the favourites of one service at a time.
+void tst_FileListModel::locationShowsTheEntriesOfOneService()
+{
+    const int dropbox = DashboardGlobal::LABEL_DROPBOX;
+    const int drive = DashboardGlobal::LABEL_GOOGLEDRIVE;
+    writeCloudFavorites({ QStringLiteral("%1plan.kxld").arg(dropbox), QStringLiteral("%1site.kxld").arg(dropbox),
+                          QStringLiteral("%1yard.kxld").arg(drive) });
+    FavoritesController favorites;
+    FileListModel model;
+    model.setController(&favorites);
+    connect(&favorites, &DashboardCommonFileController::listSorted, &model, &FileListModel::refresh);
+    model.reload();
+    QCOMPARE(model.rowCount(), 3);
+    QSignalSpy locationChanged(&model, &FileListModel::locationChanged);
+    model.setLocation(dropbox);
+    QCOMPARE(locationChanged.count(), 1);
+    QCOMPARE(rowNames(model), (QStringList { "plan.kxld", "site.kxld" }));
+    model.setLocation(drive);
+    QCOMPARE(rowNames(model), QStringList { QStringLiteral("yard.kxld") });
+    model.setLocation(DashboardGlobal::LABEL_ONEDRIVE);
+    QCOMPARE(model.rowCount(), 0);
+    model.setLocation(-1);
+    QCOMPARE(model.rowCount(), 3);
 }
 
 QTEST_GUILESS_MAIN(tst_FileListModel)
