@@ -111,13 +111,7 @@ QVariant FileListModel::get(int row) const
 int FileListModel::rowOf(const QVariant &entry) const
 {
     const QString key = keyOf(entry);
-    if (key.isEmpty())
-        return -1;
-    for (int i = 0; i < m_rows.size(); ++i) {
-        if (keyOf(m_rows.at(i)) == key)
-            return i;
-    }
-    return -1;
+    return key.isEmpty() ? -1 : int(m_keys.indexOf(key));
 }
 
 void FileListModel::refresh()
@@ -193,10 +187,8 @@ void FileListModel::replaceRows(const QList<DashboardFileInfoStruct> &rows)
     newKeys.reserve(rows.size());
     for (const DashboardFileInfoStruct &record : rows)
         newKeys.append(keyOf(record));
-    QStringList oldKeys;
-    oldKeys.reserve(m_rows.size());
-    for (const DashboardFileInfoStruct &record : std::as_const(m_rows))
-        oldKeys.append(keyOf(record));
+    QStringList oldKeys = m_keys;
+    m_keys = newKeys; // what the rows are once this is done, whichever way
     const QHash<QString, int> newRows = rowsByKey(newKeys);
     const QHash<QString, int> oldRows = rowsByKey(oldKeys);
 

@@ -82,6 +82,7 @@ private:
     bool m_reading = false;
     bool m_readAgain = false;
     QList<DashboardFileInfoStruct> m_rows;
+    QStringList m_keys; // what each row shows (folder, name, kind), in step with m_rows
     // Its own pool, so the destructor can wait for a read that is still running.
     QThreadPool m_pool;
 };
