@@ -5,6 +5,7 @@
 #include <QAbstractListModel>
 #include <QList>
 #include <QPointer>
+#include <QStringList>
 #include <QThreadPool>
 #include <QtQml/qqmlregistration.h>
 
@@ -58,8 +59,6 @@ public:
     Q_INVOKABLE int rowOf(const QVariant &entry) const;
     Q_INVOKABLE void refresh();
     Q_INVOKABLE void reload();
-
-    const QList<DashboardFileInfoStruct> &entries() const { return m_rows; }
 
 Q_SIGNALS:
     void controllerChanged();
