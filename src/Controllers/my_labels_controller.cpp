@@ -49,9 +49,14 @@ void MyLabelsController::ensureDefaultDirExists()
 
 void MyLabelsController::readFileHistoryMap()
 {
+    takeFavoriteKeys();
+    m_fileHistoryMap = loadFileHistoryMap();
+}
+
+void MyLabelsController::takeFavoriteKeys()
+{
     m_favoriteKeys = readFavoriteKeys();
     m_favoriteKeySet = QSet<QString>(m_favoriteKeys.cbegin(), m_favoriteKeys.cend());
-    m_fileHistoryMap = loadFileHistoryMap();
 }
 
 DashboardFileInfoStruct MyLabelsController::buildRecord(const QFileInfo &info)
@@ -97,15 +102,20 @@ void MyLabelsController::parseDirectory(QString dir)
 
 void MyLabelsController::updateFileLists()
 {
+    readLists(m_currentFolder);
+    searchLabelFileList();
+}
+
+void MyLabelsController::readLists(const QString &folder)
+{
     openSettingsFiles();
     m_labelFilesList.clear();
     m_folderList.clear();
     m_searchedLabelFilesList.clear();
     m_idCounter = 0;
     readFileHistoryMap();
-    parseDirectory(m_currentFolder);
+    parseDirectory(folder);
     closeSettingsFiles();
-    searchLabelFileList();
 }
 
 MyLabelsController::FolderListing MyLabelsController::readFolder(const QString &folder,
@@ -114,10 +124,7 @@ MyLabelsController::FolderListing MyLabelsController::readFolder(const QString &
     // A controller of the reading thread's own, so nothing is shared with the one shown.
     MyLabelsController reader;
     reader.setClock(clock);
-    reader.openSettingsFiles();
-    reader.readFileHistoryMap();
-    reader.parseDirectory(folder);
-    reader.closeSettingsFiles();
+    reader.readLists(folder);
     FolderListing listing;
     listing.folder = folder;
     listing.files = std::move(reader.m_labelFilesList);
@@ -131,9 +138,8 @@ bool MyLabelsController::updateFileLists(const FolderListing &listing)
     if (listing.folder != m_currentFolder)
         return false;
     openFavoriteSettings();
-    m_favoriteKeys = readFavoriteKeys();
+    takeFavoriteKeys();
     closeFavoriteSettings();
-    m_favoriteKeySet = QSet<QString>(m_favoriteKeys.cbegin(), m_favoriteKeys.cend());
     m_fileHistoryMap = listing.history;
     m_labelFilesList = listing.files;
     for (DashboardFileInfoStruct &record : m_labelFilesList)

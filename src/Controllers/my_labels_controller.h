@@ -56,6 +56,11 @@ protected:
 
 private:
     DashboardFileInfoStruct buildRecord(const QFileInfo &info);
+    // The folder's lists from disk, with the view dates and favourites they carry; the
+    // searched list is left empty.
+    void readLists(const QString &folder);
+    // Favourites from the dashboard's store, which must be open.
+    void takeFavoriteKeys();
     void walkForMatches(const QString &dir, const QString &lowerTerm);
     void appendSearched(const DashboardFileInfoStruct &record);
 
