@@ -21,6 +21,7 @@
 #include <deque>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -177,6 +178,9 @@ struct XcbNativeWindowBackend::Private
     xcb_atom_t atomXEmbed = XCB_NONE;
 
     std::unordered_map<xcb_window_t, WindowRecord> windows;
+    // Windows messages went to, watched (StructureNotify) since the server said they exist:
+    // their end reaches this connection as a DestroyNotify, so sends to them need no answer.
+    std::unordered_set<xcb_window_t> watchedTargets;
     std::unordered_map<xcb_window_t, PendingCopy> pending; // by carrier
     std::unordered_map<xcb_window_t, Backlog> backlogs;    // by receiving window
     std::uint64_t pendingBytes = 0;
@@ -345,6 +349,7 @@ struct XcbNativeWindowBackend::Private
     void forget(xcb_window_t window)
     {
         windows.erase(window);
+        watchedTargets.erase(window);
         auto it = pending.find(window);
         if (it != pending.end())
             settle(it);
@@ -852,7 +857,8 @@ struct XcbNativeWindowBackend::Private
             xcb_flush(connection);
     }
 
-    bool sendClientMessage(xcb_window_t window, xcb_atom_t type, const std::uint32_t data[5])
+    static xcb_client_message_event_t clientMessage(xcb_window_t window, xcb_atom_t type,
+                                                    const std::uint32_t data[5])
     {
         xcb_client_message_event_t event;
         std::memset(&event, 0, sizeof event);
@@ -861,9 +867,44 @@ struct XcbNativeWindowBackend::Private
         event.window = window;
         event.type = type;
         std::memcpy(event.data.data32, data, 5 * sizeof(std::uint32_t));
+        return event;
+    }
+
+    bool sendClientMessage(xcb_window_t window, xcb_atom_t type, const std::uint32_t data[5])
+    {
+        const xcb_client_message_event_t event = clientMessage(window, type, data);
         // No event mask: the event goes to the client that created the window, its owner.
         return checked(xcb_send_event_checked(connection, 0, window, XCB_EVENT_MASK_NO_EVENT,
                                               reinterpret_cast<const char *>(&event)));
+    }
+
+    // A message to a window's owner. The first one to a window waits for the server, which
+    // tells a window that is gone, and from then on this connection watches the window: its
+    // DestroyNotify, read at the start of every call, ends the watch, and later sends go out
+    // without waiting. A window destroyed by another client is gone for us once its
+    // DestroyNotify has come; a send that races it is lost, as one made just before would be.
+    bool sendToWindow(xcb_window_t window, xcb_atom_t type, const std::uint32_t data[5])
+    {
+        if (watchedTargets.count(window)) {
+            const xcb_client_message_event_t event = clientMessage(window, type, data);
+            xcb_send_event(connection, 0, window, XCB_EVENT_MASK_NO_EVENT,
+                           reinterpret_cast<const char *>(&event));
+            return true;
+        }
+        const auto state = attributes(window);
+        if (!state)
+            return false;
+        // Selections of this connection on the window are kept; StructureNotify is added.
+        if (!(state->your_event_mask & XCB_EVENT_MASK_STRUCTURE_NOTIFY)) {
+            const std::uint32_t mask[] = { state->your_event_mask
+                                           | XCB_EVENT_MASK_STRUCTURE_NOTIFY };
+            xcb_change_window_attributes(connection, window, XCB_CW_EVENT_MASK, mask);
+        }
+        // Checked: a window that went in between was never watched, and is not taken for one.
+        if (!sendClientMessage(window, type, data))
+            return false;
+        watchedTargets.insert(window);
+        return true;
     }
 
     bool supportsDelete(xcb_window_t window)
@@ -887,10 +928,10 @@ struct XcbNativeWindowBackend::Private
         }
         if (supportsDelete(window)) {
             const std::uint32_t data[5] = { atomDeleteWindow, XCB_CURRENT_TIME, 0, 0, 0 };
-            return sendClientMessage(window, atomProtocols, data);
+            return sendToWindow(window, atomProtocols, data);
         }
         const std::uint32_t data[5] = { WmClose, 0, 0, 0, 0 };
-        return sendClientMessage(window, atomMessage, data);
+        return sendToWindow(window, atomMessage, data);
     }
 
     bool plainMessage(xcb_window_t window, MessageId message, WParam wParam, LParam lParam)
@@ -899,7 +940,7 @@ struct XcbNativeWindowBackend::Private
         const std::uint64_t l = std::uint64_t(lParam);
         const std::uint32_t data[5] = { message, std::uint32_t(w), std::uint32_t(w >> 32),
                                         std::uint32_t(l), std::uint32_t(l >> 32) };
-        return sendClientMessage(window, atomMessage, data);
+        return sendToWindow(window, atomMessage, data);
     }
 
     LResult copyData(xcb_window_t target, WParam wParam, const CopyDataStruct *copy)
@@ -951,7 +992,7 @@ struct XcbNativeWindowBackend::Private
         const std::uint64_t w = wParam;
         const std::uint32_t data[5] = { carrier, serial, std::uint32_t(w), std::uint32_t(w >> 32),
                                         copy->cbData };
-        if (!sendClientMessage(target, atomCopyData, data)) {
+        if (!sendToWindow(target, atomCopyData, data)) {
             xcb_destroy_window(connection, carrier);
             xcb_flush(connection);
             return 0;

@@ -17,8 +17,9 @@ namespace KorvexNative {
 //    adds the window to the save-set, styles that X11 cannot express are kept per window;
 //  - messages are ClientMessage events to the window's owner; WM_COPYDATA bytes travel in a
 //    property of a short-lived window of the sender, which the receiver reads and destroys;
-//  - SendMessageW never waits for the receiving program, only for the X server: it returns
-//    1 once the message is queued for the window's owner and 0 when it cannot be.
+//  - SendMessageW never waits for the receiving program: it returns 1 once the message is on
+//    its way to the window's owner and 0 when the window is gone. Only the first message to a
+//    window waits for the X server; the backend then watches the window for its end.
 // Use it from one thread, the one that runs the Qt event loop of the process.
 class KORVEXDASHBOARD_EXPORT XcbNativeWindowBackend final : public NativeWindowBackend
 {
