@@ -74,6 +74,8 @@ constexpr std::uint16_t IGNORED_MODIFIERS[] = { 0, XCB_MOD_MASK_LOCK, XCB_MOD_MA
 // data is never byte-swapped by the server.
 constexpr char COPY_MAGIC[4] = { 'K', 'X', 'C', 'D' };
 constexpr std::uint32_t COPY_HEADER = 24; // magic, serial, cbData, reserved, dwData (8)
+// A payload this small (header included) is written with one request, from the stack.
+constexpr std::uint32_t SMALL_COPY = 4096;
 
 // Names of the display-wide table of registered messages, and the longest name (Windows'
 // atom names stop at 255 characters).
@@ -978,11 +980,23 @@ struct XcbNativeWindowBackend::Private
         putLe32(header + 4, serial);
         putLe32(header + 8, copy->cbData);
         putLe64(header + 16, copy->dwData);
-        xcb_change_property(connection, XCB_PROP_MODE_REPLACE, carrier, atomPayload, atomPayload,
-                            8, COPY_HEADER, header);
-        // One request may not exceed the server's limit: the bytes go in appended chunks.
         const auto *bytes = static_cast<const unsigned char *>(copy->lpData);
-        for (std::uint32_t done = 0; done < copy->cbData;) {
+        std::uint32_t done = 0;
+        if (COPY_HEADER + copy->cbData <= std::min(SMALL_COPY, maxChunk)) {
+            // The usual message: header and bytes in one request, one less for the server.
+            unsigned char whole[SMALL_COPY];
+            std::memcpy(whole, header, COPY_HEADER);
+            if (copy->cbData)
+                std::memcpy(whole + COPY_HEADER, bytes, copy->cbData);
+            xcb_change_property(connection, XCB_PROP_MODE_REPLACE, carrier, atomPayload,
+                                atomPayload, 8, COPY_HEADER + copy->cbData, whole);
+            done = copy->cbData;
+        } else {
+            xcb_change_property(connection, XCB_PROP_MODE_REPLACE, carrier, atomPayload,
+                                atomPayload, 8, COPY_HEADER, header);
+        }
+        // One request may not exceed the server's limit: the bytes go in appended chunks.
+        while (done < copy->cbData) {
             const std::uint32_t chunk = std::min(maxChunk, copy->cbData - done);
             xcb_change_property(connection, XCB_PROP_MODE_APPEND, carrier, atomPayload,
                                 atomPayload, 8, chunk, bytes + done);
