@@ -227,6 +227,9 @@ struct XcbNativeWindowBackend::Private
     std::vector<std::pair<xcb_window_t, EmbeddedFocusEvent>> focusEvents;
     bool focusDispatchQueued = false;
     bool drainScheduled = false;
+    // An event a call's round trip read into xcb's queue, taken out by afterCall to see
+    // whether there was one; the next drain handles it first.
+    xcb_generic_event_t *early = nullptr;
     xcb_window_t focusedEmbedded = XCB_NONE;
     // The embedder's window that holds the container of focusedEmbedded. Some window managers
     // (weston's) put the X focus back on it whenever anybody moves it elsewhere; the module then
@@ -514,7 +517,31 @@ struct XcbNativeWindowBackend::Private
     // A round trip reads every event that came before its reply into xcb's queue, where the
     // socket notifier never sees it: after each call, the queue is looked at once more from
     // the event loop.
-    void scheduleDrain() { postOnce(drainScheduled, &Private::drain); }
+    void scheduleDrain() { postOnce(drainScheduled, &Private::drainAndFlush); }
+
+    // From the event loop: also sends what calls left in the buffer (receipts, see
+    // acceptCopyData) if nothing sent it meanwhile.
+    void drainAndFlush()
+    {
+        drain();
+        if (ok())
+            xcb_flush(connection);
+    }
+
+    // The end of a call: the event loop is asked to drain only when the call left it
+    // something to do, a look that costs no system call. Most calls (a send to a watched
+    // window) leave nothing, and a posted call each time would wake the loop for nothing.
+    void afterCall()
+    {
+        if (!ok() || !notifier || drainScheduled)
+            return;
+        // First: looking for the answer may read the connection.
+        const bool answerCame = awaitingAnswer && !arrivals.empty() && answered(arrivals.front());
+        if (!early)
+            early = xcb_poll_for_queued_event(connection);
+        if (early || answerCame || !escaped.empty())
+            scheduleDrain();
+    }
 
     // Runs work once from the event loop, however often it is asked for before then. A posted
     // call, not a zero timer: Qt runs zero timers only when nothing else is pending, which a
@@ -533,13 +560,17 @@ struct XcbNativeWindowBackend::Private
     struct DrainLater
     {
         Private *d;
-        ~DrainLater() { d->scheduleDrain(); }
+        ~DrainLater() { d->afterCall(); }
     };
 
     void drain()
     {
         if (!ok())
             return;
+        if (xcb_generic_event_t *event = std::exchange(early, nullptr)) {
+            handleEvent(event);
+            std::free(event);
+        }
         while (xcb_generic_event_t *event = xcb_poll_for_event(connection)) {
             handleEvent(event);
             std::free(event);
@@ -1066,9 +1097,14 @@ struct XcbNativeWindowBackend::Private
         slot.copyData.dwData = std::uintptr_t(getLe64(value + 16));
         slot.copyData.cbData = size;
         slot.copyData.lpData = size ? slot.bytes.data() : nullptr;
-        // The receipt: the sender sees its carrier destroyed.
+        // The receipt: the sender sees its carrier destroyed. Asked now, so this connection
+        // never reads the carrier again, but sent with the next flush: the handler's reply,
+        // typically, or the drain the event loop runs next.
         xcb_destroy_window(connection, carrier);
-        xcb_flush(connection);
+        if (notifier)
+            scheduleDrain();
+        else
+            xcb_flush(connection);
 
         *storage = Message{};
         storage->hwnd = event->window;
@@ -1395,7 +1431,7 @@ XcbNativeWindowBackend::XcbNativeWindowBackend(const char *displayName) : d(new 
                                                         QSocketNotifier::Read);
         Private *p = d.get();
         QObject::connect(d->notifier.get(), &QSocketNotifier::activated, d->notifier.get(),
-                         [p] { p->drain(); });
+                         [p] { p->drainAndFlush(); });
     }
 }
 
@@ -1416,8 +1452,13 @@ XcbNativeWindowBackend::~XcbNativeWindowBackend()
         pollfd fd{ xcb_get_file_descriptor(d->connection), POLLIN, 0 };
         ::poll(&fd, 1, int(std::min<long long>(left, 50)));
     }
-    if (d->connection)
+    std::free(std::exchange(d->early, nullptr));
+    if (d->connection) {
+        // Receipts still in the buffer: their senders stop waiting for a reader.
+        if (d->ok())
+            xcb_flush(d->connection);
         xcb_disconnect(d->connection);
+    }
 }
 
 bool XcbNativeWindowBackend::isConnected() const
