@@ -4,9 +4,12 @@
 //  - request to reply through the native-window backend (a WM_COPYDATA request of the
 //    dashboard's typical size, answered by a WM_COPYDATA of the same size) against a raw
 //    ClientMessage ping-pong on plain xcb connections: median, p99, messages per second, and
-//    the ratio (target: within 3x);
+//    the ratio (target: median within 1.5x);
 //  - a status broadcast to 8 windows in 8 processes until all 8 have answered, against 8 raw
-//    ping-pongs sent the same way.
+//    ping-pongs sent the same way (target: median within 2.0x).
+// Each payload costs its receiver one round trip to the X server (its bytes are a property of
+// the sender's carrier window), which the raw peer does not make: two of them per request and
+// reply, on top of the peer's four hops between processes.
 #include "Controllers/qvipc_message.h"
 #include "native_window_system.h"
 #include "x11_bench_atoms.h"
@@ -192,7 +195,7 @@ int main(int argc, char **argv)
     const Stats r = stats(viaRaw, rawTotal);
     print("request to reply, backend WM_COPYDATA", b);
     print("peer: raw ClientMessage ping-pong", r);
-    std::printf("ratio backend/raw: median %.2fx, p99 %.2fx, throughput %.2fx (target: within 3x)\n",
+    std::printf("ratio backend/raw: median %.2fx, p99 %.2fx, throughput %.2fx (target: median within 1.5x)\n",
                 b.median / r.median, b.p99 / r.p99, r.perSecond / b.perSecond);
 
     std::vector<qint64> broadcast, rawEight;
@@ -220,7 +223,8 @@ int main(int argc, char **argv)
     const Stats sr = stats(rawEight, rawEightTotal);
     print("status broadcast to 8, until all 8 answered", sb);
     print("peer: 8 raw ping-pongs", sr);
-    std::printf("ratio broadcast/raw: median %.2fx, p99 %.2fx\n", sb.median / sr.median, sb.p99 / sr.p99);
+    std::printf("ratio broadcast/raw: median %.2fx, p99 %.2fx (target: median within 2.0x)\n",
+                sb.median / sr.median, sb.p99 / sr.p99);
 
     for (auto &child : children) {
         child->kill();
