@@ -13,6 +13,7 @@ Item {
 
     // A DashboardPage.Page.
     property int page: DashboardPage.Home
+    readonly property int moduleBarHeight: 44
     property var dashMain: dashMainComponent.createObject(root)
     readonly property alias navigationBar: navBar
     readonly property alias homePage: homePage
@@ -338,7 +339,7 @@ Item {
                 id: moduleBar
                 objectName: "moduleBar"
                 Layout.fillWidth: true
-                Layout.preferredHeight: moduleHost.shownApp !== DashboardGlobal.APP_NULL ? 44 : 0
+                Layout.preferredHeight: moduleHost.shownApp !== DashboardGlobal.APP_NULL ? root.moduleBarHeight : 0
                 clip: true
                 enabled: moduleHost.shownApp !== DashboardGlobal.APP_NULL
                 color: Theme.surface
@@ -456,15 +457,17 @@ Item {
         }
     }
 
-    // Where module windows go: the page area, in the coordinates of this item, which fills
-    // the window's content item.
+    // Where module windows go: the page area as it is while a module is shown, below the
+    // module bar, in the coordinates of this item, which fills the window's content item. A
+    // module's window is so placed at its final size before the bar appears: a window resized
+    // just after it was mapped draws twice, and a compositor may keep the first picture.
     Item {
         id: moduleArea
         objectName: "moduleArea"
         x: navBar.width
-        y: pageArea.y
+        y: contentColumn.y + moduleBar.y + root.moduleBarHeight
         width: pageArea.width
-        height: pageArea.height
+        height: contentColumn.y + contentColumn.height - y
         Accessible.role: Accessible.Pane
         Accessible.name: moduleHost.shownName
         Accessible.ignored: moduleHost.shownApp === DashboardGlobal.APP_NULL

@@ -24,6 +24,7 @@ private Q_SLOTS:
 
     void coversThePageAreaInDevicePixels();
     void followsTheWindowWhenItIsResized();
+    void placedAtItsFinalSizeAtOnce();
     void windowKeptByItsManagerIsSaidInTheWindow();
 
 private:
@@ -123,6 +124,27 @@ void tst_ModuleEmbedding::followsTheWindowWhenItIsResized()
     QTRY_VERIFY(nativeRect(container) != before);
     QTRY_COMPARE(nativeRect(container), expectedNativeRect());
     QCOMPARE(nativeRect(m_module).size(), expectedNativeRect().size());
+}
+
+// The bar that comes with a shown module does not resize the module's window just after it
+// was mapped: the window is placed where it stays, and draws once.
+void tst_ModuleEmbedding::placedAtItsFinalSizeAtOnce()
+{
+    m_backend->clearCalls();
+    QVERIFY(embedModule());
+    auto *bar = m_host->rootItem()->findChild<QQuickItem *>(QStringLiteral("moduleBar"));
+    QVERIFY(bar);
+    QTRY_VERIFY(bar->height() > 0);
+    QList<QSize> sizes;
+    const auto calls = m_backend->callsTo(QStringLiteral("SetWindowPos"));
+    for (const auto &call : calls) {
+        if (call.arguments.at(0).toULongLong() == quint64(m_module))
+            sizes << QSize(call.arguments.at(4).toInt(), call.arguments.at(5).toInt());
+    }
+    QVERIFY(!sizes.isEmpty());
+    for (const QSize &size : std::as_const(sizes))
+        QCOMPARE(size, expectedNativeRect().size());
+    QCOMPARE(nativeRect(m_backend->window(m_module).parent), expectedNativeRect());
 }
 
 void tst_ModuleEmbedding::windowKeptByItsManagerIsSaidInTheWindow()
