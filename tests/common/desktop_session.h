@@ -67,7 +67,8 @@ inline QList<WindowManager> windowManagers()
     return {
         { "none", nullptr, {}, false },
         { "openbox", "openbox", { QStringLiteral("--sm-disable") }, false },
-        { "xfwm4", "xfwm4", { QStringLiteral("--compositor=off"), QStringLiteral("--sm-client-disable") }, false },
+        // Without a session bus for its settings (xfconf) xfwm4 exits at once.
+        { "xfwm4", "xfwm4", { QStringLiteral("--compositor=off"), QStringLiteral("--sm-client-disable") }, true },
         { "metacity", "metacity", { QStringLiteral("--sm-disable"), QStringLiteral("--replace") }, false },
         { "fluxbox", "fluxbox", {}, false, fluxboxWithoutWallpaper },
         { "mutter", "mutter", { QStringLiteral("--x11"), QStringLiteral("--replace"), QStringLiteral("--sm-disable") }, true },
