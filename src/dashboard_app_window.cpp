@@ -38,6 +38,8 @@ DashboardAppWindow::~DashboardAppWindow()
         m_filteredWindow->removeEventFilter(this);
     if (m_watchingFocus && m_containerWindow)
         m_backend->watchEmbeddedFocus(m_containerWindow, {});
+    if (m_watchingEmbedding && m_containerWindow)
+        m_backend->watchEmbedding(m_containerWindow, {});
     takeKeyboardBack();
     if (m_containerWindow && m_backend->isWindow(m_containerWindow) && m_moduleWindow)
         m_backend->sendMessage(m_moduleWindow, WmClose, 0, 0);
@@ -160,6 +162,12 @@ void DashboardAppWindow::attachWindow()
                     if (self)
                         self->handleModuleFocus(what);
                 });
+        // A window manager that takes the window away for good, after it was embedded: said
+        // as a window that could not be taken in.
+        m_watchingEmbedding = m_backend->watchEmbedding(m_containerWindow, [self] {
+            if (self)
+                self->embeddingFailedEvent();
+        });
         setActiveFocusOnTab(true);
     }
 }
@@ -384,6 +392,10 @@ void DashboardAppWindow::checkWindowStatus()
     if (m_watchingFocus) {
         m_backend->watchEmbeddedFocus(m_containerWindow, {});
         m_watchingFocus = false;
+    }
+    if (m_watchingEmbedding) {
+        m_backend->watchEmbedding(m_containerWindow, {});
+        m_watchingEmbedding = false;
     }
     m_backend->sendMessage(m_containerWindow, WmClose, 0, 0);
     m_containerWindow = 0;

@@ -105,6 +105,7 @@ private:
     bool m_covered = false;
     bool m_keyboardInModule = false;
     bool m_watchingFocus = false;
+    bool m_watchingEmbedding = false;
     QPointer<QQuickWindow> m_filteredWindow;
     // Qt Quick's layer of popups in the item's window, found once it exists.
     QPointer<QQuickItem> m_popupLayer;

@@ -216,6 +216,19 @@ public:
         (void)message;
         return false;
     }
+
+    // The window embedded in a container left it for good, added after the calls above. Where
+    // a window manager may take a window back from its embedder (X11), the backend takes it
+    // back a few times; once it gives up, watchEmbedding calls lost from the event loop, never
+    // inside a call of this interface. An empty handler stops watching. The default (false)
+    // suits systems where nothing takes a child window away.
+    using EmbeddingLostHandler = std::function<void()>;
+    virtual bool watchEmbedding(WindowHandle container, EmbeddingLostHandler lost)
+    {
+        (void)container;
+        (void)lost;
+        return false;
+    }
 };
 
 } // namespace KorvexNative

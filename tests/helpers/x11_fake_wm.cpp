@@ -5,6 +5,7 @@
 //   x11_fake_wm keep       never lets go
 //   x11_fake_wm destroy    destroys a window that asks to be withdrawn
 //   x11_fake_wm grabback   lets go, then takes the window back once from wherever it went
+//   x11_fake_wm grabalways lets go, then takes the window back every time it goes elsewhere
 // FAKE_WM_TRACE set: every event and decision on standard error.
 #include <xcb/xcb.h>
 
@@ -107,7 +108,7 @@ int main(int argc, char **argv)
                     xcb_reparent_window(c, unmap->window, root, 0, 0);
                     xcb_change_save_set(c, XCB_SET_MODE_DELETE, unmap->window);
                     setState(unmap->window, 0);
-                    if (mode == "grabback" && !grabbedBack.count(unmap->window))
+                    if ((mode == "grabback" && !grabbedBack.count(unmap->window)) || mode == "grabalways")
                         released.insert(unmap->window);
                 }
                 xcb_destroy_window(c, it->second);

@@ -105,6 +105,7 @@ void MemoryNativeWindowBackend::destroyWindow(WindowHandle handle)
             children << window.handle;
     m_windows.remove(handle);
     m_handlers.remove(handle);
+    m_lostWatchers.remove(handle);
     for (WindowHandle child : std::as_const(children))
         destroyWindow(child);
 }
@@ -331,6 +332,27 @@ bool MemoryNativeWindowBackend::reportEmbeddedFocus(WindowHandle container, Embe
     // A copy: the handler may stop watching.
     const EmbeddedFocusHandler handler = *it;
     handler(what);
+    return true;
+}
+
+bool MemoryNativeWindowBackend::watchEmbedding(WindowHandle container, EmbeddingLostHandler lost)
+{
+    if (!windowExists(container))
+        return false;
+    if (lost)
+        m_lostWatchers.insert(container, std::move(lost));
+    else
+        m_lostWatchers.remove(container);
+    return true;
+}
+
+bool MemoryNativeWindowBackend::reportEmbeddingLost(WindowHandle container)
+{
+    const auto it = m_lostWatchers.constFind(container);
+    if (it == m_lostWatchers.constEnd())
+        return false;
+    const EmbeddingLostHandler lost = *it; // a copy: the handler may stop watching
+    lost();
     return true;
 }
 

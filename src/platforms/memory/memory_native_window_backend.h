@@ -122,6 +122,13 @@ public:
     // it; false when nobody watches that container.
     bool reportEmbeddedFocus(KorvexNative::WindowHandle container,
                              KorvexNative::EmbeddedFocusEvent what);
+    // Plays a window manager that took the window embedded in container away for good; false
+    // when nobody watches that container.
+    bool reportEmbeddingLost(KorvexNative::WindowHandle container);
+    bool isWatchingEmbedding(KorvexNative::WindowHandle container) const
+    {
+        return m_lostWatchers.contains(container);
+    }
 
     // --- NativeWindowBackend ---
     const char *name() const override { return "memory"; }
@@ -154,6 +161,7 @@ public:
     bool focusEmbeddedWindow(KorvexNative::WindowHandle window,
                              KorvexNative::EmbeddedFocus detail) override;
     bool focusEmbedder(KorvexNative::WindowHandle topLevel) override;
+    bool watchEmbedding(KorvexNative::WindowHandle container, EmbeddingLostHandler lost) override;
 
 private:
     Call &record(const QString &function, const QVariantList &arguments);
@@ -167,6 +175,7 @@ private:
     QHash<QString, KorvexNative::MessageId> m_registered;
     KorvexNative::WindowHandle m_nextHandle = 0x10000;
     QHash<KorvexNative::WindowHandle, KorvexNative::EmbeddedFocusHandler> m_focusWatchers;
+    QHash<KorvexNative::WindowHandle, EmbeddingLostHandler> m_lostWatchers;
     QStringList m_focusLog;
     KorvexNative::WindowHandle m_focused = 0;
 };

@@ -224,6 +224,7 @@ struct XcbNativeWindowBackend::Private
     // Containers whose embedded windows' keyboard focus the embedder follows, and what the
     // user did there, to be told from the event loop.
     std::unordered_map<xcb_window_t, EmbeddedFocusHandler> focusWatchers;
+    std::unordered_map<xcb_window_t, EmbeddingLostHandler> lostWatchers; // by container
     std::vector<std::pair<xcb_window_t, EmbeddedFocusEvent>> focusEvents;
     bool focusDispatchQueued = false;
     bool drainScheduled = false;
@@ -408,6 +409,7 @@ struct XcbNativeWindowBackend::Private
             forget(window);
             embedded.erase(window);
             focusWatchers.erase(window);
+            lostWatchers.erase(window);
             if (focusedEmbedded == window)
                 focusedEmbedded = XCB_NONE;
             if (focusHolder == window)
@@ -596,6 +598,20 @@ struct XcbNativeWindowBackend::Private
         // Handlers run from the event loop: they may call back into the backend.
         QMetaObject::invokeMethod(notifier.get(), [this] { dispatchFocusEvents(); },
                                   Qt::QueuedConnection);
+    }
+
+    // From the event loop: the handler may call back into the backend.
+    void reportLost(xcb_window_t container)
+    {
+        if (!notifier || !lostWatchers.count(container))
+            return;
+        QMetaObject::invokeMethod(notifier.get(), [this, container] {
+            const auto it = lostWatchers.find(container);
+            if (it == lostWatchers.end())
+                return;
+            const EmbeddingLostHandler lost = it->second; // a copy: it may stop watching
+            lost();
+        }, Qt::QueuedConnection);
     }
 
     void dispatchFocusEvents()
@@ -857,12 +873,14 @@ struct XcbNativeWindowBackend::Private
                          "where it is.",
                          unsigned(window), unsigned(container));
                 embedded.erase(it);
+                reportLost(container);
                 continue;
             }
             KX_DEBUG(lcWindow, "Window %u left its container %u; taking it back.",
                      unsigned(window), unsigned(container));
             if (!takeFromWindowManager(window) || !reparentInto(window, container, 0, 0)) {
                 embedded.erase(window);
+                reportLost(container);
                 continue;
             }
             xcb_map_window(connection, window);
@@ -1839,6 +1857,19 @@ bool XcbNativeWindowBackend::isKeyForEmbedded(const char *eventType, std::size_t
         return false;
     const auto *key = static_cast<const xcb_key_press_event_t *>(message);
     return d->focusHolder != XCB_NONE && d->focusedEmbedded != XCB_NONE && key->event == d->focusHolder;
+}
+
+bool XcbNativeWindowBackend::watchEmbedding(WindowHandle container, EmbeddingLostHandler lost)
+{
+    d->drain();
+    const Private::DrainLater later{ d.get() };
+    if (!d->ok() || !isXid(container) || !d->attributes(xcb_window_t(container)))
+        return false;
+    if (lost)
+        d->lostWatchers[xcb_window_t(container)] = std::move(lost);
+    else
+        d->lostWatchers.erase(xcb_window_t(container));
+    return true;
 }
 
 bool XcbNativeWindowBackend::watchEmbeddedFocus(WindowHandle container,

@@ -121,6 +121,7 @@ public:
     bool windowImage(WindowHandle window, WindowImage *image) override;
     bool isKeyForEmbedded(const char *eventType, std::size_t eventTypeSize,
                           const void *message) const override;
+    bool watchEmbedding(WindowHandle container, EmbeddingLostHandler lost) override;
 
 private:
     struct Private;

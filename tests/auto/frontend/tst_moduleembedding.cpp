@@ -25,6 +25,7 @@ private Q_SLOTS:
     void coversThePageAreaInDevicePixels();
     void followsTheWindowWhenItIsResized();
     void placedAtItsFinalSizeAtOnce();
+    void windowKeptByItsManagerIsSaidInTheWindow_data();
     void windowKeptByItsManagerIsSaidInTheWindow();
 
 private:
@@ -147,10 +148,26 @@ void tst_ModuleEmbedding::placedAtItsFinalSizeAtOnce()
     QCOMPARE(nativeRect(m_backend->window(m_module).parent), expectedNativeRect());
 }
 
+void tst_ModuleEmbedding::windowKeptByItsManagerIsSaidInTheWindow_data()
+{
+    QTest::addColumn<bool>("later");
+    QTest::newRow("never let go") << false;
+    QTest::newRow("taken away for good after it was embedded") << true;
+}
+
 void tst_ModuleEmbedding::windowKeptByItsManagerIsSaidInTheWindow()
 {
-    m_backend->setKeptByWindowManager(m_module, true);
-    QVERIFY(!embedModule());
+    QFETCH(bool, later);
+    if (later) {
+        const WindowHandle container = embedModule();
+        QVERIFY(container);
+        QCoreApplication::processEvents();
+        QVERIFY(!moduleNotice()->property("shown").toBool());
+        QVERIFY(m_backend->reportEmbeddingLost(container));
+    } else {
+        m_backend->setKeptByWindowManager(m_module, true);
+        QVERIFY(!embedModule());
+    }
     QQuickItem *notice = moduleNotice();
     QVERIFY(notice);
     QTRY_VERIFY(notice->property("shown").toBool());

@@ -127,6 +127,7 @@ private Q_SLOTS:
     void takesAFramedWindow_data();
     void takesAFramedWindow();
     void managerThatNeverLetsGo();
+    void managerThatTakesItBackForGood();
     void windowThatDiesWhileTaken();
     void windowNeverShownNeedsNoManager();
     void embeddedWindowIsToldItsEmbedder();
@@ -260,6 +261,36 @@ void tst_XcbEmbeddingX11::managerThatNeverLetsGo()
     // The backend goes on working.
     QVERIFY(m_backend->isWindow(m_container));
     QVERIFY(m_backend->setWindowPos(m_container, 0, 10, 10, 300, 200, SwpNoZOrder));
+}
+
+// A manager that frames the window again each time it is taken: the backend takes it back a
+// few times, then leaves it with the manager and says so to whoever watches the container.
+void tst_XcbEmbeddingX11::managerThatTakesItBackForGood()
+{
+    startWindowManager("grabalways");
+    const xcb_window_t window = framedWindow();
+    QVERIFY(window);
+    int lost = 0;
+    QVERIFY(m_backend->watchEmbedding(m_container, [&lost] { ++lost; }));
+    QVERIFY(m_backend->setParent(window, m_container) != 0);
+    QVERIFY(m_backend->setWindowPos(window, 0, 0, 0, 400, 300, SwpShowWindow));
+    QTRY_COMPARE_WITH_TIMEOUT(lost, 1, WAIT_MS);
+    // Every take was answered by a frame: the first, then one per take back.
+    int frames = 0;
+    QTRY_COMPARE_WITH_TIMEOUT(([&] {
+                                  while (m_wm->canReadLine()) {
+                                      if (m_wm->readLine().trimmed() == "framed " + QByteArray::number(window))
+                                          ++frames;
+                                  }
+                                  return frames;
+                              }()),
+                              XcbNativeWindowBackend::MAX_RETAKES + 1, WAIT_MS);
+    m_raw->sync();
+    QVERIFY(m_raw->parentOf(window) != xcb_window_t(m_container));
+    QCOMPARE(lost, 1);
+    // The backend goes on working, and a container nobody watches says nothing.
+    QVERIFY(m_backend->watchEmbedding(m_container, {}));
+    QVERIFY(m_backend->isWindow(m_container));
 }
 
 void tst_XcbEmbeddingX11::windowThatDiesWhileTaken()
