@@ -125,10 +125,6 @@ public:
     // Plays a window manager that took the window embedded in container away for good; false
     // when nobody watches that container.
     bool reportEmbeddingLost(KorvexNative::WindowHandle container);
-    bool isWatchingEmbedding(KorvexNative::WindowHandle container) const
-    {
-        return m_lostWatchers.contains(container);
-    }
 
     // --- NativeWindowBackend ---
     const char *name() const override { return "memory"; }
