@@ -3,7 +3,7 @@
 // process (this program again, in the role named by its first argument); the parent times
 // it from the start of the process to the child's report of its first frame. The host's
 // first frame is its shell; the time to the first frame of the whole front end (the Home
-// page drawn) is printed beside it. A second peer, an empty QML Window loaded by a
+// page drawn with its labels listed) is printed beside it. A second peer, an empty QML Window loaded by a
 // QQmlApplicationEngine, shows what a QML engine costs before any of the dashboard's own work.
 
 #include "dashboard_host.h"
@@ -22,6 +22,7 @@
 #include <QTextStream>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 
 namespace {
@@ -41,6 +42,16 @@ long residentKiB()
 }
 
 enum class Role { Host, EmptyWindow, QmlWindow };
+
+// The front end is in and Home's shown list is filled (no busy indicator over it).
+bool homeListed(DashboardHost *dashboard)
+{
+    if (!dashboard->isReady())
+        return false;
+    const auto *home = dashboard->rootItem()->property("homePage").value<QObject *>();
+    const auto *list = home ? home->property("currentList").value<QObject *>() : nullptr;
+    return list && !list->property("busy").toBool();
+}
 
 // The child: show the window, and report the resident memory after its first frame.
 int child(int argc, char *argv[], Role role)
@@ -71,19 +82,29 @@ int child(int argc, char *argv[], Role role)
         empty->show();
         window = empty.get();
     }
-    // Every role reports its first frame; the host also the first frame of its whole front end.
+    // Every role reports its first frame; the host also its first frame of the whole front end
+    // with Home's shown list filled. What a frame shows is decided when its scene is
+    // synchronised: frames may swap on the render thread, and a shell frame's swap can be
+    // reported after the front end is made.
+    std::atomic<bool> syncedComplete = false;
+    QObject::connect(window, &QQuickWindow::beforeSynchronizing, window, [&] {
+        // The GUI thread waits while the scene is synchronised.
+        syncedComplete = !dashboard || homeListed(dashboard.get());
+    }, Qt::DirectConnection);
     bool first = true;
-    QObject::connect(window, &QQuickWindow::frameSwapped, &app, [&] {
-        if (first)
-            std::printf("frame %ld\n", residentKiB());
-        first = false;
-        const bool complete = !dashboard || dashboard->isReady();
-        if (dashboard && complete)
-            std::printf("complete %ld\n", residentKiB());
-        std::fflush(stdout);
-        if (complete)
-            QCoreApplication::exit(0);
-    }, Qt::QueuedConnection);
+    QObject::connect(window, &QQuickWindow::frameSwapped, window, [&] {
+        const bool complete = syncedComplete;
+        QMetaObject::invokeMethod(&app, [&, complete] {
+            if (first)
+                std::printf("frame %ld\n", residentKiB());
+            first = false;
+            if (dashboard && complete)
+                std::printf("complete %ld\n", residentKiB());
+            std::fflush(stdout);
+            if (complete)
+                QCoreApplication::exit(0);
+        }, Qt::QueuedConnection);
+    }, Qt::DirectConnection);
     if (dashboard)
         QObject::connect(dashboard.get(), &DashboardHost::failed, &app, [] { QCoreApplication::exit(2); });
     return app.exec();
@@ -200,6 +221,9 @@ int main(int argc, char *argv[])
         << "second peer, an empty QML Window through QQmlApplicationEngine, same run:\n"
         << "  start to first frame   " << median(qmlMs) << " ms (host ratio "
         << median(hostMs) / median(qmlMs) << ")\n"
-        << "  resident memory        " << median(qmlKiB) / 1024.0 << " MiB\n";
+        << "  resident memory        " << median(qmlKiB) / 1024.0 << " MiB\n"
+        << "Home page drawn with its labels listed, against the empty QML Window (target 1.3 each):\n"
+        << "  time                   " << median(completeMs) / median(qmlMs) << '\n'
+        << "  resident memory        " << median(completeKiB) / median(qmlKiB) << '\n';
     return 0;
 }
