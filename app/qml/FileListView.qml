@@ -58,6 +58,13 @@ FocusScope {
         list.busy = true
         fillTimer.restart()
     }
+    // Fills the list without waiting for the busy indicator to show first: the first frame
+    // lists the labels instead. A folder read keeps the list busy until it is in.
+    function fill() {
+        list.busy = true
+        fillTimer.stop()
+        fileModel.reload()
+    }
     function applySearch(text) {
         list.searchText = text
         list.controller.setSearchString(text)
@@ -210,7 +217,8 @@ FocusScope {
 
     Loader {
         anchors.centerIn: parent
-        active: list.busy
+        // A hidden list waiting to be filled spins nothing.
+        active: list.busy && list.visible
         sourceComponent: BusyIndicator {
             objectName: "listBusyIndicator"
             running: true

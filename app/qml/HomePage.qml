@@ -24,6 +24,8 @@ FocusScope {
     readonly property alias recentList: recentList
     readonly property alias labelList: labelList
     readonly property alias favoriteList: favoriteList
+    // The lists fillShown() left for fillHidden().
+    property var unfilledLists: []
 
     signal openLabel(DashboardCommonFileController controller, int id)
     signal bannerOpened(int bannerType)
@@ -61,6 +63,27 @@ FocusScope {
         labelList.reload()
         favoriteList.reload()
         folderState.update()
+    }
+    // At start the shown list is filled at once, so that the first frame lists its labels;
+    // the others wait, busy, for fillHidden() once that frame is out.
+    function fillShown() {
+        folderState.update()
+        const waiting = []
+        for (const list of [recentList, labelList, favoriteList]) {
+            if (list === page.currentList) {
+                list.fill()
+            } else {
+                list.busy = true
+                waiting.push(list)
+            }
+        }
+        page.unfilledLists = waiting
+    }
+    function fillHidden() {
+        const waiting = page.unfilledLists
+        page.unfilledLists = []
+        for (const list of waiting)
+            list.fill()
     }
 
     QtObject {

@@ -68,11 +68,15 @@ Item {
             shown.forceActiveFocus()
     }
     function makeDeferredParts() {
+        homePage.fillHidden()
+        root.makeOverflowMenu()
+    }
+    function makeOverflowMenu() {
         if (!root.overflowMenu)
             root.overflowMenu = overflowMenuComponent.createObject(root) as OverflowMenu
     }
     function openOverflowMenu() {
-        root.makeDeferredParts()
+        root.makeOverflowMenu()
         // Over a module too: the module's window stands aside while the menu is open.
         const button = navBar.overflowButton
         root.overflowMenu.popup(button, button.width + 4, button.height - root.overflowMenu.implicitHeight)
@@ -222,7 +226,7 @@ Item {
     Component.onCompleted: {
         root.applyPalette()
         myLabels.setRootFolder(root.host.labelFolder)
-        homePage.reloadAll()
+        homePage.fillShown()
     }
 
     Rectangle {

@@ -20,8 +20,8 @@ inline QString dashboardSettingsFile()
 }
 
 // Starts the real front end and waits until a user could use it: the window shown at a
-// desktop size and active, and the Home lists filled (a busy indicator spins over a list for a
-// moment after start). The old dashboard goes first: both would share the process's stores.
+// desktop size and active, and the Home lists filled (the other tabs' lists fill once the
+// first frame is out). The old dashboard goes first: both would share the process's stores.
 inline bool startUsableHost(std::unique_ptr<DashboardHost> *host, const DashboardHost::Options &options)
 {
     host->reset();

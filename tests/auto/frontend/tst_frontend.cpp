@@ -66,6 +66,7 @@ private Q_SLOTS:
     void loadsWithoutWarnings();
     void shellFirst_data();
     void shellFirst();
+    void homeListsItsLabelsInItsFirstFrame();
     void frontEndThatFailsAfterTheShell_data();
     void frontEndThatFailsAfterTheShell();
     void everyPageFromTheNavigationBar();
@@ -362,6 +363,42 @@ void tst_Frontend::shellFirst()
     QCOMPARE(find("navigationBar")->property("color").value<QColor>(), shellSideBar);
     // In English the side bar keeps the shell's width: nothing moves when the front end comes.
     QCOMPARE(find("navigationBar")->property("width").toInt(), WindowShell::SIDE_BAR_MINIMUM_WIDTH);
+}
+
+// The first frame of the front end lists the recently viewed labels, rather than a busy
+// indicator over them; the lists of the other tabs are filled once that frame is out.
+void tst_Frontend::homeListsItsLabelsInItsFirstFrame()
+{
+    m_host = std::make_unique<DashboardHost>();
+    DashboardHost::Options options;
+    options.labelFolder = m_dir->filePath(QStringLiteral("labels"));
+    QVERIFY(m_host->start(options));
+    QQuickWindow *window = m_host->window();
+    // Taken when the scene of each frame is synchronised: what that frame shows.
+    int frontEndFrames = 0;
+    int recentCount = -1;
+    bool recentBusy = true;
+    bool spinner = true;
+    bool labelsBusy = false;
+    connect(window, &QQuickWindow::beforeSynchronizing, this, [&] {
+        if (!m_host->isReady() || frontEndFrames++ > 0)
+            return;
+        QObject *recent = find("recentList");
+        recentCount = recent->property("count").toInt();
+        recentBusy = recent->property("busy").toBool();
+        spinner = !findItems(recent, QStringLiteral("listBusyIndicator")).isEmpty();
+        labelsBusy = find("labelList")->property("busy").toBool();
+    }, Qt::DirectConnection);
+    QTRY_VERIFY(frontEndFrames > 0);
+    QVERIFY(!recentBusy);
+    QVERIFY(!spinner);
+    QCOMPARE(recentCount, 5);
+    // Not filled yet, and saying so to anyone who switches to it.
+    QVERIFY(labelsBusy);
+    for (const char *list : { "labelList", "favoriteList" })
+        QTRY_VERIFY(!find(list)->property("busy").toBool());
+    QCOMPARE(find("labelList")->property("count").toInt(), 11);
+    QCOMPARE(find("favoriteList")->property("count").toInt(), 1);
 }
 
 void tst_Frontend::frontEndThatFailsAfterTheShell_data()

@@ -63,7 +63,7 @@ void tst_FrontendKeyboard::init()
 }
 
 // Starts the dashboard on a fresh label folder, with its sample labels when seeded, and waits
-// until its lists are filled: a busy indicator spins over a list for a moment after start.
+// until its lists are filled: the other tabs' lists fill once the first frame is out.
 bool tst_FrontendKeyboard::startHost(bool seed)
 {
     DashboardHost::Options options;
