@@ -140,17 +140,35 @@ Rectangle {
                             Accessible.role: Accessible.Heading
                             Accessible.name: text
                         }
-                        NavButton {
-                            objectName: visible ? "nav_" + entry.modelData.navType + "_" + entry.modelData.navAppType : ""
-                            visible: !bar.isLink(entry.modelData)
+                        // One control per entry, a button or a link: the side bar is on the
+                        // first screen, and each entry made both.
+                        Loader {
+                            id: control
                             width: parent.width
-                            text: entry.modelData.navName
-                            glyph: entry.modelData.navIcon
-                            selected: bar.isSelected(entry.modelData)
-                            loading: bar.isModule(entry.modelData) && bar.loadingApps[entry.modelData.navAppType] === true
-                            running: bar.isModule(entry.modelData) && bar.runningApps[entry.modelData.navAppType] === true
-                            onClicked: bar.activated(entry.modelData)
-                            onVisualFocusChanged: if (visualFocus) bar.reveal(y + entry.y, height)
+                            sourceComponent: bar.isLink(entry.modelData) ? linkControl : buttonControl
+                        }
+                        Component {
+                            id: buttonControl
+                            NavButton {
+                                objectName: "nav_" + entry.modelData.navType + "_" + entry.modelData.navAppType
+                                text: entry.modelData.navName
+                                glyph: entry.modelData.navIcon
+                                selected: bar.isSelected(entry.modelData)
+                                loading: bar.isModule(entry.modelData) && bar.loadingApps[entry.modelData.navAppType] === true
+                                running: bar.isModule(entry.modelData) && bar.runningApps[entry.modelData.navAppType] === true
+                                onClicked: bar.activated(entry.modelData)
+                                onVisualFocusChanged: if (visualFocus) bar.reveal(control.y + entry.y, height)
+                            }
+                        }
+                        Component {
+                            id: linkControl
+                            NavLink {
+                                objectName: "nav_" + entry.modelData.navType + "_" + entry.modelData.navAppType
+                                text: entry.modelData.navName
+                                glyph: entry.modelData.navIcon
+                                onClicked: bar.activated(entry.modelData)
+                                onActiveFocusChanged: if (activeFocus) bar.reveal(control.y + entry.y, height)
+                            }
                         }
                         Repeater {
                             model: bar.isModule(entry.modelData) ? bar.instances : null
@@ -174,15 +192,6 @@ Rectangle {
                                 onClicked: bar.instanceActivated(processId)
                                 onVisualFocusChanged: if (visualFocus) bar.reveal(y + entry.y, height)
                             }
-                        }
-                        NavLink {
-                            objectName: visible ? "nav_" + entry.modelData.navType + "_" + entry.modelData.navAppType : ""
-                            visible: bar.isLink(entry.modelData)
-                            width: parent.width
-                            text: entry.modelData.navName
-                            glyph: entry.modelData.navIcon
-                            onClicked: bar.activated(entry.modelData)
-                            onActiveFocusChanged: if (activeFocus) bar.reveal(y + entry.y, height)
                         }
                     }
                 }
