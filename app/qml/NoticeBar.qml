@@ -12,6 +12,8 @@ Rectangle {
     // Shown or folded away; the bar stays visible to its layout, which does not always
     // notice a child that becomes visible later.
     property bool shown: false
+    // It has been shown once: its contents are made.
+    property bool unfolded: false
 
     signal triggered()
     signal dismissed()
@@ -34,30 +36,41 @@ Rectangle {
         anchors.leftMargin: Theme.pageMargin
         anchors.rightMargin: Theme.spacing
         spacing: Theme.spacing
-        Glyph {
-            glyph: notice.glyph
-            color: notice.error ? Theme.danger : Theme.focus
-        }
-        Text {
+        // Its contents are made the first time it unfolds: most notices never do, and the
+        // window starts with every one of them folded.
+        Loader {
             Layout.fillWidth: true
-            Accessible.ignored: true
-            text: notice.text
-            color: notice.error ? Theme.danger : Theme.text
-            font.pixelSize: Theme.fontBody
-            wrapMode: Text.Wrap
-        }
-        ToolButtonX {
-            objectName: notice.objectName + "Action"
-            visible: notice.action.length > 0
-            text: notice.action
-            primary: true
-            onClicked: notice.triggered()
-        }
-        ToolButtonX {
-            objectName: notice.objectName + "Dismiss"
-            glyph: Theme.icons.close
-            Accessible.name: qsTr("Dismiss")
-            onClicked: notice.dismissed()
+            Layout.fillHeight: true
+            active: notice.shown || notice.unfolded
+            sourceComponent: RowLayout {
+                spacing: Theme.spacing
+                Component.onCompleted: notice.unfolded = true
+                Glyph {
+                    glyph: notice.glyph
+                    color: notice.error ? Theme.danger : Theme.focus
+                }
+                Text {
+                    Layout.fillWidth: true
+                    Accessible.ignored: true
+                    text: notice.text
+                    color: notice.error ? Theme.danger : Theme.text
+                    font.pixelSize: Theme.fontBody
+                    wrapMode: Text.Wrap
+                }
+                ToolButtonX {
+                    objectName: notice.objectName + "Action"
+                    visible: notice.action.length > 0
+                    text: notice.action
+                    primary: true
+                    onClicked: notice.triggered()
+                }
+                ToolButtonX {
+                    objectName: notice.objectName + "Dismiss"
+                    glyph: Theme.icons.close
+                    Accessible.name: qsTr("Dismiss")
+                    onClicked: notice.dismissed()
+                }
+            }
         }
     }
 }
