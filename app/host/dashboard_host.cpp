@@ -12,6 +12,7 @@
 #include <dashboard_main_window.h>
 #include <native_window_system.h>
 #include <locale/qvlocale_languages.h>
+#include <printing/printer_directory.h>
 
 #include <logging/cute_logger.h>
 
@@ -67,6 +68,8 @@ DashboardHost::~DashboardHost()
 {
     delete m_quitSignals;
     m_quitSignals = nullptr;
+    // The printer directory outlives this host.
+    releasePrinters();
     if (m_fontWarmUp) {
         m_fontWarmUp->wait();
         delete m_fontWarmUp;
@@ -113,6 +116,12 @@ void DashboardHost::applyLanguage(const QString &code)
         QLocale::setDefault(QLocale(code));
     if (m_engine)
         m_engine->retranslate();
+}
+
+void DashboardHost::releasePrinters()
+{
+    if (std::exchange(m_printersHeld, false))
+        PrinterDirectory::instance()->setRealPrintersEnabled(true);
 }
 
 void DashboardHost::warmUpFonts()
@@ -166,6 +175,13 @@ bool DashboardHost::start(const Options &options)
     if (options.seedLabelFolder)
         LabelFolder::seed(m_labelFolder);
 
+    // Reading the machine's printers loads the print system's libraries on a thread of its
+    // own, which the first screen does not need: it waits until the front end is drawn.
+    if (options.show && PrinterDirectory::instance()->realPrintersEnabled()) {
+        PrinterDirectory::instance()->setRealPrintersEnabled(false);
+        m_printersHeld = true;
+    }
+
     m_window = std::make_unique<DashboardMainWindow>();
     m_window->setTitle(QStringLiteral("Korvex PRO"));
     m_window->setMinimumSize(QSize(900, 560));
@@ -207,8 +223,10 @@ bool DashboardHost::start(const Options &options)
         // it while this one makes the front end.
         warmUpFonts();
         QTimer::singleShot(0, this, [this, frontEnd] {
-            if (!makeFrontEnd(frontEnd))
+            if (!makeFrontEnd(frontEnd)) {
+                releasePrinters();
                 Q_EMIT failed();
+            }
         });
     }, Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
     // Without a screen reader the engine waits for the first frame (see AccessibilityWatch).
@@ -265,6 +283,7 @@ bool DashboardHost::makeFrontEnd(const QUrl &document)
         QTimer::singleShot(0, this, [this] {
             if (m_root)
                 QMetaObject::invokeMethod(m_root, "makeDeferredParts");
+            releasePrinters();
         });
     }, Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
     Q_EMIT ready();

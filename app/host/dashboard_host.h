@@ -103,6 +103,7 @@ private:
     void makeEngine();
     void removeTranslators();
     void warmUpFonts();
+    void releasePrinters();
 
     // Makes the engine at once when accessibility comes on while the shell shows.
     class AccessibilityWatch;
@@ -121,4 +122,6 @@ private:
     QStringList m_errors;
     QList<QTranslator *> m_translators;
     QThread *m_fontWarmUp = nullptr;
+    // The machine's printers are read once the front end's first frame is out.
+    bool m_printersHeld = false;
 };

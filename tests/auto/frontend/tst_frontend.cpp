@@ -31,6 +31,7 @@
 #include <QtQuickTest/quicktest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 
 
@@ -67,6 +68,7 @@ private Q_SLOTS:
     void shellFirst_data();
     void shellFirst();
     void homeListsItsLabelsInItsFirstFrame();
+    void printersAreReadOnceTheFrontEndIsDrawn();
     void frontEndThatFailsAfterTheShell_data();
     void frontEndThatFailsAfterTheShell();
     void everyPageFromTheNavigationBar();
@@ -399,6 +401,42 @@ void tst_Frontend::homeListsItsLabelsInItsFirstFrame()
         QTRY_VERIFY(!find(list)->property("busy").toBool());
     QCOMPARE(find("labelList")->property("count").toInt(), 11);
     QCOMPARE(find("favoriteList")->property("count").toInt(), 1);
+}
+
+// Reading the machine's printers loads the print system's libraries on a thread of its own;
+// the host starts it once the front end's first frame is out, not beside making it.
+void tst_Frontend::printersAreReadOnceTheFrontEndIsDrawn()
+{
+    // A fresh directory, as a dashboard starting finds it: the real printers on, its first
+    // reading due once the event loop runs.
+    delete PrinterDirectory::instance();
+    const QByteArray realPrinters = qgetenv("KORVEX_REAL_PRINTERS");
+    qputenv("KORVEX_REAL_PRINTERS", "1");
+    PrinterDirectory *printers = PrinterDirectory::instance();
+    std::atomic<int> readings = 0;
+    printers->setRealPrinterSource([&readings] {
+        ++readings;
+        return PrinterDirectory::RealReading {};
+    });
+    const auto restore = qScopeGuard([&] {
+        m_host.reset();
+        qputenv("KORVEX_REAL_PRINTERS", realPrinters);
+        delete PrinterDirectory::instance();
+    });
+
+    m_host = std::make_unique<DashboardHost>();
+    DashboardHost::Options options;
+    options.labelFolder = m_dir->filePath(QStringLiteral("labels"));
+    QVERIFY(m_host->start(options));
+    int readingsAtFrontEnd = -1;
+    connect(m_host.get(), &DashboardHost::ready, this, [&] { readingsAtFrontEnd = readings; });
+    int frontEndFrames = 0;
+    connect(m_host->window(), &QQuickWindow::frameSwapped, this, [&] { frontEndFrames += m_host->isReady() ? 1 : 0; });
+    QTRY_VERIFY(frontEndFrames > 0);
+    QCOMPARE(readingsAtFrontEnd, 0);
+    // Read after all, once, and then on the usual schedule.
+    QTRY_COMPARE(readings.load(), 1);
+    QVERIFY(printers->realPrintersEnabled());
 }
 
 void tst_Frontend::frontEndThatFailsAfterTheShell_data()
