@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QFontDatabase>
 #include <QJsonObject>
+#include <QResource>
 #include <QUrl>
 
 #ifdef ERROR
@@ -64,6 +65,17 @@ ResourceItem resourceRow(const QString &image, const QString &name, const QStrin
     return item;
 }
 
+// A font compiled in uncompressed is handed to the font database where it lies: added by its
+// path, it would be copied into memory when added and once more when first drawn.
+int addCompiledInFont(const QString &path)
+{
+    const QResource resource(path);
+    if (!resource.isValid() || resource.compressionAlgorithm() != QResource::NoCompression)
+        return QFontDatabase::addApplicationFont(path);
+    return QFontDatabase::addApplicationFontFromData(
+            QByteArray::fromRawData(reinterpret_cast<const char *>(resource.data()), resource.size()));
+}
+
 // The banner type is a parameter of an invokable method: QML and queued calls look it up by
 // its qualified name, which needs it known before the first call.
 void registerDashboardMainTypes()
@@ -79,8 +91,8 @@ DashboardMain::DashboardMain(QObject *parent) : QObject(parent)
 {
     populateNavigation();
     populateResourcesNavigation();
-    QFontDatabase::addApplicationFont(QStringLiteral(":/Fonts/QVGeneralFontGlyphs.ttf"));
-    QFontDatabase::addApplicationFont(QStringLiteral(":/Fonts/QVDashboardIcons.ttf"));
+    addCompiledInFont(QStringLiteral(":/Fonts/QVGeneralFontGlyphs.ttf"));
+    addCompiledInFont(QStringLiteral(":/Fonts/QVDashboardIcons.ttf"));
 }
 
 QVariantList DashboardMain::getDashboardNavItems() const
