@@ -152,6 +152,7 @@ void DashboardAppWindow::attachWindow()
     m_backend->setWindowLongPtr(m_moduleWindow, GwlStyle, style & ~MODULE_FRAME_STYLES);
     m_backend->setWindowPos(m_moduleWindow, 0, 0, 0, int(width()), int(height()),
                             SwpShowWindow | SwpNoActivate);
+    settlePicture();
     const LongPtr exStyle = m_backend->getWindowLongPtr(m_containerWindow, GwlExStyle);
     m_backend->setWindowLongPtr(m_containerWindow, GwlExStyle, exStyle | WsExComposited);
     m_statusTimer->start(STATUS_INTERVAL);
@@ -318,6 +319,16 @@ void DashboardAppWindow::updateCovered()
 void DashboardAppWindow::setContainerShown(bool shown)
 {
     m_backend->showWindow(m_containerWindow, shown ? SwShowNormal : SwHide);
+    if (shown)
+        settlePicture();
+}
+
+void DashboardAppWindow::settlePicture()
+{
+    // A compositing manager may keep a picture the module drew just after being shown or
+    // resized; drawn once more when all is still, the picture on the screen is whole.
+    if (m_moduleWindow && m_shown && !m_covered)
+        m_backend->redrawWhenSettled(m_moduleWindow);
 }
 
 QSGNode *DashboardAppWindow::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *)
@@ -350,6 +361,7 @@ void DashboardAppWindow::resize()
                             SwpNoZOrder | SwpNoActivate);
     m_backend->setWindowPos(m_moduleWindow, 0, 0, 0, int(width()), int(height()),
                             SwpNoZOrder | SwpNoActivate);
+    settlePicture();
 }
 
 void DashboardAppWindow::hideApplication()
@@ -370,7 +382,7 @@ void DashboardAppWindow::showApplication()
     m_shown = true;
     // Behind an open popup the container stays hidden until the popup closes.
     if (m_containerWindow && !m_covered)
-        m_backend->showWindow(m_containerWindow, SwShowNormal);
+        setContainerShown(true);
 }
 
 void DashboardAppWindow::closeApplication()

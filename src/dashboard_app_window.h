@@ -92,6 +92,7 @@ private:
     void watchPopups();
     void updateCovered();
     void setContainerShown(bool shown);
+    void settlePicture();
 
     KorvexNative::WindowHandle m_containerWindow = 0;
     KorvexNative::WindowHandle m_moduleWindow = 0;

@@ -49,7 +49,7 @@ target_link_libraries(KorvexProtocol PUBLIC Qt6::Core Qt6::Gui PRIVATE KorvexSui
 # X11: libxcb, linked privately; nothing above the seam sees it.
 if(UNIX AND NOT APPLE)
     find_package(PkgConfig REQUIRED)
-    pkg_check_modules(XCB REQUIRED IMPORTED_TARGET GLOBAL xcb)
+    pkg_check_modules(XCB REQUIRED IMPORTED_TARGET GLOBAL xcb xcb-damage)
     target_sources(KorvexProtocol PRIVATE
         platforms/xcb/native_window_backend_xcb.h
         platforms/xcb/native_window_backend_xcb.cpp)

@@ -229,6 +229,20 @@ public:
         (void)lost;
         return false;
     }
+
+    // Asks a window to draw all of itself once more when it has stopped drawing for a moment,
+    // added after the calls above; true when that will happen, from the event loop. A
+    // compositing window manager may keep an older picture of an embedded window than the one
+    // it drew last (mutter, when it copies window pictures in software, clears damage it never
+    // read), and nothing the window draws afterwards in the same place makes it look again.
+    // Drawn again once all is still, the picture is whole. The default (false) suits systems
+    // that compose child windows themselves; X11 without a compositing manager has nothing to
+    // lose either.
+    virtual bool redrawWhenSettled(WindowHandle window)
+    {
+        (void)window;
+        return false;
+    }
 };
 
 } // namespace KorvexNative

@@ -346,6 +346,14 @@ bool MemoryNativeWindowBackend::watchEmbedding(WindowHandle container, Embedding
     return true;
 }
 
+bool MemoryNativeWindowBackend::redrawWhenSettled(WindowHandle window)
+{
+    if (!windowExists(window))
+        return false;
+    m_settleRedraws.append(window);
+    return true;
+}
+
 bool MemoryNativeWindowBackend::reportEmbeddingLost(WindowHandle container)
 {
     const auto it = m_lostWatchers.constFind(container);

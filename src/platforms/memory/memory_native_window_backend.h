@@ -125,6 +125,8 @@ public:
     // Plays a window manager that took the window embedded in container away for good; false
     // when nobody watches that container.
     bool reportEmbeddingLost(KorvexNative::WindowHandle container);
+    // The windows redrawWhenSettled was asked to draw again, in order; kept apart from calls().
+    QList<KorvexNative::WindowHandle> settleRedraws() const { return m_settleRedraws; }
 
     // --- NativeWindowBackend ---
     const char *name() const override { return "memory"; }
@@ -158,6 +160,7 @@ public:
                              KorvexNative::EmbeddedFocus detail) override;
     bool focusEmbedder(KorvexNative::WindowHandle topLevel) override;
     bool watchEmbedding(KorvexNative::WindowHandle container, EmbeddingLostHandler lost) override;
+    bool redrawWhenSettled(KorvexNative::WindowHandle window) override;
 
 private:
     Call &record(const QString &function, const QVariantList &arguments);
@@ -174,4 +177,5 @@ private:
     QHash<KorvexNative::WindowHandle, EmbeddingLostHandler> m_lostWatchers;
     QStringList m_focusLog;
     KorvexNative::WindowHandle m_focused = 0;
+    QList<KorvexNative::WindowHandle> m_settleRedraws;
 };

@@ -7,7 +7,9 @@
 #include <QSocketNotifier>
 #include <QString>
 #include <QThread>
+#include <QTimer>
 
+#include <xcb/damage.h>
 #include <xcb/xcb.h>
 #include <xcb/xcbext.h>
 
@@ -178,6 +180,7 @@ struct XcbNativeWindowBackend::Private
     xcb_atom_t atomMotifHints = XCB_NONE;
     xcb_atom_t atomWmState = XCB_NONE;
     xcb_atom_t atomXEmbed = XCB_NONE;
+    xcb_atom_t atomCompositor = XCB_NONE;  // _NET_WM_CM_S<screen>: owned by a compositing manager
 
     std::unordered_map<xcb_window_t, WindowRecord> windows;
     // Windows messages went to, watched (StructureNotify) since the server said they exist:
@@ -238,6 +241,19 @@ struct XcbNativeWindowBackend::Private
     // this window are handed on to it.
     xcb_window_t focusHolder = XCB_NONE;
     xcb_keycode_t tabKeycode = 0;
+    // Embedded windows to draw again once they have stopped drawing (redrawWhenSettled): each
+    // drawing, seen through a damage object of this connection, waits again, up to a deadline.
+    struct Settling
+    {
+        xcb_damage_damage_t damage = XCB_NONE;
+        std::unique_ptr<QTimer> quiet;
+        Clock::time_point deadline;
+    };
+    std::unordered_map<xcb_window_t, Settling> settling;
+    int settleMs = XcbNativeWindowBackend::SETTLE_MS;
+    // The Damage extension's first event, once the server was asked; 0 without the extension.
+    bool damageAsked = false;
+    std::uint8_t damageFirstEvent = 0;
 
     bool ok() const { return connection && !xcb_connection_has_error(connection); }
 
@@ -401,12 +417,18 @@ struct XcbNativeWindowBackend::Private
 
     void handleEvent(const xcb_generic_event_t *event)
     {
+        if (damageFirstEvent
+            && (event->response_type & 0x7f) == damageFirstEvent + XCB_DAMAGE_NOTIFY) {
+            drawn(reinterpret_cast<const xcb_damage_notify_event_t *>(event));
+            return;
+        }
         // Errors of requests nobody checks (a save-set entry for our own window, a receiver
         // that destroyed a payload first) mean nothing here.
         switch (event->response_type & 0x7f) {
         case XCB_DESTROY_NOTIFY: {
             const xcb_window_t window = reinterpret_cast<const xcb_destroy_notify_event_t *>(event)->window;
             forget(window);
+            settling.erase(window); // the server freed its damage object with it
             embedded.erase(window);
             focusWatchers.erase(window);
             lostWatchers.erase(window);
@@ -557,6 +579,82 @@ struct XcbNativeWindowBackend::Private
             queued = false;
             (this->*work)();
         }, Qt::QueuedConnection);
+    }
+
+    // Whether a compositing manager draws the screen from window pictures.
+    bool compositing()
+    {
+        if (atomCompositor == XCB_NONE)
+            return false;
+        const Reply<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
+                connection, xcb_get_selection_owner(connection, atomCompositor), nullptr));
+        return owner && owner->owner != XCB_NONE;
+    }
+
+    bool damageUsable()
+    {
+        if (!damageAsked) {
+            damageAsked = true;
+            const xcb_query_extension_reply_t *extension = xcb_get_extension_data(connection, &xcb_damage_id);
+            if (!extension || !extension->present)
+                return false;
+            // The server speaks Damage to a client only after it said which version it knows.
+            const Reply<xcb_damage_query_version_reply_t> version(xcb_damage_query_version_reply(
+                    connection,
+                    xcb_damage_query_version(connection, XCB_DAMAGE_MAJOR_VERSION, XCB_DAMAGE_MINOR_VERSION),
+                    nullptr));
+            if (version)
+                damageFirstEvent = extension->first_event;
+        }
+        return damageFirstEvent != 0;
+    }
+
+    bool settleThenRedraw(xcb_window_t window)
+    {
+        auto it = settling.find(window);
+        if (it == settling.end()) {
+            Settling entry;
+            entry.damage = xcb_generate_id(connection);
+            if (!checked(xcb_damage_create_checked(connection, entry.damage, window,
+                                                   XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY)))
+                return false; // gone, or not ours to watch
+            entry.quiet = std::make_unique<QTimer>();
+            entry.quiet->setSingleShot(true);
+            QObject::connect(entry.quiet.get(), &QTimer::timeout, entry.quiet.get(),
+                             [this, window] { redraw(window); });
+            entry.deadline = Clock::now() + std::chrono::milliseconds(XcbNativeWindowBackend::MAX_SETTLE_MS);
+            it = settling.emplace(window, std::move(entry)).first;
+        }
+        it->second.quiet->start(settleMs);
+        return true;
+    }
+
+    // The window drew: its damage is cleared so that its next drawing is reported too, and the
+    // redraw waits for it to stop, unless it has drawn for too long already.
+    void drawn(const xcb_damage_notify_event_t *event)
+    {
+        const auto it = settling.find(event->drawable);
+        if (it == settling.end() || it->second.damage != event->damage)
+            return;
+        xcb_damage_subtract(connection, it->second.damage, XCB_NONE, XCB_NONE);
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                it->second.deadline - Clock::now()).count();
+        it->second.quiet->start(int(std::clamp<long long>(left, 0, settleMs)));
+    }
+
+    void redraw(xcb_window_t window)
+    {
+        const auto it = settling.find(window);
+        if (it == settling.end())
+            return;
+        // Exposes the whole window: it draws all of itself again. A window that died meanwhile
+        // makes these fail, unchecked.
+        xcb_clear_area(connection, 1, window, 0, 0, 0, 0);
+        xcb_damage_destroy(connection, it->second.damage);
+        xcb_flush(connection);
+        // Last: the timer that runs this goes with the entry.
+        it->second.quiet.release()->deleteLater();
+        settling.erase(it);
     }
 
     struct DrainLater
@@ -1441,6 +1539,8 @@ XcbNativeWindowBackend::XcbNativeWindowBackend(const char *displayName) : d(new 
                 { "_MOTIF_WM_HINTS", &d->atomMotifHints },
                 { "WM_STATE", &d->atomWmState },
                 { "_XEMBED", &d->atomXEmbed } });
+    const std::string compositor = "_NET_WM_CM_S" + std::to_string(screenNumber);
+    d->intern({ { compositor.c_str(), &d->atomCompositor } });
 
     // Receipts and window ends arrive between calls; a Qt event loop takes them as they come.
     if (QCoreApplication::instance()
@@ -1988,6 +2088,21 @@ bool XcbNativeWindowBackend::windowImage(WindowHandle window, WindowImage *image
         image->pixels[i] = 0xff000000u | (pixel & 0x00ffffffu);
     }
     return true;
+}
+
+bool XcbNativeWindowBackend::redrawWhenSettled(WindowHandle window)
+{
+    d->drain();
+    const Private::DrainLater later{ d.get() };
+    // The wait is the event loop's: without one nothing would come of it.
+    if (!d->ok() || !isXid(window) || !d->notifier || !d->compositing() || !d->damageUsable())
+        return false;
+    return d->settleThenRedraw(xcb_window_t(window));
+}
+
+void XcbNativeWindowBackend::setSettleInterval(int milliseconds)
+{
+    d->settleMs = std::max(milliseconds, 0);
 }
 
 std::unique_ptr<NativeWindowBackend> createXcbNativeWindowBackend(const char *displayName)

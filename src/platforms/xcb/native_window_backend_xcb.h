@@ -68,6 +68,10 @@ public:
     // A window manager that takes an embedded window back out of its container is made to let
     // go again this many times; after that the window is left where the manager put it.
     static constexpr int MAX_RETAKES = 3;
+    // redrawWhenSettled waits until the window has not drawn for SETTLE_MS, and MAX_SETTLE_MS
+    // at the most.
+    static constexpr int SETTLE_MS = 250;
+    static constexpr int MAX_SETTLE_MS = 5000;
     // The eventType of the events translateNativeEvent understands.
     static constexpr char EVENT_TYPE[] = "xcb_generic_event_t";
 
@@ -86,6 +90,9 @@ public:
     // How many messages may wait before the oldest is handed over at once:
     // MAX_QUEUED_MESSAGES, unless a test lowers it to reach the bound quickly.
     void setQueueLimit(int messages);
+    // How long redrawWhenSettled waits for a window to stop drawing: SETTLE_MS, unless a test
+    // lengthens it to tell "after its drawing" from "during it" on a slow machine.
+    void setSettleInterval(int milliseconds);
     // Handles queued events of the backend's own connection: the receivers' acknowledgements
     // and the ends of watched windows. Every call does this first; a Qt event loop does it as
     // the events arrive.
@@ -122,6 +129,7 @@ public:
     bool isKeyForEmbedded(const char *eventType, std::size_t eventTypeSize,
                           const void *message) const override;
     bool watchEmbedding(WindowHandle container, EmbeddingLostHandler lost) override;
+    bool redrawWhenSettled(WindowHandle window) override;
 
 private:
     struct Private;

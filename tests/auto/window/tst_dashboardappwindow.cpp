@@ -52,6 +52,7 @@ private Q_SLOTS:
     void resizeMovesContainerAndSizesModule_data();
     void resizeMovesContainerAndSizesModule();
     void hideAndShowActOnTheContainer();
+    void moduleDrawnAgainOnceShownOrResized();
     void closeAsksTheModule();
     void closeWithoutContainerDoesNothing();
     void closeOnAModuleThatClosesEndsTheItem();
@@ -329,6 +330,33 @@ void tst_DashboardAppWindow::hideAndShowActOnTheContainer()
     QCOMPARE(m_backend->calls().size(), 2);
     QCOMPARE(m_backend->calls()[1].arguments, QVariantList({ h(container), SwShowNormal }));
     QVERIFY(m_backend->window(container).visible);
+}
+
+// Each time the module's picture may be new on the screen (embedded, shown again, resized),
+// the item asks for it to be drawn again once the module is still; never while it is hidden.
+void tst_DashboardAppWindow::moduleDrawnAgainOnceShownOrResized()
+{
+    DashboardAppWindow *item = makeItem(m_module);
+    QVERIFY(m_backend->settleRedraws().isEmpty());
+    complete(item);
+    QCOMPARE(m_backend->settleRedraws(), QList<WindowHandle>({ m_module }));
+
+    item->setSize(QSizeF(320, 200));
+    QCOMPARE(m_backend->settleRedraws().size(), 2);
+
+    item->hideApplication();
+    item->setSize(QSizeF(330, 200));
+    QCOMPARE(m_backend->settleRedraws().size(), 2);
+
+    item->showApplication();
+    QCOMPARE(m_backend->settleRedraws(), QList<WindowHandle>({ m_module, m_module, m_module }));
+
+    // Without a module window there is nothing to draw.
+    DashboardAppWindow *empty = makeItem(0);
+    complete(empty);
+    empty->setSize(QSizeF(10, 10));
+    empty->showApplication();
+    QCOMPARE(m_backend->settleRedraws().size(), 3);
 }
 
 void tst_DashboardAppWindow::closeAsksTheModule()

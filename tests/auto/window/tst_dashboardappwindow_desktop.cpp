@@ -274,17 +274,22 @@ void tst_DashboardAppWindowDesktop::popupsCoverTheModule()
     QVERIFY(popup->setProperty("parent", QVariant::fromValue(m_window->contentItem())));
     m_backend->clearCalls();
 
+    const qsizetype redraws = m_backend->settleRedraws().size();
     QVERIFY(QMetaObject::invokeMethod(popup.get(), "open"));
     QTRY_VERIFY(item->isCovered());
     // The module's window steps aside and gives the keyboard back.
     QVERIFY(!m_backend->window(container).visible);
     QVERIFY(!item->hasModuleKeyboard());
     QCOMPARE(m_backend->callsTo(QStringLiteral("ShowWindow")).size(), 1);
+    QCOMPARE(m_backend->settleRedraws().size(), redraws);
 
     QVERIFY(QMetaObject::invokeMethod(popup.get(), "close"));
     QTRY_VERIFY(!item->isCovered());
     QVERIFY(m_backend->window(container).visible);
     QCOMPARE(m_backend->callsTo(QStringLiteral("ShowWindow")).size(), 2);
+    // Shown again, the module's picture is drawn again once it is still.
+    QCOMPARE(m_backend->settleRedraws().size(), redraws + 1);
+    QCOMPARE(m_backend->settleRedraws().last(), m_module);
 
     // Shown by the interface while the popup is open, it waits for the popup to close.
     QVERIFY(QMetaObject::invokeMethod(popup.get(), "open"));

@@ -9,6 +9,7 @@
 #include "platforms/xcb/native_window_backend_xcb.h"
 #include "x11_raw_client.h"
 
+#include <QElapsedTimer>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QtTest>
@@ -138,6 +139,8 @@ private Q_SLOTS:
     void handOnKeysAreReported();
     void keyboardHeldByTheEmbedderIsHandedOn();
     void windowImageIsTheWindowsOwnPicture();
+    void drawnAgainOnceStillUnderACompositor();
+    void notDrawnAgainWithoutACompositor();
 
 private:
     void startWindowManager(const char *mode);
@@ -145,6 +148,12 @@ private:
     // A program's window that never was a top-level on screen, taken into the container and
     // shown there at its size, as the dashboard does.
     xcb_window_t embeddedWindow(std::uint32_t events = 0);
+    // Plays a compositing manager: owns the selection that says one runs.
+    void ownCompositorSelection();
+    void draw(xcb_window_t window);
+    // Whether an Expose of window reached the raw client within the time; *exposed gets its
+    // area.
+    bool exposedWithin(xcb_window_t window, int milliseconds, QRect *exposed = nullptr);
 
     std::unique_ptr<XcbNativeWindowBackend> m_backend;
     std::unique_ptr<QProcess> m_wm;
@@ -553,6 +562,99 @@ void tst_XcbEmbeddingX11::windowImageIsTheWindowsOwnPicture()
     QVERIFY(!m_backend->windowImage(WindowHandle(0x7fffffff), &none));
     QVERIFY(!m_backend->windowImage(m_top, nullptr));
     QVERIFY(none.pixels.empty());
+}
+
+void tst_XcbEmbeddingX11::ownCompositorSelection()
+{
+    const xcb_window_t owner = m_raw->createWindow();
+    xcb_set_selection_owner(m_raw->c(), owner, m_raw->atom("_NET_WM_CM_S0"), XCB_CURRENT_TIME);
+    m_raw->sync();
+}
+
+void tst_XcbEmbeddingX11::draw(xcb_window_t window)
+{
+    xcb_connection_t *c = m_raw->c();
+    const xcb_gcontext_t gc = xcb_generate_id(c);
+    const std::uint32_t foreground = 0x884422;
+    xcb_create_gc(c, gc, window, XCB_GC_FOREGROUND, &foreground);
+    const xcb_rectangle_t rect{ 10, 10, 50, 20 };
+    xcb_poly_fill_rectangle(c, window, gc, 1, &rect);
+    xcb_free_gc(c, gc);
+    xcb_flush(c);
+}
+
+bool tst_XcbEmbeddingX11::exposedWithin(xcb_window_t window, int milliseconds, QRect *exposed)
+{
+    bool found = false;
+    (void)QTest::qWaitFor([&] {
+        while (xcb_generic_event_t *event = xcb_poll_for_event(m_raw->c())) {
+            const auto *expose = reinterpret_cast<const xcb_expose_event_t *>(event);
+            if ((event->response_type & 0x7f) == XCB_EXPOSE && expose->window == window && !found) {
+                found = true;
+                if (exposed)
+                    *exposed = QRect(expose->x, expose->y, expose->width, expose->height);
+            }
+            std::free(event);
+        }
+        return found;
+    }, milliseconds);
+    return found;
+}
+
+// Under a compositing manager, an embedded window is asked to draw all of itself again once it
+// has stopped drawing, and only then: its last drawing, which the manager may have lost, is
+// drawn once more when nothing else is. One such redraw per request.
+void tst_XcbEmbeddingX11::drawnAgainOnceStillUnderACompositor()
+{
+    ownCompositorSelection();
+    const xcb_window_t window = embeddedWindow(XCB_EVENT_MASK_EXPOSURE);
+    QVERIFY(window);
+    m_raw->discardEvents(); // the Expose of being shown
+    // Long enough that drawing every 150 ms keeps it waiting on a busy machine too.
+    constexpr int SETTLE = 1500;
+    m_backend->setSettleInterval(SETTLE);
+    QVERIFY(m_backend->redrawWhenSettled(window));
+    QElapsedTimer drawing;
+    drawing.start();
+    for (int i = 0; i < 15; ++i) {
+        draw(window);
+        QVERIFY2(!exposedWithin(window, 150),
+                 qPrintable(QStringLiteral("drawn again while it was drawing, %1 ms after it was asked")
+                                    .arg(drawing.elapsed())));
+    }
+    QVERIFY2(drawing.elapsed() > SETTLE, "the window drew for less time than the backend waits");
+    QRect exposed;
+    QVERIFY2(exposedWithin(window, WAIT_MS, &exposed), "never drawn again");
+    QCOMPARE(exposed, QRect(0, 0, 400, 300));
+    QVERIFY2(!exposedWithin(window, 2 * SETTLE), "drawn again twice for one request");
+
+    // Asked again: drawn again again, also with no drawing to wait for.
+    QVERIFY(m_backend->redrawWhenSettled(window));
+    QVERIFY(exposedWithin(window, WAIT_MS));
+
+    // A window that dies before it settles leaves nothing behind: the backend works on.
+    const xcb_window_t dying = embeddedWindow(XCB_EVENT_MASK_EXPOSURE);
+    QVERIFY(dying);
+    QVERIFY(m_backend->redrawWhenSettled(dying));
+    xcb_destroy_window(m_raw->c(), dying);
+    m_raw->sync();
+    QVERIFY(!m_backend->redrawWhenSettled(dying));
+    QVERIFY(m_backend->redrawWhenSettled(window));
+    QVERIFY(exposedWithin(window, WAIT_MS));
+    QVERIFY(!m_backend->redrawWhenSettled(WindowHandle(0x7fffffff)));
+}
+
+// Without a compositing manager the X server draws the screen from the windows themselves:
+// nothing can be lost, and nothing is drawn twice.
+void tst_XcbEmbeddingX11::notDrawnAgainWithoutACompositor()
+{
+    const xcb_window_t window = embeddedWindow(XCB_EVENT_MASK_EXPOSURE);
+    QVERIFY(window);
+    m_backend->setSettleInterval(100);
+    m_raw->discardEvents();
+    QVERIFY(!m_backend->redrawWhenSettled(window));
+    draw(window);
+    QVERIFY(!exposedWithin(window, 1000));
 }
 
 QTEST_MAIN(tst_XcbEmbeddingX11)
