@@ -326,9 +326,13 @@ void DashboardAppWindow::setContainerShown(bool shown)
 void DashboardAppWindow::settlePicture()
 {
     // A compositing manager may keep a picture the module drew just after being shown or
-    // resized; drawn once more when all is still, the picture on the screen is whole.
-    if (m_moduleWindow && m_shown && !m_covered)
-        m_backend->redrawWhenSettled(m_moduleWindow);
+    // resized, or one the dashboard drew of the page around it meanwhile; drawn once more when
+    // all is still, the picture on the screen is whole.
+    if (!m_moduleWindow || !m_shown || m_covered)
+        return;
+    m_backend->redrawWhenSettled(m_moduleWindow);
+    if (QQuickWindow *qtWindow = window())
+        m_backend->redrawWhenSettled(WindowHandle(qtWindow->winId()));
 }
 
 QSGNode *DashboardAppWindow::updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *)

@@ -32,6 +32,7 @@
 #include <cstdio>
 #include <functional>
 #include <memory>
+#include <utility>
 
 #include <signal.h>
 #include <unistd.h>
@@ -179,6 +180,7 @@ private:
             const std::function<void(const Module &, xcb_window_t, qint64)> &withTheFirst);
     void checkEmbeddedAndHolding(xcb_window_t window, const QString &what);
     void checkModuleVisible(xcb_window_t window);
+    void checkDashboardAroundModule(xcb_window_t window);
     double staleScreenEvidence(xcb_window_t window, const QRect &rect);
     void closeModule(const Module &module, xcb_window_t window, qint64 pid);
     void keyboardFollowsClicksNotThePointer(xcb_window_t window, qint64 pid);
@@ -277,6 +279,7 @@ void tst_DesktopX11::everyModuleOpensHoldsAndCloses(
         CHECK(openModule(module, &window, &pid));
         CHECK(checkEmbeddedAndHolding(window, module.name));
         CHECK(checkModuleVisible(window));
+        CHECK(checkDashboardAroundModule(window));
         if (module.appType == modules.first().appType) {
             CHECK(withTheFirst(module, window, pid));
             CHECK(openModule(module, &window, &pid)); // shown again from the side bar
@@ -740,6 +743,36 @@ void tst_DesktopX11::checkModuleVisible(xcb_window_t window)
                                 .arg(healed)));
 }
 
+// Around a module, the screen shows what the dashboard draws now: its navigation bar with the
+// module's entry current and the module's own bar, not an older picture of the page that was
+// there before.
+void tst_DesktopX11::checkDashboardAroundModule(xcb_window_t window)
+{
+    const QRect module = hostDisplay().rectIn(window, m_hostWindow);
+    const QList<std::pair<QString, QRect>> parts{
+        { QStringLiteral("navigation bar"), QRect(0, 0, module.left(), m_hostRect.height()) },
+        { QStringLiteral("module bar"), QRect(module.left(), 0, m_hostRect.width() - module.left(), module.top()) }
+    };
+    for (const auto &[name, part] : parts) {
+        QVERIFY2(!part.isEmpty(), qPrintable(QStringLiteral("no %1 beside the module").arg(name)));
+        QImage own;
+        QImage seen;
+        const bool agrees = QTest::qWaitFor([&] {
+            own = hostDisplay().image(m_hostWindow, part);
+            seen = seenInHost(part);
+            return agreement(own, seen) > 0.98;
+        }, START_TIMEOUT_MS);
+        if (!agrees) {
+            own.save(m_artifacts + QStringLiteral("/%1_dashboard_own.png").arg(m_row));
+            seen.save(m_artifacts + QStringLiteral("/%1_dashboard_seen.png").arg(m_row));
+            screenshot(m_row + QStringLiteral("_dashboard_screen"));
+        }
+        QVERIFY2(agrees, qPrintable(QStringLiteral("the screen shows an older picture of the dashboard's %1 (%2 of "
+                                                   "the pixels agree)")
+                                            .arg(name).arg(agreement(own, seen))));
+    }
+}
+
 // What a stale screen is made of, kept beside the test's artifacts: the whole screen, the
 // window manager's log and the window tree. Returns how much of the module's picture shows
 // once the window manager has redrawn its own frame (the pointer on its close button): a
@@ -1016,6 +1049,7 @@ void tst_DesktopX11::foreignClientEmbeds(const Module &asModule)
                              START_TIMEOUT_MS),
              "the standard X client's window was not taken into the dashboard");
     CHECK(checkEmbeddedAndHolding(window, QStringLiteral("xlogo")));
+    CHECK(checkDashboardAroundModule(window));
     screenshot(m_row + QStringLiteral("_xlogo"));
     const QPoint close = closeButtonFor(asModule);
     QVERIFY(!close.isNull());
