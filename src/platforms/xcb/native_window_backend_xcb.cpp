@@ -609,37 +609,39 @@ struct XcbNativeWindowBackend::Private
         return damageFirstEvent != 0;
     }
 
-    bool settleThenRedraw(xcb_window_t window)
+    // Starts watching a window it does not watch yet.
+    bool watchUntilSettled(xcb_window_t window)
     {
-        auto it = settling.find(window);
-        if (it == settling.end()) {
-            Settling entry;
-            entry.damage = xcb_generate_id(connection);
-            if (!checked(xcb_damage_create_checked(connection, entry.damage, window,
-                                                   XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY)))
-                return false; // gone, or not ours to watch
-            entry.quiet = std::make_unique<QTimer>();
-            entry.quiet->setSingleShot(true);
-            QObject::connect(entry.quiet.get(), &QTimer::timeout, entry.quiet.get(),
-                             [this, window] { redraw(window); });
-            entry.deadline = Clock::now() + std::chrono::milliseconds(XcbNativeWindowBackend::MAX_SETTLE_MS);
-            it = settling.emplace(window, std::move(entry)).first;
-        }
-        it->second.quiet->start(settleMs);
+        Settling entry;
+        entry.damage = xcb_generate_id(connection);
+        if (!checked(xcb_damage_create_checked(connection, entry.damage, window,
+                                               XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY)))
+            return false; // gone, or not ours to watch
+        entry.quiet = std::make_unique<QTimer>();
+        entry.quiet->setSingleShot(true);
+        QObject::connect(entry.quiet.get(), &QTimer::timeout, entry.quiet.get(),
+                         [this, window] { redraw(window); });
+        entry.deadline = Clock::now() + std::chrono::milliseconds(XcbNativeWindowBackend::MAX_SETTLE_MS);
+        waitAgain(settling.emplace(window, std::move(entry)).first->second);
         return true;
     }
 
-    // The window drew: its damage is cleared so that its next drawing is reported too, and the
-    // redraw waits for it to stop, unless it has drawn for too long already.
+    // The redraw waits for the window to be still again, up to its deadline.
+    void waitAgain(Settling &entry)
+    {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                entry.deadline - Clock::now()).count();
+        entry.quiet->start(int(std::clamp<long long>(left, 0, settleMs)));
+    }
+
+    // The window drew: its damage is cleared so that its next drawing is reported too.
     void drawn(const xcb_damage_notify_event_t *event)
     {
         const auto it = settling.find(event->drawable);
         if (it == settling.end() || it->second.damage != event->damage)
             return;
         xcb_damage_subtract(connection, it->second.damage, XCB_NONE, XCB_NONE);
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-                it->second.deadline - Clock::now()).count();
-        it->second.quiet->start(int(std::clamp<long long>(left, 0, settleMs)));
+        waitAgain(it->second);
     }
 
     void redraw(xcb_window_t window)
@@ -2095,9 +2097,15 @@ bool XcbNativeWindowBackend::redrawWhenSettled(WindowHandle window)
     d->drain();
     const Private::DrainLater later{ d.get() };
     // The wait is the event loop's: without one nothing would come of it.
-    if (!d->ok() || !isXid(window) || !d->notifier || !d->compositing() || !d->damageUsable())
+    if (!d->ok() || !isXid(window) || !d->notifier)
         return false;
-    return d->settleThenRedraw(xcb_window_t(window));
+    // A window already watched (a resize after another) only waits again: no round trip.
+    const auto it = d->settling.find(xcb_window_t(window));
+    if (it != d->settling.end()) {
+        d->waitAgain(it->second);
+        return true;
+    }
+    return d->compositing() && d->damageUsable() && d->watchUntilSettled(xcb_window_t(window));
 }
 
 void XcbNativeWindowBackend::setSettleInterval(int milliseconds)
