@@ -1,5 +1,7 @@
 #pragma once
 
+#include "accessible_items.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QQuickItem>
@@ -108,6 +110,8 @@ private:
     // Makes the engine at once when accessibility comes on while the shell shows.
     class AccessibilityWatch;
     std::unique_ptr<AccessibilityWatch> m_accessibilityWatch;
+    // Before any item of the front end is read, so that none keeps Qt's interface instead.
+    AccessibleItems::Installation m_accessibleItems;
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<DashboardMainWindow> m_window;
     QPointer<QQuickItem> m_root;

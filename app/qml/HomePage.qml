@@ -243,7 +243,12 @@ FocusScope {
                         size: 14
                     }
                 }
-                onTextEdited: searchTimer.restart()
+                // Typed, or written through a screen reader: searched once it rests. Showing
+                // another list's search puts its own text here, which needs no search.
+                onTextChanged: {
+                    if (searchField.text !== page.currentList.searchText)
+                        searchTimer.restart()
+                }
                 Keys.onEscapePressed: {
                     searchField.clear()
                     searchTimer.stop()
@@ -261,6 +266,16 @@ FocusScope {
                 // The option under the arrows is part of the name, so that moving through the
                 // list is spoken as it goes.
                 Accessible.name: qsTr("Sort by: %1").arg(displayText)
+                // Read by the front end's accessible items: open or closed, and a press opens it.
+                // Down whenever its options show; asked first, so that their popup is made only when
+                // it opens.
+                property bool accessibleExpanded: sortBox.down && sortBox.popup.visible
+                function accessiblePressAction() {
+                    if (sortBox.popup.visible)
+                        sortBox.popup.close()
+                    else
+                        sortBox.popup.open()
+                }
                 contentItem: Text {
                     leftPadding: Theme.spacingSmall
                     rightPadding: sortBox.indicator.width + sortBox.spacing

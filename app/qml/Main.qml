@@ -255,6 +255,7 @@ Item {
             instances: root.host.modules
             onActivated: (item) => root.activateNavItem(item)
             onInstanceActivated: (processId) => moduleHost.showInstance(processId)
+            overflowOpen: root.overflowMenu !== null && root.overflowMenu.visible
             onOverflowRequested: root.openOverflowMenu()
         }
 

@@ -21,6 +21,8 @@ Rectangle {
     property var loadingApps: ({})
     property var runningApps: ({})
     property alias overflowButton: overflowButton
+    // Whether the menu the More button opens is open.
+    property bool overflowOpen: false
 
     signal activated(var item)
     signal instanceActivated(var processId)
@@ -212,6 +214,8 @@ Rectangle {
             glyph: Theme.icons.meatballs
             Accessible.role: Accessible.ButtonMenu
             Accessible.selectable: false
+            // Read by the front end's accessible items: a screen reader hears the menu open.
+            property bool accessibleExpanded: bar.overflowOpen
             onClicked: bar.overflowRequested()
         }
     }

@@ -4,8 +4,10 @@ done with AT-SPI alone.
 For each page: every showing control has a name and the role it works as, nothing showing is
 left undrawn, the current page, list, size, view, section and service say so, every text a
 sighted user reads is there, and no control lists an action twice. Then, driven only through
-AT-SPI actions, focus and key events: Settings from the overflow menu, another unit, back Home,
-a search, the label opened in its module, back to the dashboard, the module closed.
+AT-SPI actions, text, focus and key events: Settings from the overflow menu, another unit,
+back Home, a search written into the field as a screen reader's text entry does, the label opened
+in its module, back to the dashboard, the module closed. Controls that open a popup (the More
+button, the sort list) say whether it is open.
 
     run_a11y_test tst_a11y_host.py DASHBOARD_PROGRAM
 """
@@ -157,6 +159,25 @@ def press(app, role_name, name):
         return node
     node.queryAction().doAction(names.index("Press"))
     return node
+
+
+def editable(node):
+    """The node's editable-text interface, or None."""
+    try:
+        return node.queryEditableText()
+    except NotImplementedError:
+        return None
+
+
+def expect_expanded(node, expanded, what):
+    """A control that opens a popup says whether it is open."""
+    report.check(state(node, pyatspi.STATE_EXPANDABLE), "%s does not say it opens anything" % describe(node))
+    try:
+        wait_for("%s to say %s" % (describe(node), "expanded" if expanded else "collapsed"),
+                 lambda: state(node, pyatspi.STATE_EXPANDED) == expanded)
+    except Failure:
+        report.fail("%s %s, but says %s" % (describe(node), what,
+                                            "collapsed" if expanded else "expanded"))
 
 
 def key(keysym):
@@ -518,6 +539,14 @@ def check_sort_announces(app):
         report.fail(str(failure))
     key(0xff52)  # Up, back to A to Z
     wait_for("the sort list back on A to Z", lambda: find(app, "combo box", re.compile(r"Sort by.*")).name == before)
+    box = find(app, "combo box", re.compile(r"Sort by.*"))
+    expect_expanded(box, False, "is closed")
+    press(app, "combo box", re.compile(r"Sort by.*"))
+    wait_node(app, "menu item", "Name Z to A", "the sort options to show")
+    expect_expanded(box, True, "shows its options")
+    key(0xff1b)  # Escape
+    wait_for("the sort options to close", lambda: find(app, "menu item", "Name Z to A") is None)
+    expect_expanded(box, False, "closed its options")
 
 
 def check_favorites(app):
@@ -586,6 +615,8 @@ def check_menu(app):
     press(app, "push button menu", "More") if find(app, "push button menu", "More") else press(app, "push button", "More")
     wait_node(app, "menu item", "Settings", "the overflow menu")
     report.page = "overflow menu"
+    more = find(app, "push button menu", "More") or find(app, "push button", "More")
+    expect_expanded(more, True, "has its menu open")
     nodes = showing_nodes(app)
     items = [n for n, _ in nodes if role(n) == "menu item"]
     report.check(sorted(i.name for i in items) == ["About", "Quit", "Settings"],
@@ -595,6 +626,7 @@ def check_menu(app):
         report.check(acts.count("Press") == 1, "%s offers Press %d times" % (describe(item), acts.count("Press")))
     key(0xff1b)  # Escape
     wait_for("the menu to close", lambda: find(app, "menu item", "Settings") is None)
+    expect_expanded(more, False, "closed its menu")
 
 
 def check_about(app):
@@ -612,6 +644,7 @@ def check_about(app):
         report.check(not state(licence, pyatspi.STATE_EDITABLE), "the licence text says editable")
         report.check(state(licence, pyatspi.STATE_READ_ONLY), "the licence text does not say read-only")
         report.check(licence.queryText().characterCount > 100, "the licence text cannot be read")
+        report.check(editable(licence) is None, "the licence text can be written through AT-SPI")
     close = next((n for n in inside if role(n) == "push button" and n.name == "Close"), None)
     if report.check(close is not None, "the About box has no Close button"):
         close.queryAction().doAction(actions(close).index("Press"))
@@ -688,7 +721,11 @@ def task(app, host):
     report.check(state(field, pyatspi.STATE_EDITABLE) and not state(field, pyatspi.STATE_READ_ONLY),
                  "the search field is not editable text")
     give_focus(field)
-    type_text("Forklift")
+    writer = editable(field)
+    if report.check(writer is not None, "the search field cannot be written through AT-SPI"):
+        report.check(writer.setTextContents("Forklift"), "the search field refused its text")
+    else:
+        type_text("Forklift")
     entry = wait_node(app, "list item", re.compile(r"Forklift Traffic\.kxld, viewed .*"), "the search to find Forklift Traffic")
     wait_for("the search to leave one label",
              lambda: len(list_entries(showing_nodes(app))) == 1)
