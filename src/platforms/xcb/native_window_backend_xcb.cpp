@@ -187,6 +187,11 @@ struct XcbNativeWindowBackend::Private
     // their end reaches this connection as a DestroyNotify, so sends to them need no answer.
     std::unordered_set<xcb_window_t> watchedTargets;
     std::unordered_map<xcb_window_t, PendingCopy> pending; // by carrier
+    // The carriers in the order they were sent, so that withdrawing the old ones looks only at
+    // the oldest: every call withdraws, and a flooding sender has thousands unread. Entries of
+    // carriers read since stay until they reach the front, or until the next compaction.
+    std::deque<std::pair<xcb_window_t, Clock::time_point>> sendOrder;
+    int copyTimeoutMs = XcbNativeWindowBackend::COPY_DATA_TIMEOUT_MS;
     std::unordered_map<xcb_window_t, Backlog> backlogs;    // by receiving window
     std::uint64_t pendingBytes = 0;
     std::unordered_map<std::u16string, MessageId> registered;
@@ -991,21 +996,38 @@ struct XcbNativeWindowBackend::Private
     }
 
     // A payload unread for too long is withdrawn: its receiver is not reading.
+    // The entry of a payload still unread, or pending.end() for a carrier read since (its id
+    // may be a later carrier's by now: the time tells them apart).
+    std::unordered_map<xcb_window_t, PendingCopy>::iterator
+    unread(const std::pair<xcb_window_t, Clock::time_point> &sent)
+    {
+        const auto it = pending.find(sent.first);
+        return it != pending.end() && it->second.sent == sent.second ? it : pending.end();
+    }
+
     void expire()
     {
         const Clock::time_point now = Clock::now();
         bool destroyed = false;
-        for (auto it = pending.begin(); it != pending.end();) {
-            if (now - it->second.sent < std::chrono::milliseconds(COPY_DATA_TIMEOUT_MS)) {
-                ++it;
-                continue;
+        while (!sendOrder.empty()) {
+            const auto it = unread(sendOrder.front());
+            if (it != pending.end()) {
+                if (now - it->second.sent < std::chrono::milliseconds(copyTimeoutMs))
+                    break;
+                xcb_destroy_window(connection, it->first);
+                settle(it);
+                destroyed = true;
             }
-            xcb_destroy_window(connection, it->first);
-            it = settle(it);
-            destroyed = true;
+            sendOrder.pop_front();
         }
         if (destroyed)
             xcb_flush(connection);
+        // Behind an unread payload, those read since pile up: kept within twice the unread.
+        if (sendOrder.size() > 2 * pending.size() + 64) {
+            sendOrder.erase(std::remove_if(sendOrder.begin(), sendOrder.end(),
+                                           [this](const auto &sent) { return unread(sent) == pending.end(); }),
+                            sendOrder.end());
+        }
     }
 
     static xcb_client_message_event_t clientMessage(xcb_window_t window, xcb_atom_t type,
@@ -1160,7 +1182,9 @@ struct XcbNativeWindowBackend::Private
             xcb_flush(connection);
             return 0;
         }
-        pending[carrier] = PendingCopy{ Clock::now(), copy->cbData, target };
+        const Clock::time_point now = Clock::now();
+        pending[carrier] = PendingCopy{ now, copy->cbData, target };
+        sendOrder.emplace_back(carrier, now);
         pendingBytes += copy->cbData;
         Backlog &backlog = backlogs[target];
         ++backlog.copies;
@@ -2106,6 +2130,11 @@ bool XcbNativeWindowBackend::redrawWhenSettled(WindowHandle window)
         return true;
     }
     return d->compositing() && d->damageUsable() && d->watchUntilSettled(xcb_window_t(window));
+}
+
+void XcbNativeWindowBackend::setCopyDataTimeout(int milliseconds)
+{
+    d->copyTimeoutMs = std::max(milliseconds, 0);
 }
 
 void XcbNativeWindowBackend::setSettleInterval(int milliseconds)

@@ -90,6 +90,9 @@ public:
     // How many messages may wait before the oldest is handed over at once:
     // MAX_QUEUED_MESSAGES, unless a test lowers it to reach the bound quickly.
     void setQueueLimit(int messages);
+    // How long a payload may wait unread before it is withdrawn: COPY_DATA_TIMEOUT_MS, unless a
+    // test shortens it.
+    void setCopyDataTimeout(int milliseconds);
     // How long redrawWhenSettled waits for a window to stop drawing: SETTLE_MS, unless a test
     // lengthens it to tell "after its drawing" from "during it" on a slow machine.
     void setSettleInterval(int milliseconds);

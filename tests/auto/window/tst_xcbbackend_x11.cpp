@@ -10,6 +10,7 @@
 #include "printer_fixture.h"
 #include "x11_raw_client.h"
 
+#include <QElapsedTimer>
 #include <QPainter>
 #include <QProcess>
 #include <QRasterWindow>
@@ -91,6 +92,7 @@ private Q_SLOTS:
     void registeredIdsAgreeAcrossProcesses();
     void sendsReportHandingOver();
     void stoppedModuleStallsNothingAndKeepsItsMessages();
+    void unreadPayloadsAreWithdrawnOldestFirst();
     void moduleFloodOfTenThousand();
     void floodLeavesTheEventLoopTurning();
     void arrivalHandlerRemovedReleasesTheSender();
@@ -215,6 +217,57 @@ void tst_XcbBackendX11::sendsReportHandingOver()
              LResult(0));
     QCOMPARE(m_backend->sendMessage(target.winId(), WmCopyData, 0, 0), LResult(0));
     QCOMPARE(x11->pendingCopies(), 1);
+}
+
+// A sender withdraws what nobody has read in time, oldest first; payloads read meanwhile, sent
+// between the unread ones, are not counted again and leave nothing behind.
+void tst_XcbBackendX11::unreadPayloadsAreWithdrawnOldestFirst()
+{
+    showDashboard();
+    QWindow silent; // nobody reads for it here
+    silent.create();
+    auto peer = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
+    auto *sender = static_cast<XcbNativeWindowBackend *>(peer.get());
+    MessageStruct record;
+    record.methodName = QStringLiteral("applicationFocused");
+    record.dataType = QStringLiteral("-");
+    record.arguments = { true };
+    QByteArray bytes = QVIPCMessage::encode(record);
+    CopyDataStruct copy{ 0, std::uint32_t(bytes.size()), bytes.data() };
+    const auto send = [&](WindowHandle to) {
+        return peer->sendMessage(to, WmCopyData, 0, reinterpret_cast<LParam>(&copy)) == LResult(1);
+    };
+    const auto unread = [sender] {
+        sender->processPendingEvents();
+        return sender->pendingCopies();
+    };
+
+    // Two batches a clear time apart, each one unread payload for every three the dashboard
+    // reads, so that read ones wait behind unread ones.
+    constexpr int SILENT_PER_BATCH = 200;
+    QElapsedTimer sinceFirst;
+    sinceFirst.start();
+    for (int i = 0; i < SILENT_PER_BATCH; ++i)
+        QVERIFY(send(silent.winId()) && send(m_dashboard->winId()) && send(m_dashboard->winId())
+                && send(m_dashboard->winId()));
+    const qint64 firstEnded = sinceFirst.elapsed();
+    QTRY_VERIFY(sinceFirst.elapsed() > firstEnded + 200);
+    const qint64 secondStarted = sinceFirst.elapsed();
+    for (int i = 0; i < SILENT_PER_BATCH; ++i)
+        QVERIFY(send(silent.winId()) && send(m_dashboard->winId()) && send(m_dashboard->winId())
+                && send(m_dashboard->winId()));
+    QTRY_COMPARE_WITH_TIMEOUT(unread(), 2 * SILENT_PER_BATCH, 30000);
+
+    // Old enough for the first batch, not for the second.
+    sender->setCopyDataTimeout(int(sinceFirst.elapsed() - (firstEnded + secondStarted) / 2));
+    QCOMPARE(unread(), SILENT_PER_BATCH);
+    sender->setCopyDataTimeout(0);
+    QCOMPARE(unread(), 0);
+
+    // Sending goes on as before, and a payload is withdrawn only once it is old enough.
+    sender->setCopyDataTimeout(60000);
+    QVERIFY(send(silent.winId()));
+    QCOMPARE(unread(), 1);
 }
 
 void tst_XcbBackendX11::stoppedModuleStallsNothingAndKeepsItsMessages()
