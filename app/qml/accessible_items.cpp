@@ -29,7 +29,7 @@ bool invokeIfPresent(QObject *object, const char *signature, const char *name)
 }
 
 // An item of the front end told through its `Accessible` properties, as Qt's items are, with
-// no children: both kinds are controls Qt Quick lists as leaves.
+// no children: these are all controls Qt Quick lists as leaves.
 class QuickItemInterface : public QAccessibleObject, public QAccessibleActionInterface
 {
 public:
@@ -192,6 +192,65 @@ public:
 protected:
     // Pressing it opens (or closes) what it opens, whatever its role.
     bool pressable() const override { return true; }
+};
+
+// A scroll bar: moved by its Increase and Decrease actions, listed once (Qt's item lists each
+// twice), and its position as a value from 0 to 1 less the visible part.
+class ScrollBarInterface : public QuickItemInterface, public QAccessibleValueInterface
+{
+public:
+    using QuickItemInterface::QuickItemInterface;
+
+    void *interface_cast(QAccessible::InterfaceType type) override
+    {
+        if (type == QAccessible::ValueInterface)
+            return static_cast<QAccessibleValueInterface *>(this);
+        return QuickItemInterface::interface_cast(type);
+    }
+
+    QStringList actionNames() const override
+    {
+        QStringList names{ increaseAction(), decreaseAction() };
+        if (state().focusable)
+            names << setFocusAction();
+        return names;
+    }
+
+    void doAction(const QString &name) override
+    {
+        if (name == increaseAction())
+            QMetaObject::invokeMethod(item(), "increase");
+        else if (name == decreaseAction())
+            QMetaObject::invokeMethod(item(), "decrease");
+        else
+            QuickItemInterface::doAction(name);
+    }
+
+    // Drawn only when there is something to scroll, unless always on (its policy).
+    QAccessible::State state() const override
+    {
+        QAccessible::State s = QuickItemInterface::state();
+        const int policy = item()->property("policy").toInt();
+        constexpr int asNeeded = 0, alwaysOff = 1;
+        if (policy == alwaysOff || (policy == asNeeded && last() <= 0.0))
+            s.invisible = true;
+        return s;
+    }
+
+    QVariant currentValue() const override { return item()->property("position").toReal(); }
+    void setCurrentValue(const QVariant &value) override
+    {
+        bool ok = false;
+        const qreal position = value.toReal(&ok);
+        if (ok && qIsFinite(position))
+            item()->setProperty("position", qBound(0.0, position, last()));
+    }
+    QVariant maximumValue() const override { return last(); }
+    QVariant minimumValue() const override { return 0.0; }
+    QVariant minimumStepSize() const override { return item()->property("stepSize").toReal(); }
+
+private:
+    qreal last() const { return qMax(0.0, 1.0 - item()->property("size").toReal()); }
 };
 
 // A text field: read, and written, by a screen reader.
@@ -411,6 +470,8 @@ QAccessibleInterface *factory(const QString &className, QObject *object)
     if (item->inherits("QQuickTextInput")) {
         return new TextInputInterface(item, attached);
     }
+    if (item->inherits("QQuickScrollBar"))
+        return new ScrollBarInterface(item, attached);
     if (item->property(expandedProperty).isValid()) {
         return new ExpandableInterface(item, attached);
     }

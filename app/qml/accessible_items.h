@@ -6,8 +6,9 @@ class QObject;
 class QString;
 
 // What Qt Quick's own accessible items cannot say in Qt 6.4, said by interfaces of the front
-// end's own for two kinds of item:
+// end's own for three kinds of item:
 //  - a text field a screen reader can write to (Qt's item only lets it read the text);
+//  - a scroll bar, whose Increase and Decrease actions Qt's item lists twice;
 //  - a control that opens a popup (a menu button, a list to choose from) and says whether it
 //    is open: the item declares `property bool accessibleExpanded`, and is pressed through its
 //    `function accessiblePressAction()` or else its `Accessible.onPressAction` handler.
@@ -20,7 +21,7 @@ namespace AccessibleItems {
 // open now.
 inline constexpr char expandedProperty[] = "accessibleExpanded";
 
-// The interface for object when it is one of the two kinds, else nullptr (Qt's own applies).
+// The interface for object when it is one of those kinds, else nullptr (Qt's own applies).
 QAccessibleInterface *factory(const QString &className, QObject *object);
 
 // Installs factory for the life of the object; the last one alive removes it (Qt keeps a

@@ -54,6 +54,18 @@ Item {
                     onClicked: menu.open()
                     Menu { id: menu; MenuItem { text: "One" } }
                 }
+                Flickable {
+                    objectName: "flick"
+                    width: 200
+                    height: 100
+                    contentHeight: 1000
+                    ScrollBar.vertical: ScrollBar {
+                        objectName: "bar"
+                        Accessible.role: Accessible.ScrollBar
+                        Accessible.name: "Scroll"
+                        stepSize: 0.1
+                    }
+                }
                 ComboBox {
                     id: combo
                     objectName: "combo"
@@ -96,6 +108,7 @@ private Q_SLOTS:
     void readByPieces_data();
     void readByPieces();
     void selectionAndCursor();
+    void scrollBarMovesAndShowsOnlyWithSomethingToScroll();
     void popupSaysWhetherItIsOpen_data();
     void popupSaysWhetherItIsOpen();
 
@@ -158,6 +171,7 @@ void tst_AccessibleItems::chosenForTheItemsTheySpeakFor_data()
     QTest::newRow("button") << QByteArray("plain") << QAccessible::Button << QStringLiteral("Plain") << false << false;
     QTest::newRow("menu button") << QByteArray("more") << QAccessible::ButtonMenu << QStringLiteral("More") << false << true;
     QTest::newRow("list to choose from") << QByteArray("combo") << QAccessible::ComboBox << QStringLiteral("Sort") << false << true;
+    QTest::newRow("scroll bar") << QByteArray("bar") << QAccessible::ScrollBar << QStringLiteral("Scroll") << false << false;
 }
 
 void tst_AccessibleItems::chosenForTheItemsTheySpeakFor()
@@ -180,7 +194,10 @@ void tst_AccessibleItems::chosenForTheItemsTheySpeakFor()
     // Pressing is offered once, by the controls that are pressed.
     const QStringList actions = iface->actionInterface() ? iface->actionInterface()->actionNames() : QStringList();
     QCOMPARE(actions.count(QAccessibleActionInterface::pressAction()),
-             role == QAccessible::EditableText ? 0 : 1);
+             role == QAccessible::EditableText || role == QAccessible::ScrollBar ? 0 : 1);
+    // No action is listed twice.
+    for (const QString &action : actions)
+        QCOMPARE(actions.count(action), 1);
 }
 
 void tst_AccessibleItems::inQtQuicksTreeWhereQtsItemWouldBe()
@@ -190,7 +207,7 @@ void tst_AccessibleItems::inQtQuicksTreeWhereQtsItemWouldBe()
     QCOMPARE(group->role(), QAccessible::Grouping);
     // Every one of them is the group's child both ways: its parent is the group (past the item
     // that is not in the tree), and the group lists it where it says it is.
-    for (const char *name : { "field", "fixed", "secret", "plain", "more", "combo" }) {
+    for (const char *name : { "field", "fixed", "secret", "plain", "more", "combo", "bar" }) {
         QAccessibleInterface *iface = interfaceOf(name);
         QVERIFY2(iface, name);
         QCOMPARE(iface->parent(), group);
@@ -362,6 +379,52 @@ void tst_AccessibleItems::selectionAndCursor()
     text->setCursorPosition(2);
     QCOMPARE(field->property("cursorPosition").toInt(), 2);
     QCOMPARE(text->cursorPosition(), 2);
+}
+
+void tst_AccessibleItems::scrollBarMovesAndShowsOnlyWithSomethingToScroll()
+{
+    QQuickItem *bar = item("bar");
+    QAccessibleInterface *iface = interfaceOf("bar");
+    QAccessibleActionInterface *actions = iface->actionInterface();
+    QAccessibleValueInterface *value = iface->valueInterface();
+    QVERIFY(actions);
+    QVERIFY(value);
+    QCOMPARE(actions->actionNames().mid(0, 2),
+             (QStringList{ QAccessibleActionInterface::increaseAction(), QAccessibleActionInterface::decreaseAction() }));
+    QCOMPARE(value->minimumValue().toReal(), 0.0);
+    QCOMPARE(value->maximumValue().toReal(), 0.9); // a tenth of the content shows
+    QCOMPARE(value->currentValue().toReal(), 0.0);
+
+    actions->doAction(QAccessibleActionInterface::increaseAction());
+    QCOMPARE(bar->property("position").toReal(), 0.1);
+    QCOMPARE(value->currentValue().toReal(), 0.1);
+    actions->doAction(QAccessibleActionInterface::decreaseAction());
+    QCOMPARE(bar->property("position").toReal(), 0.0);
+
+    value->setCurrentValue(0.5);
+    QCOMPARE(bar->property("position").toReal(), 0.5);
+    // Out of range, or no number at all: kept within the bar, or refused.
+    value->setCurrentValue(7.0);
+    QCOMPARE(bar->property("position").toReal(), 0.9);
+    value->setCurrentValue(-1.0);
+    QCOMPARE(bar->property("position").toReal(), 0.0);
+    value->setCurrentValue(qQNaN());
+    QCOMPARE(bar->property("position").toReal(), 0.0);
+    value->setCurrentValue(QStringLiteral("half"));
+    QCOMPARE(bar->property("position").toReal(), 0.0);
+    QVERIFY(!iface->state().invisible);
+
+    // With nothing to scroll the bar draws nothing, so it does not show; unless always on.
+    item("flick")->setProperty("contentHeight", 50);
+    QTRY_COMPARE(bar->property("size").toReal(), 1.0);
+    QVERIFY(iface->state().invisible);
+    QCOMPARE(value->maximumValue().toReal(), 0.0);
+    bar->setProperty("policy", 2); // ScrollBar.AlwaysOn
+    QVERIFY(!iface->state().invisible);
+    bar->setProperty("policy", 1); // ScrollBar.AlwaysOff
+    item("flick")->setProperty("contentHeight", 1000);
+    QTRY_COMPARE(value->maximumValue().toReal(), 0.9);
+    QVERIFY(iface->state().invisible);
 }
 
 void tst_AccessibleItems::popupSaysWhetherItIsOpen_data()
