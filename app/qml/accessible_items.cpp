@@ -1,6 +1,7 @@
 #include "accessible_items.h"
 
 #include <QAccessibleObject>
+#include <QPointer>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTextBoundaryFinder>
