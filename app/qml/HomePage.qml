@@ -266,9 +266,9 @@ FocusScope {
                 // The option under the arrows is part of the name, so that moving through the
                 // list is spoken as it goes.
                 Accessible.name: qsTr("Sort by: %1").arg(displayText)
-                // Read by the front end's accessible items: open or closed, and a press opens it.
-                // Down whenever its options show; asked first, so that their popup is made only when
-                // it opens.
+                // Read by the front end's accessible items: open or closed, and a press opens
+                // it. Down whenever its options show; asked first, so that their popup is made
+                // only when it opens.
                 property bool accessibleExpanded: sortBox.down && sortBox.popup.visible
                 function accessiblePressAction() {
                     if (sortBox.popup.visible)

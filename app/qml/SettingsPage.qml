@@ -328,9 +328,9 @@ FocusScope {
                             // back on its first entry; it shows the chosen language again.
                             onModelChanged: languageBox.currentIndex = Qt.binding(() => page.languageIndex)
                             Accessible.name: qsTr("Language: %1").arg(displayText)
-                            // Read by the front end's accessible items: open or closed, and a press opens it.
-                            // Down whenever its options show; asked first, so that their popup is made only when
-                            // it opens.
+                            // Read by the front end's accessible items: open or closed, and a
+                            // press opens it. Down whenever its options show; asked first, so
+                            // that their popup is made only when it opens.
                             property bool accessibleExpanded: languageBox.down && languageBox.popup.visible
                             function accessiblePressAction() {
                                 if (languageBox.popup.visible)
