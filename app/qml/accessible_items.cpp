@@ -22,6 +22,19 @@ QObject *attachedProperties(const QQuickItem *item)
     return nullptr;
 }
 
+enum class Kind { None, TextInput, ScrollBar, Expandable };
+
+Kind kindOf(const QQuickItem *item)
+{
+    if (item->inherits("QQuickTextInput"))
+        return Kind::TextInput;
+    if (item->inherits("QQuickScrollBar"))
+        return Kind::ScrollBar;
+    if (item->metaObject()->indexOfProperty(expandedProperty) >= 0)
+        return Kind::Expandable;
+    return Kind::None;
+}
+
 bool invokeIfPresent(QObject *object, const char *signature, const char *name)
 {
     if (object->metaObject()->indexOfMethod(signature) < 0)
@@ -465,16 +478,20 @@ QAccessibleInterface *factory(const QString &className, QObject *object)
     auto *item = qobject_cast<QQuickItem *>(object);
     if (!item)
         return nullptr;
-    QObject *attached = attachedProperties(item);
+    // The kind first: most items are none of them, and Qt asks again for those each time.
+    const Kind kind = kindOf(item);
+    QObject *attached = kind == Kind::None ? nullptr : attachedProperties(item);
     if (!attached)
         return nullptr;
-    if (item->inherits("QQuickTextInput")) {
+    switch (kind) {
+    case Kind::TextInput:
         return new TextInputInterface(item, attached);
-    }
-    if (item->inherits("QQuickScrollBar"))
+    case Kind::ScrollBar:
         return new ScrollBarInterface(item, attached);
-    if (item->property(expandedProperty).isValid()) {
+    case Kind::Expandable:
         return new ExpandableInterface(item, attached);
+    case Kind::None:
+        break;
     }
     return nullptr;
 }
