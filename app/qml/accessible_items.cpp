@@ -405,8 +405,6 @@ public:
     }
     void replaceText(int start, int end, const QString &text) override
     {
-        if (readOnly())
-            return;
         deleteText(start, end);
         insertText(qMin(start, end), text);
     }

@@ -995,7 +995,6 @@ struct XcbNativeWindowBackend::Private
         xcb_flush(connection);
     }
 
-    // A payload unread for too long is withdrawn: its receiver is not reading.
     // The entry of a payload still unread, or pending.end() for a carrier read since (its id
     // may be a later carrier's by now: the time tells them apart).
     std::unordered_map<xcb_window_t, PendingCopy>::iterator
@@ -1005,6 +1004,7 @@ struct XcbNativeWindowBackend::Private
         return it != pending.end() && it->second.sent == sent.second ? it : pending.end();
     }
 
+    // A payload unread for too long is withdrawn: its receiver is not reading.
     void expire()
     {
         const Clock::time_point now = Clock::now();
