@@ -21,6 +21,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -78,6 +79,13 @@ constexpr char COPY_MAGIC[4] = { 'K', 'X', 'C', 'D' };
 constexpr std::uint32_t COPY_HEADER = 24; // magic, serial, cbData, reserved, dwData (8)
 // A payload this small (header included) is written with one request, from the stack.
 constexpr std::uint32_t SMALL_COPY = 4096;
+// A payload in pieces: a first event [key | PIECE_FIRST, cbData, wParam low, wParam high,
+// dwData low], then events [key | (index mod 4) << 29, 16 bytes], the bytes being dwData's high
+// half and then the payload's. The key, the sender's resource id base, tells apart the pieces
+// of senders that interleave; the index tells a piece translated twice from a piece lost.
+constexpr std::uint32_t PIECE_FIRST = 0x80000000u;
+constexpr std::uint32_t PIECE_KEY = 0x1FFFFFFFu;
+constexpr std::uint32_t PIECE_BYTES = 16;
 
 // Names of the display-wide table of registered messages, and the longest name (Windows'
 // atom names stop at 255 characters).
@@ -173,6 +181,7 @@ struct XcbNativeWindowBackend::Private
     xcb_atom_t atomMessage = XCB_NONE;     // ClientMessage type of plain messages
     xcb_atom_t atomCopyData = XCB_NONE;    // ClientMessage type announcing a payload
     xcb_atom_t atomPayload = XCB_NONE;     // property name and type of a payload
+    xcb_atom_t atomPiece = XCB_NONE;       // ClientMessage type of a piece of a small payload
     xcb_atom_t atomTable = XCB_NONE;       // root property: the registered names
     xcb_atom_t atomUtf8 = XCB_NONE;
     xcb_atom_t atomProtocols = XCB_NONE;
@@ -197,6 +206,24 @@ struct XcbNativeWindowBackend::Private
     std::unordered_map<std::u16string, MessageId> registered;
     std::array<Retained, RETAINED_COPIES> retained;
     std::size_t nextRetained = 0;
+
+    std::uint32_t pieceKey = 0;
+    std::uint32_t inlineLimit = INLINE_COPY;
+    // Payloads sent in pieces to each window since it last read one of our carriers.
+    std::unordered_map<xcb_window_t, int> unconfirmed;
+    // A payload whose pieces are coming in.
+    struct Assembly
+    {
+        xcb_window_t window = XCB_NONE;
+        std::uint32_t pieces = 0;
+        std::uint32_t size = 0;
+        WParam wParam = 0;
+        std::uint32_t dwDataLow = 0;
+        std::vector<unsigned char> body; // dwData's high half, then the payload
+        std::uint64_t begun = 0;
+    };
+    std::unordered_map<std::uint64_t, Assembly> assemblies; // by sender's key and window
+    std::uint64_t assemblyCount = 0;
     // Messages taken by queueNativeEvent, oldest first, for the windows with a handler. A
     // payload's read may already be asked of the server (read ahead).
     struct Arrival
@@ -207,6 +234,8 @@ struct XcbNativeWindowBackend::Private
         // The server's answer once it came (null for an error); owned.
         bool answered = false;
         xcb_get_property_reply_t *reply = nullptr;
+        // A payload that came in pieces, whole.
+        std::unique_ptr<Assembly> whole;
     };
     std::deque<Arrival> arrivals;
     std::size_t queueLimit = MAX_QUEUED_MESSAGES;
@@ -377,9 +406,13 @@ struct XcbNativeWindowBackend::Private
     {
         windows.erase(window);
         watchedTargets.erase(window);
+        unconfirmed.erase(window);
         auto it = pending.find(window);
-        if (it != pending.end())
+        if (it != pending.end()) {
+            // A carrier's receipt: its receiver has read it, and so every piece sent before it.
+            unconfirmed.erase(it->second.target);
             settle(it);
+        }
     }
 
     std::unordered_map<xcb_window_t, PendingCopy>::iterator
@@ -1125,6 +1158,14 @@ struct XcbNativeWindowBackend::Private
                      unsigned(copy->cbData), unsigned(MAX_COPY_DATA));
             return 0;
         }
+        const auto sentInPieces = unconfirmed.find(target);
+        if (copy->cbData <= inlineLimit
+            && (sentInPieces == unconfirmed.end() || sentInPieces->second < INLINE_UNCONFIRMED)) {
+            if (!sendPieces(target, wParam, copy))
+                return 0;
+            ++unconfirmed[target];
+            return 1;
+        }
         if (pendingBytes + copy->cbData > MAX_PENDING_BYTES
             || !waitForRoom(target, copy->cbData)) {
             KX_DEBUG(lcWindow,
@@ -1192,6 +1233,118 @@ struct XcbNativeWindowBackend::Private
         return 1;
     }
 
+    // A small payload in the events themselves: its receiver reads it without a round trip.
+    bool sendPieces(xcb_window_t target, WParam wParam, const CopyDataStruct *copy)
+    {
+        const std::uint64_t w = wParam;
+        const std::uint64_t dwData = copy->dwData;
+        const std::uint32_t first[5] = { pieceKey | PIECE_FIRST, copy->cbData, std::uint32_t(w),
+                                         std::uint32_t(w >> 32), std::uint32_t(dwData) };
+        if (!sendToWindow(target, atomPiece, first))
+            return false;
+        unsigned char body[4 + INLINE_COPY + PIECE_BYTES] = {};
+        putLe32(body, std::uint32_t(dwData >> 32));
+        if (copy->cbData)
+            std::memcpy(body + 4, copy->lpData, copy->cbData);
+        // Words, not bytes: the server swaps format-32 data for a receiver of the other byte
+        // order, which keeps each word's value.
+        std::uint32_t index = 1;
+        for (std::uint32_t done = 0; done < 4 + copy->cbData; done += PIECE_BYTES, ++index) {
+            std::uint32_t data[5] = { pieceKey | ((index & 3u) << 29) };
+            for (int i = 0; i < 4; ++i)
+                data[1 + i] = getLe32(body + done + 4 * i);
+            const xcb_client_message_event_t event = clientMessage(target, atomPiece, data);
+            xcb_send_event(connection, 0, target, XCB_EVENT_MASK_NO_EVENT,
+                           reinterpret_cast<const char *>(&event));
+        }
+        return true;
+    }
+
+    // Takes one piece; true, with the payload in *whole, when it was the last one. Whatever
+    // does not fit the pieces before it from the same sender to the same window is dropped.
+    bool takePiece(const xcb_client_message_event_t *event, Assembly *whole)
+    {
+        const std::uint32_t head = event->data.data32[0];
+        const std::uint64_t id = (std::uint64_t(head & PIECE_KEY) << 32) | event->window;
+        const std::uint32_t index = (head >> 29) & 3u;
+        if (head & PIECE_FIRST) {
+            // Begins afresh: a payload cut short before it (its sender died sending) is dropped.
+            const std::uint32_t size = event->data.data32[1];
+            if (index != 0 || size > INLINE_COPY) {
+                assemblies.erase(id);
+                return false;
+            }
+            auto it = assemblies.find(id);
+            if (it == assemblies.end()) {
+                if (assemblies.size() >= std::size_t(MAX_ASSEMBLIES))
+                    assemblies.erase(std::min_element(assemblies.begin(), assemblies.end(),
+                                                      [](const auto &a, const auto &b) {
+                                                          return a.second.begun < b.second.begun;
+                                                      }));
+                it = assemblies.emplace(id, Assembly{}).first;
+            }
+            Assembly &assembly = it->second;
+            assembly.window = event->window;
+            assembly.pieces = 1;
+            assembly.size = size;
+            assembly.wParam = WParam(std::uint64_t(event->data.data32[2])
+                                     | (std::uint64_t(event->data.data32[3]) << 32));
+            assembly.dwDataLow = event->data.data32[4];
+            assembly.body.clear();
+            assembly.body.reserve(4 + size);
+            assembly.begun = ++assemblyCount;
+            return false;
+        }
+        const auto it = assemblies.find(id);
+        if (it == assemblies.end())
+            return false;
+        Assembly &assembly = it->second;
+        if (index == ((assembly.pieces - 1) & 3u))
+            return false; // the same piece again: a filter and then the window translated it
+        if (index != (assembly.pieces & 3u)) {
+            assemblies.erase(it);
+            return false;
+        }
+        ++assembly.pieces;
+        unsigned char piece[PIECE_BYTES];
+        for (int i = 0; i < 4; ++i)
+            putLe32(piece + 4 * i, event->data.data32[1 + i]);
+        const std::size_t missing = 4 + std::size_t(assembly.size) - assembly.body.size();
+        assembly.body.insert(assembly.body.end(), piece,
+                             piece + std::min<std::size_t>(missing, PIECE_BYTES));
+        if (assembly.body.size() < 4 + std::size_t(assembly.size))
+            return false;
+        *whole = std::move(assembly);
+        assemblies.erase(it);
+        return true;
+    }
+
+    const Message *handOver(const Assembly &whole, Message *storage)
+    {
+        const std::uint64_t dwData = whole.dwDataLow
+                | (std::uint64_t(getLe32(whole.body.data())) << 32);
+        return keep(whole.window, whole.wParam, dwData, whole.body.data() + 4, whole.size, storage);
+    }
+
+    // A payload received, in the backend's keeping until RETAINED_COPIES more have come.
+    const Message *keep(xcb_window_t window, WParam wParam, std::uint64_t dwData,
+                        const unsigned char *bytes, std::uint32_t size, Message *storage)
+    {
+        Retained &slot = retained[nextRetained];
+        nextRetained = (nextRetained + 1) % retained.size();
+        slot.bytes.assign(bytes, bytes + size);
+        slot.bytes.shrink_to_fit();
+        slot.copyData.dwData = std::uintptr_t(dwData);
+        slot.copyData.cbData = size;
+        slot.copyData.lpData = size ? slot.bytes.data() : nullptr;
+        *storage = Message{};
+        storage->hwnd = window;
+        storage->message = WmCopyData;
+        storage->wParam = wParam;
+        storage->lParam = reinterpret_cast<LParam>(&slot.copyData);
+        return storage;
+    }
+
     // An announcement whose carrier can be read at all: an X id, a size within the limit.
     static bool readable(const xcb_client_message_event_t *event)
     {
@@ -1232,13 +1385,6 @@ struct XcbNativeWindowBackend::Private
             || getLe32(value + 8) != size)
             return nullptr;
 
-        Retained &slot = retained[nextRetained];
-        nextRetained = (nextRetained + 1) % retained.size();
-        slot.bytes.assign(value + COPY_HEADER, value + total);
-        slot.bytes.shrink_to_fit();
-        slot.copyData.dwData = std::uintptr_t(getLe64(value + 16));
-        slot.copyData.cbData = size;
-        slot.copyData.lpData = size ? slot.bytes.data() : nullptr;
         // The receipt: the sender sees its carrier destroyed. Asked now, so this connection
         // never reads the carrier again, but sent with the next flush: the handler's reply,
         // typically, or the drain the event loop runs next.
@@ -1247,14 +1393,9 @@ struct XcbNativeWindowBackend::Private
             scheduleDrain();
         else
             xcb_flush(connection);
-
-        *storage = Message{};
-        storage->hwnd = event->window;
-        storage->message = WmCopyData;
-        storage->wParam = WParam(std::uint64_t(event->data.data32[2])
-                                 | (std::uint64_t(event->data.data32[3]) << 32));
-        storage->lParam = reinterpret_cast<LParam>(&slot.copyData);
-        return storage;
+        const WParam wParam = WParam(std::uint64_t(event->data.data32[2])
+                                     | (std::uint64_t(event->data.data32[3]) << 32));
+        return keep(event->window, wParam, getLe64(value + 16), value + COPY_HEADER, size, storage);
     }
 
     // A message that travels in the event itself: a plain message, or a window manager's
@@ -1285,7 +1426,7 @@ struct XcbNativeWindowBackend::Private
 
     bool isMessageEvent(const xcb_client_message_event_t *event) const
     {
-        return event->type == atomCopyData || event->type == atomMessage
+        return event->type == atomCopyData || event->type == atomPiece || event->type == atomMessage
                 || (event->type == atomProtocols && event->data.data32[0] == atomDeleteWindow);
     }
 
@@ -1334,7 +1475,7 @@ struct XcbNativeWindowBackend::Private
     // Takes the oldest arrival off the queue, with what read ahead asked for it.
     Arrival takeArrival()
     {
-        Arrival first = arrivals.front();
+        Arrival first = std::move(arrivals.front());
         arrivals.pop_front();
         --requestedAhead;
         if (first.event.type == atomCopyData && readable(&first.event))
@@ -1375,7 +1516,9 @@ struct XcbNativeWindowBackend::Private
         const ArrivalHandler handler = it->second;
         Message storage{};
         const Message *message = nullptr;
-        if (arrival.event.type == atomCopyData) {
+        if (arrival.whole) {
+            message = handOver(*arrival.whole, &storage);
+        } else if (arrival.event.type == atomCopyData) {
             if (arrival.requested)
                 message = acceptCopyData(&arrival.event, reply.get(), &storage);
         } else {
@@ -1433,7 +1576,7 @@ struct XcbNativeWindowBackend::Private
         bool destroyed = false;
         for (Arrival &arrival : arrivals) {
             if (window != XCB_NONE && arrival.event.window != window) {
-                kept.push_back(arrival);
+                kept.push_back(std::move(arrival));
                 continue;
             }
             forgetReply(arrival);
@@ -1554,10 +1697,12 @@ XcbNativeWindowBackend::XcbNativeWindowBackend(const char *displayName) : d(new 
     const std::uint32_t limit = std::min<std::uint32_t>(
             xcb_get_maximum_request_length(d->connection), 65535u);
     d->maxChunk = std::max<std::uint32_t>(limit * 4u - 64u, 1024u) & ~3u;
+    d->pieceKey = setup->resource_id_base & PIECE_KEY;
 
     d->intern({ { "_KORVEX_WM_MESSAGE", &d->atomMessage },
                 { "_KORVEX_WM_COPYDATA", &d->atomCopyData },
                 { "_KORVEX_COPYDATA_PAYLOAD", &d->atomPayload },
+                { "_KORVEX_WM_COPYDATA_PIECE", &d->atomPiece },
                 { "_KORVEX_WM_REGISTERED_MESSAGES", &d->atomTable },
                 { "UTF8_STRING", &d->atomUtf8 },
                 { "WM_PROTOCOLS", &d->atomProtocols },
@@ -1907,6 +2052,10 @@ const Message *XcbNativeWindowBackend::translateNativeEvent(const char *eventTyp
         const Private::DrainLater later{ d.get() };
         return d->receiveCopyData(event, storage);
     }
+    if (event->type == d->atomPiece) {
+        Private::Assembly whole;
+        return d->takePiece(event, &whole) ? d->handOver(whole, storage) : nullptr;
+    }
     return d->translatePlain(event, storage);
 }
 
@@ -1938,13 +2087,20 @@ bool XcbNativeWindowBackend::queueNativeEvent(const char *eventType, std::size_t
     const auto *event = static_cast<const xcb_client_message_event_t *>(message);
     if (event->format != 32 || !d->isMessageEvent(event) || !d->arrivalHandlers.count(event->window))
         return false;
+    Private::Arrival arrival;
+    arrival.event = *event;
+    if (event->type == d->atomPiece) {
+        // Queued once whole; its pieces are this backend's business.
+        auto whole = std::make_unique<Private::Assembly>();
+        if (!d->takePiece(event, whole.get()))
+            return true;
+        arrival.whole = std::move(whole);
+    }
     // A sender beyond every limit: the oldest goes first, here, rather than memory growing
     // without end.
     while (d->arrivals.size() >= d->queueLimit)
         d->deliverOne(true);
-    Private::Arrival arrival;
-    arrival.event = *event;
-    d->arrivals.push_back(arrival);
+    d->arrivals.push_back(std::move(arrival));
     d->scheduleDelivery();
     return true;
 }
@@ -1952,6 +2108,11 @@ bool XcbNativeWindowBackend::queueNativeEvent(const char *eventType, std::size_t
 int XcbNativeWindowBackend::queuedMessages() const
 {
     return int(d->arrivals.size());
+}
+
+void XcbNativeWindowBackend::setInlineLimit(std::uint32_t bytes)
+{
+    d->inlineLimit = std::min(bytes, INLINE_COPY);
 }
 
 void XcbNativeWindowBackend::setQueueLimit(int messages)
@@ -1967,7 +2128,8 @@ bool XcbNativeWindowBackend::isBackendTransport(const char *eventType, std::size
         return false;
     const auto *event = static_cast<const xcb_client_message_event_t *>(message);
     return (event->response_type & 0x7f) == XCB_CLIENT_MESSAGE && event->format == 32
-            && (event->type == d->atomMessage || event->type == d->atomCopyData);
+            && (event->type == d->atomMessage || event->type == d->atomCopyData
+                || event->type == d->atomPiece);
 }
 
 bool XcbNativeWindowBackend::isKeyForEmbedded(const char *eventType, std::size_t eventTypeSize,

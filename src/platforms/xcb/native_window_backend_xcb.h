@@ -15,8 +15,9 @@ namespace KorvexNative {
 // docs/native_window.md. In short:
 //  - windows are X windows; "STATIC" children are plain child windows, SetParent re-parents and
 //    adds the window to the save-set, styles that X11 cannot express are kept per window;
-//  - messages are ClientMessage events to the window's owner; WM_COPYDATA bytes travel in a
-//    property of a short-lived window of the sender, which the receiver reads and destroys;
+//  - messages are ClientMessage events to the window's owner; a small WM_COPYDATA travels in
+//    a few of them, a larger one in a property of a short-lived window of the sender, which
+//    the receiver reads and destroys;
 //  - SendMessageW never waits for the receiving program: it returns 1 once the message is on
 //    its way to the window's owner and 0 when the window is gone. Only the first message to a
 //    window waits for the X server; the backend then watches the window for its end.
@@ -24,6 +25,15 @@ namespace KorvexNative {
 class KORVEXDASHBOARD_EXPORT XcbNativeWindowBackend final : public NativeWindowBackend
 {
 public:
+    // A payload of up to INLINE_COPY bytes travels in the events themselves, so its receiver
+    // needs no round trip to read it. Larger ones go in a carrier window, and so does every
+    // payload after INLINE_UNCONFIRMED in a row to one window, until the receiver has read one
+    // of those: a receiver that does not read is held to what carriers allow.
+    static constexpr std::uint32_t INLINE_COPY = 256;
+    static constexpr int INLINE_UNCONFIRMED = 64;
+    // Payloads coming in pieces from this many senders to this many windows at once, at most;
+    // beyond, the one begun first is dropped (its sender is gone, or hostile).
+    static constexpr int MAX_ASSEMBLIES = 256;
     // Largest WM_COPYDATA payload, either way. Bigger sends are refused (0), bigger
     // announcements are dropped.
     static constexpr std::uint32_t MAX_COPY_DATA = 16u * 1024u * 1024u;
@@ -93,6 +103,9 @@ public:
     // How long a payload may wait unread before it is withdrawn: COPY_DATA_TIMEOUT_MS, unless a
     // test shortens it.
     void setCopyDataTimeout(int milliseconds);
+    // The largest payload sent in the events themselves: INLINE_COPY, unless a test lowers it
+    // (0 sends every payload in a carrier).
+    void setInlineLimit(std::uint32_t bytes);
     // How long redrawWhenSettled waits for a window to stop drawing: SETTLE_MS, unless a test
     // lengthens it to tell "after its drawing" from "during it" on a slow machine.
     void setSettleInterval(int milliseconds);

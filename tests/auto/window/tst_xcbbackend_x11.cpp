@@ -10,6 +10,7 @@
 #include "printer_fixture.h"
 #include "x11_raw_client.h"
 
+#include <QAbstractNativeEventFilter>
 #include <QElapsedTimer>
 #include <QPainter>
 #include <QProcess>
@@ -21,6 +22,7 @@
 
 #include <xcb/xcb.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -77,6 +79,111 @@ private:
     QString m_caption;
 };
 
+// The backend's transport events that reach one window, copied and kept from Qt, so that a test
+// hands them to a backend itself, in the order it chooses.
+class TransportCapture : public QAbstractNativeEventFilter
+{
+public:
+    TransportCapture(NativeWindowBackend *backend, WindowHandle window)
+        : m_backend(backend), m_window(window)
+    {
+        QCoreApplication::instance()->installNativeEventFilter(this);
+    }
+    ~TransportCapture() override { QCoreApplication::instance()->removeNativeEventFilter(this); }
+
+    QList<xcb_client_message_event_t> events;
+
+    bool nativeEventFilter(const QByteArray &type, void *message, qintptr *) override
+    {
+        const auto *event = static_cast<const xcb_client_message_event_t *>(message);
+        if (type != "xcb_generic_event_t" || (event->response_type & 0x7f) != XCB_CLIENT_MESSAGE
+            || event->window != m_window
+            || !m_backend->isBackendTransport(type.constData(), std::size_t(type.size()), message))
+            return false;
+        events.append(*event);
+        return true;
+    }
+
+    // Everything a sender sent before its marker (a plain message MARKER) is here.
+    bool hasMarker(quint64 wParam) const
+    {
+        return std::any_of(events.begin(), events.end(), [wParam](const auto &event) {
+            return event.data.data32[0] == MARKER && event.data.data32[1] == std::uint32_t(wParam);
+        });
+    }
+    QList<xcb_client_message_event_t> before(quint64 marker) const
+    {
+        QList<xcb_client_message_event_t> taken;
+        for (const auto &event : events) {
+            if (event.data.data32[0] == MARKER && event.data.data32[1] == std::uint32_t(marker))
+                break;
+            taken.append(event);
+        }
+        return taken;
+    }
+
+    static constexpr MessageId MARKER = 0xC0DE;
+
+private:
+    NativeWindowBackend *m_backend;
+    WindowHandle m_window;
+};
+
+struct Received
+{
+    MessageId message = 0;
+    quint64 wParam = 0;
+    quint64 dwData = 0;
+    QByteArray bytes;
+};
+
+Received received(const Message &message)
+{
+    Received r{ message.message, quint64(message.wParam), 0, {} };
+    if (message.message == WmCopyData) {
+        const auto *copy = reinterpret_cast<const CopyDataStruct *>(message.lParam);
+        r.dwData = quint64(copy->dwData);
+        r.bytes = QByteArray(static_cast<const char *>(copy->lpData), int(copy->cbData));
+    }
+    return r;
+}
+
+// What translating each event gives, twice over when a filter and then the window both look.
+QList<Received> translateAll(NativeWindowBackend *backend, QList<xcb_client_message_event_t> events,
+                             int looks = 1)
+{
+    const QByteArray type("xcb_generic_event_t");
+    QList<Received> got;
+    for (auto &event : events) {
+        for (int look = 0; look < looks; ++look) {
+            Message storage{};
+            if (const Message *m = backend->translateNativeEvent(type.constData(),
+                                                                 std::size_t(type.size()), &event,
+                                                                 &storage))
+                got.append(received(*m));
+        }
+    }
+    return got;
+}
+
+QList<QByteArray> payloadsOf(const QList<Received> &messages)
+{
+    QList<QByteArray> payloads;
+    for (const Received &r : messages) {
+        if (r.message == WmCopyData)
+            payloads.append(r.bytes);
+    }
+    return payloads;
+}
+
+QByteArray patterned(int size, int seed)
+{
+    QByteArray bytes(size, Qt::Uninitialized);
+    for (int i = 0; i < size; ++i)
+        bytes[i] = char(i * 7 + seed);
+    return bytes;
+}
+
 } // namespace
 
 class tst_XcbBackendX11 : public QObject
@@ -97,6 +204,12 @@ private Q_SLOTS:
     void floodLeavesTheEventLoopTurning();
     void arrivalHandlerRemovedReleasesTheSender();
     void overfullQueueHandsOverTheOldestAtOnce();
+    void smallPayloadsTravelInTheEvents_data();
+    void smallPayloadsTravelInTheEvents();
+    void piecesOfInterleavedSendersAreToldApart();
+    void hostilePieces_data();
+    void hostilePieces();
+    void unreadPiecesHandOverToCarriers();
     void moduleKilledInTheMiddleOfItsMessages();
     void hostileAnnouncements_data();
     void hostileAnnouncements();
@@ -200,12 +313,13 @@ void tst_XcbBackendX11::sendsReportHandingOver()
     // where there is no window.
     QWindow target;
     target.create();
+    auto *x11 = static_cast<XcbNativeWindowBackend *>(m_backend.get());
+    x11->setInlineLimit(0); // every payload in a carrier, which waits to be read
     QByteArray bytes = focusReport(5);
     CopyDataStruct copy{ 0, std::uint32_t(bytes.size()), bytes.data() };
     QCOMPARE(m_backend->sendMessage(target.winId(), WmCopyData, 0, reinterpret_cast<LParam>(&copy)),
              LResult(1));
     QCOMPARE(m_backend->sendMessage(target.winId(), 0xC0FF, 0, 0), LResult(1));
-    auto *x11 = static_cast<XcbNativeWindowBackend *>(m_backend.get());
     QCOMPARE(x11->pendingCopies(), 1);
     // Nobody reads for target here, so the payload waits; a payload too big is refused.
     CopyDataStruct huge{ 0, XcbNativeWindowBackend::MAX_COPY_DATA + 1, bytes.data() };
@@ -228,6 +342,7 @@ void tst_XcbBackendX11::unreadPayloadsAreWithdrawnOldestFirst()
     silent.create();
     auto peer = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
     auto *sender = static_cast<XcbNativeWindowBackend *>(peer.get());
+    sender->setInlineLimit(0); // carriers alone can be unread
     MessageStruct record;
     record.methodName = QStringLiteral("applicationFocused");
     record.dataType = QStringLiteral("-");
@@ -394,6 +509,7 @@ void tst_XcbBackendX11::arrivalHandlerRemovedReleasesTheSender()
 
     auto peer = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
     auto *sender = static_cast<XcbNativeWindowBackend *>(peer.get());
+    sender->setInlineLimit(0); // a carrier, whose end the sender sees
     // The queue is fed from the window's events, as DashboardMainWindow does; the handler goes
     // as soon as the payload is queued, before the event loop can hand it over.
     struct Feeder : QAbstractNativeEventFilter
@@ -489,6 +605,215 @@ void tst_XcbBackendX11::overfullQueueHandsOverTheOldestAtOnce()
     QTRY_COMPARE(handed.size(), SENT);
     QCOMPARE(handed, expected);
     QVERIFY(x11->setArrivalHandler(receiver.winId(), {}));
+}
+
+void tst_XcbBackendX11::smallPayloadsTravelInTheEvents_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::addColumn<bool>("queued");
+    QTest::addColumn<bool>("inEvents");
+    const int limit = int(XcbNativeWindowBackend::INLINE_COPY);
+    // Around the edges of a piece's 16 bytes (the first carries 4 of dwData's) and of the limit.
+    for (int size : { 0, 1, 11, 12, 13, 28, 100, limit - 1, limit, limit + 1 }) {
+        for (bool queued : { false, true })
+            QTest::addRow("%d bytes, %s", size, queued ? "queued" : "translated")
+                    << size << queued << (size <= limit);
+    }
+}
+
+// A small payload needs no carrier: it is whole and intact on arrival, dwData and wParam with
+// their high halves, and seen once although translated twice; larger ones still go in a carrier.
+void tst_XcbBackendX11::smallPayloadsTravelInTheEvents()
+{
+    QFETCH(int, size);
+    QFETCH(bool, queued);
+    QFETCH(bool, inEvents);
+    QWindow receiver;
+    receiver.create();
+    auto *x11 = static_cast<XcbNativeWindowBackend *>(m_backend.get());
+    TransportCapture capture(m_backend.get(), receiver.winId());
+    auto peer = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
+    auto *sender = static_cast<XcbNativeWindowBackend *>(peer.get());
+
+    QByteArray bytes = patterned(size, size);
+    const quint64 wParam = 0x0000000712345678ull;
+    const quint64 dwData = 0xABCD00000000BEEFull;
+    CopyDataStruct copy{ std::uintptr_t(dwData), std::uint32_t(size), bytes.data() };
+    QCOMPARE(peer->sendMessage(receiver.winId(), WmCopyData, WParam(wParam),
+                               reinterpret_cast<LParam>(&copy)),
+             LResult(1));
+    QCOMPARE(sender->pendingCopies(), inEvents ? 0 : 1);
+    QVERIFY(peer->postMessage(receiver.winId(), TransportCapture::MARKER, 1, 0));
+    QTRY_VERIFY(capture.hasMarker(1));
+
+    QList<Received> got;
+    if (queued) {
+        QVERIFY(x11->setArrivalHandler(receiver.winId(),
+                                       [&](const Message &m) { got.append(received(m)); }));
+        const QByteArray type("xcb_generic_event_t");
+        for (auto event : capture.events)
+            QVERIFY(x11->queueNativeEvent(type.constData(), std::size_t(type.size()), &event));
+        QTRY_COMPARE(got.size(), 2);
+        QCOMPARE(x11->queuedMessages(), 0);
+        QVERIFY(x11->setArrivalHandler(receiver.winId(), {}));
+    } else {
+        got = translateAll(m_backend.get(), capture.events, 2);
+    }
+    // The marker, a plain message, is given on every look; the payload once, before it.
+    QCOMPARE(got.size(), queued ? 2 : 3);
+    QCOMPARE(got.at(0).message, MessageId(WmCopyData));
+    QCOMPARE(got.at(0).wParam, wParam);
+    QCOMPARE(got.at(0).dwData, dwData);
+    QCOMPARE(got.at(0).bytes, bytes);
+    QCOMPARE(got.at(1).message, TransportCapture::MARKER);
+    if (!inEvents) {
+        QTRY_COMPARE((sender->processPendingEvents(), sender->pendingCopies()), 0);
+    }
+}
+
+// Pieces of two senders that arrive interleaved make two whole payloads.
+void tst_XcbBackendX11::piecesOfInterleavedSendersAreToldApart()
+{
+    QWindow receiver;
+    receiver.create();
+    TransportCapture capture(m_backend.get(), receiver.winId());
+    auto first = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
+    auto second = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
+    QByteArray one = patterned(100, 1);
+    QByteArray two = patterned(90, 2);
+    CopyDataStruct copyOne{ 1, std::uint32_t(one.size()), one.data() };
+    CopyDataStruct copyTwo{ 2, std::uint32_t(two.size()), two.data() };
+    QCOMPARE(first->sendMessage(receiver.winId(), WmCopyData, 0, reinterpret_cast<LParam>(&copyOne)),
+             LResult(1));
+    QVERIFY(first->postMessage(receiver.winId(), TransportCapture::MARKER, 1, 0));
+    QTRY_VERIFY(capture.hasMarker(1));
+    const auto ofFirst = capture.before(1);
+    capture.events.clear();
+    QCOMPARE(second->sendMessage(receiver.winId(), WmCopyData, 0, reinterpret_cast<LParam>(&copyTwo)),
+             LResult(1));
+    QVERIFY(second->postMessage(receiver.winId(), TransportCapture::MARKER, 2, 0));
+    QTRY_VERIFY(capture.hasMarker(2));
+    const auto ofSecond = capture.before(2);
+    QVERIFY(ofFirst.size() > 2 && ofSecond.size() > 2);
+
+    QList<xcb_client_message_event_t> interleaved;
+    for (qsizetype i = 0; i < std::max(ofFirst.size(), ofSecond.size()); ++i) {
+        if (i < ofSecond.size())
+            interleaved.append(ofSecond.at(i));
+        if (i < ofFirst.size())
+            interleaved.append(ofFirst.at(i));
+    }
+    const QList<Received> got = translateAll(m_backend.get(), interleaved);
+    QCOMPARE(got.size(), 2);
+    // The shorter payload's last piece comes first.
+    QCOMPARE(got.at(0).bytes, two);
+    QCOMPARE(got.at(0).dwData, 2u);
+    QCOMPARE(got.at(1).bytes, one);
+    QCOMPARE(got.at(1).dwData, 1u);
+}
+
+void tst_XcbBackendX11::hostilePieces_data()
+{
+    QTest::addColumn<QString>("what");
+    for (const char *what : { "piece without a first", "piece lost", "pieces swapped",
+                              "cut short by a new first", "size over the limit",
+                              "first with a piece index", "more senders at once than kept",
+                              "piece of another window" })
+        QTest::newRow(what) << QString::fromLatin1(what);
+}
+
+// Each row spoils an honest sender's pieces of payload P and then sends payload Q whole: what
+// does not fit is dropped, and the next payload from the same sender arrives all the same.
+void tst_XcbBackendX11::hostilePieces()
+{
+    QFETCH(QString, what);
+    QWindow receiver;
+    receiver.create();
+    TransportCapture capture(m_backend.get(), receiver.winId());
+    auto peer = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
+    QByteArray p = patterned(100, 3);
+    QByteArray q = patterned(60, 4);
+    CopyDataStruct copyP{ 0, std::uint32_t(p.size()), p.data() };
+    CopyDataStruct copyQ{ 0, std::uint32_t(q.size()), q.data() };
+    QCOMPARE(peer->sendMessage(receiver.winId(), WmCopyData, 0, reinterpret_cast<LParam>(&copyP)),
+             LResult(1));
+    QVERIFY(peer->postMessage(receiver.winId(), TransportCapture::MARKER, 1, 0));
+    QTRY_VERIFY(capture.hasMarker(1));
+    QList<xcb_client_message_event_t> pieces = capture.before(1);
+    capture.events.clear();
+    QCOMPARE(peer->sendMessage(receiver.winId(), WmCopyData, 0, reinterpret_cast<LParam>(&copyQ)),
+             LResult(1));
+    QVERIFY(peer->postMessage(receiver.winId(), TransportCapture::MARKER, 2, 0));
+    QTRY_VERIFY(capture.hasMarker(2));
+    const QList<xcb_client_message_event_t> honest = capture.before(2);
+    QCOMPARE(pieces.size(), 1 + (4 + 100 + 15) / 16);
+    const auto withKey = [](xcb_client_message_event_t event, std::uint32_t key) {
+        event.data.data32[0] = (event.data.data32[0] & 0xE0000000u) | key;
+        return event;
+    };
+
+    QList<QByteArray> expected{ q };
+    if (what == u"piece without a first") {
+        pieces.removeFirst();
+    } else if (what == u"piece lost") {
+        pieces.removeAt(3);
+    } else if (what == u"pieces swapped") {
+        pieces.swapItemsAt(2, 3);
+    } else if (what == u"cut short by a new first") {
+        pieces = pieces.mid(0, 4);
+    } else if (what == u"size over the limit") {
+        pieces[0].data.data32[1] = XcbNativeWindowBackend::INLINE_COPY + 1;
+    } else if (what == u"first with a piece index") {
+        pieces[0].data.data32[0] |= 1u << 29;
+    } else if (what == u"more senders at once than kept") {
+        // Forged firsts of many senders: the one begun first is let go, the last kept.
+        const int senders = XcbNativeWindowBackend::MAX_ASSEMBLIES + 1;
+        QList<xcb_client_message_event_t> spoilt;
+        for (int k = 0; k < senders; ++k)
+            spoilt.append(withKey(pieces.first(), std::uint32_t(0x100 + k)));
+        for (qsizetype i = 1; i < pieces.size(); ++i)
+            spoilt.append(withKey(pieces.at(i), 0x100));
+        for (qsizetype i = 1; i < pieces.size(); ++i)
+            spoilt.append(withKey(pieces.at(i), std::uint32_t(0x100 + senders - 1)));
+        pieces = spoilt;
+        expected = { p, q };
+    } else if (what == u"piece of another window") {
+        pieces[4].window = xcb_window_t(receiver.winId()) + 1;
+    }
+    const QList<Received> got = translateAll(m_backend.get(), pieces + honest);
+    QCOMPARE(payloadsOf(got), expected);
+}
+
+// Pieces to a window that does not read them are bounded: past INLINE_UNCONFIRMED in a row, the
+// sender's payloads wait in carriers, which it withdraws in time. Once the receiver reads a
+// carrier, and so all before it, payloads go in pieces again. Nothing is lost or reordered.
+void tst_XcbBackendX11::unreadPiecesHandOverToCarriers()
+{
+    constexpr int beyond = 3;
+    QWindow receiver;
+    receiver.create();
+    TransportCapture capture(m_backend.get(), receiver.winId());
+    auto peer = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
+    auto *sender = static_cast<XcbNativeWindowBackend *>(peer.get());
+    const int total = XcbNativeWindowBackend::INLINE_UNCONFIRMED + beyond;
+    QList<QByteArray> sent;
+    for (int i = 0; i < total; ++i) {
+        sent.append(patterned(40, i));
+        CopyDataStruct copy{ 0, 40, sent.last().data() };
+        QCOMPARE(peer->sendMessage(receiver.winId(), WmCopyData, 0, reinterpret_cast<LParam>(&copy)),
+                 LResult(1));
+    }
+    QCOMPARE(sender->pendingCopies(), beyond);
+    QVERIFY(peer->postMessage(receiver.winId(), TransportCapture::MARKER, 1, 0));
+    QTRY_VERIFY(capture.hasMarker(1));
+
+    QCOMPARE(payloadsOf(translateAll(m_backend.get(), capture.before(1))), sent);
+    QTRY_COMPARE((sender->processPendingEvents(), sender->pendingCopies()), 0);
+    QByteArray again = patterned(40, 99);
+    CopyDataStruct copy{ 0, 40, again.data() };
+    QCOMPARE(peer->sendMessage(receiver.winId(), WmCopyData, 0, reinterpret_cast<LParam>(&copy)),
+             LResult(1));
+    QCOMPARE(sender->pendingCopies(), 0);
 }
 
 void tst_XcbBackendX11::moduleKilledInTheMiddleOfItsMessages()
