@@ -6,7 +6,8 @@
 // translateNativeEvent must never read out of bounds, crash or hang, must deliver a
 // well-formed payload intact, and only once. Where a Qt event loop runs, the same input goes
 // once more through the queue of a window with a handler, which must hand over exactly what
-// translation gave. Shared by the libFuzzer target and the test that replays its corpus and
+// translation gave. With control bit 0x20 the input is a run of pieces of small payloads
+// instead (runPieces). Shared by the libFuzzer target and the test that replays its corpus and
 // findings.
 
 #include "platforms/xcb/native_window_backend_xcb.h"
@@ -17,6 +18,7 @@
 
 #include <xcb/xcb.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -39,7 +41,8 @@ public:
         root = xcb_setup_roots_iterator(xcb_get_setup(hostile)).data->root;
         const char *names[AtomCount] = { "_KORVEX_WM_MESSAGE", "_KORVEX_WM_COPYDATA",
                                          "_KORVEX_COPYDATA_PAYLOAD", "WM_PROTOCOLS",
-                                         "WM_DELETE_WINDOW", "UTF8_STRING", "STRING", "CARDINAL" };
+                                         "WM_DELETE_WINDOW", "UTF8_STRING", "STRING", "CARDINAL",
+                                         "_KORVEX_WM_COPYDATA_PIECE" };
         for (int i = 0; i < AtomCount; ++i)
             atoms[i] = intern(names[i]);
         backend = std::make_unique<XcbNativeWindowBackend>(nullptr);
@@ -57,6 +60,28 @@ public:
     const char *run(const std::uint8_t *data, std::size_t size);
 
 private:
+    struct Got
+    {
+        std::uint64_t wParam = 0;
+        std::uint64_t dwData = 0;
+        std::vector<std::uint8_t> bytes;
+        bool operator==(const Got &o) const
+        {
+            return wParam == o.wParam && dwData == o.dwData && bytes == o.bytes;
+        }
+    };
+    const char *runPieces(const std::uint8_t *data, std::size_t size);
+    // The pieces of one payload as an honest sender with this key sends them.
+    std::vector<xcb_client_message_event_t> piecesOf(const std::vector<std::uint8_t> &bytes,
+                                                     std::uint32_t key, std::uint64_t wParam,
+                                                     std::uint64_t dwData) const;
+    static const char *collect(const Message *message, std::vector<Got> *got);
+    // A window id of its own for each pass, so that pieces one run leaves unfinished are no
+    // part of the next: no such window needs to exist.
+    xcb_window_t freshWindow() { return 0x10000000u + (++windows % 0x0FFFFFFFu); }
+    std::uint32_t windows = 0;
+    std::uint64_t honestRuns = 0;
+
     template<typename MakeCarrier>
     const char *runQueued(xcb_client_message_event_t event, const std::uint8_t *rawData,
                           MakeCarrier &makeCarrier, xcb_window_t firstCarrier, bool patched,
@@ -64,7 +89,8 @@ private:
                           const std::vector<std::uint8_t> &expectedBytes);
 
 private:
-    enum { PlainMessage, CopyData, Payload, Protocols, DeleteWindow, Utf8, String, Cardinal, AtomCount };
+    enum { PlainMessage, CopyData, Payload, Protocols, DeleteWindow, Utf8, String, Cardinal, Piece,
+           AtomCount };
 
     xcb_atom_t intern(const char *name)
     {
@@ -107,6 +133,8 @@ inline const char *Harness::run(const std::uint8_t *data, std::size_t size)
     if (size < 24)
         return nullptr;
     const std::uint8_t control = data[0];
+    if (control & 0x20)
+        return runPieces(data, size);
     const std::uint8_t eventFormat = (control & 0x80) ? data[1] : 32;
     const std::uint8_t typeChoice = data[2];
     const std::uint8_t formatChoice = data[3];
@@ -283,6 +311,148 @@ inline const char *Harness::runQueued(xcb_client_message_event_t event, const st
         xcb_destroy_window(hostile, carrier);
     settle();
     backend->processPendingEvents();
+    return broken;
+}
+
+inline std::vector<xcb_client_message_event_t>
+Harness::piecesOf(const std::vector<std::uint8_t> &bytes, std::uint32_t key, std::uint64_t wParam,
+                  std::uint64_t dwData) const
+{
+    std::vector<xcb_client_message_event_t> pieces;
+    xcb_client_message_event_t event = {};
+    event.response_type = XCB_CLIENT_MESSAGE;
+    event.format = 32;
+    event.type = atoms[Piece];
+    const std::uint32_t first[5] = { key | 0x80000000u, std::uint32_t(bytes.size()),
+                                     std::uint32_t(wParam), std::uint32_t(wParam >> 32),
+                                     std::uint32_t(dwData) };
+    std::memcpy(event.data.data32, first, sizeof first);
+    pieces.push_back(event);
+    std::vector<std::uint8_t> body(4 + bytes.size() + 16, 0);
+    putLe32(body.data(), std::uint32_t(dwData >> 32));
+    std::copy(bytes.begin(), bytes.end(), body.begin() + 4);
+    std::uint32_t index = 1;
+    for (std::size_t done = 0; done < 4 + bytes.size(); done += 16, ++index) {
+        event.data.data32[0] = key | ((index & 3u) << 29);
+        for (int i = 0; i < 4; ++i)
+            event.data.data32[1 + i] = le32(body.data() + done + 4 * i);
+        pieces.push_back(event);
+    }
+    return pieces;
+}
+
+inline const char *Harness::collect(const Message *message, std::vector<Got> *got)
+{
+    if (!message)
+        return nullptr;
+    if (message->message != WmCopyData)
+        return "a piece became another message than WM_COPYDATA";
+    const auto *copy = reinterpret_cast<const CopyDataStruct *>(message->lParam);
+    if (copy->cbData > XcbNativeWindowBackend::INLINE_COPY)
+        return "pieces made a payload larger than pieces may carry";
+    Got g;
+    g.wParam = std::uint64_t(message->wParam);
+    g.dwData = std::uint64_t(copy->dwData);
+    // Every byte handed out is readable (the sanitizer checks).
+    const auto *bytes = static_cast<const std::uint8_t *>(copy->lpData);
+    g.bytes.assign(bytes, bytes + copy->cbData);
+    got->push_back(std::move(g));
+    return nullptr;
+}
+
+// Input: the control byte (0x20 set), 3 bytes for the honest payload's dwData, then 20-byte
+// chunks, each the words of a hostile piece. With control bit 8 an honest sender's payload (the
+// input from byte 4, up to INLINE_COPY bytes) goes piece by piece between them; with 0x10 every
+// event is translated twice. Translation must hand over the honest payload once and intact, and
+// the queue of a window with a handler must hand over what translation gave, in order.
+inline const char *Harness::runPieces(const std::uint8_t *data, std::size_t size)
+{
+    constexpr std::uint32_t HONEST_KEY = 0x1ABCDEF;
+    const std::uint8_t control = data[0];
+    std::vector<xcb_client_message_event_t> hostile;
+    for (std::size_t at = 4; at + 20 <= size; at += 20) {
+        xcb_client_message_event_t event = {};
+        event.response_type = XCB_CLIENT_MESSAGE;
+        event.format = 32;
+        event.type = atoms[Piece];
+        std::memcpy(event.data.data8, data + at, 20);
+        // The honest sender's pieces are its own: nobody else speaks with its key.
+        if ((event.data.data32[0] & 0x1FFFFFFFu) == HONEST_KEY)
+            event.data.data32[0] ^= 1;
+        hostile.push_back(event);
+    }
+    std::vector<xcb_client_message_event_t> events;
+    Got honest;
+    const bool withHonest = control & 8;
+    if (withHonest) {
+        // A wParam no hostile piece can know ahead: the run's number.
+        honest.wParam = (std::uint64_t(0x5EED) << 32) | ++honestRuns;
+        honest.dwData = (std::uint64_t(le32(data) >> 8) << 40) | 0xD0D0;
+        honest.bytes.assign(data + 4, data + std::min<std::size_t>(
+                                                 size, 4 + XcbNativeWindowBackend::INLINE_COPY));
+        const auto pieces = piecesOf(honest.bytes, HONEST_KEY, honest.wParam, honest.dwData);
+        for (std::size_t i = 0; i < std::max(pieces.size(), hostile.size()); ++i) {
+            if (i < hostile.size())
+                events.push_back(hostile[i]);
+            if (i < pieces.size())
+                events.push_back(pieces[i]);
+        }
+    } else {
+        events = hostile;
+    }
+
+    const xcb_window_t translatedTo = freshWindow();
+    std::vector<Got> translated;
+    for (xcb_client_message_event_t event : events) {
+        event.window = translatedTo;
+        for (int look = 0; look < ((control & 0x10) ? 2 : 1); ++look) {
+            Message storage = {};
+            const Message *message = backend->translateNativeEvent(
+                    XcbNativeWindowBackend::EVENT_TYPE,
+                    sizeof XcbNativeWindowBackend::EVENT_TYPE - 1, &event, &storage);
+            if (message && message != &storage)
+                return "the message is not in the storage given";
+            if (const char *broken = collect(message, &translated))
+                return broken;
+        }
+    }
+    if (withHonest
+        && std::count_if(translated.begin(), translated.end(),
+                         [&](const Got &g) { return g.wParam == honest.wParam; }) != 1)
+        return "the honest payload was not handed over once";
+    if (withHonest
+        && std::find(translated.begin(), translated.end(), honest) == translated.end())
+        return "the honest payload was handed over changed";
+
+    if (!QCoreApplication::instance())
+        return nullptr;
+    const xcb_window_t queuedTo = freshWindow();
+    std::vector<Got> queued;
+    const char *broken = nullptr;
+    if (!backend->setArrivalHandler(queuedTo, [&](const Message &m) {
+            if (!broken)
+                broken = collect(&m, &queued);
+        }))
+        return "a window could not have a handler";
+    for (xcb_client_message_event_t event : events) {
+        event.window = queuedTo;
+        if (!backend->queueNativeEvent(XcbNativeWindowBackend::EVENT_TYPE,
+                                       sizeof XcbNativeWindowBackend::EVENT_TYPE - 1, &event))
+            broken = "a piece was not taken by the queue";
+    }
+    // Handed over from the event loop, with no answer to wait for; the timer only bounds each
+    // wait for an event.
+    QElapsedTimer waited;
+    waited.start();
+    QTimer wake;
+    wake.start(50);
+    while (backend->queuedMessages() > 0 && waited.elapsed() < 5000)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    if (!broken && backend->queuedMessages() > 0)
+        broken = "queued pieces were never handed over";
+    if (!broken && queued != translated)
+        broken = "the queue handed over other payloads than translation";
+    backend->setArrivalHandler(queuedTo, {});
     return broken;
 }
 
