@@ -7,9 +7,9 @@
 //    the ratio (target: median within 1.5x);
 //  - a status broadcast to 8 windows in 8 processes until all 8 have answered, against 8 raw
 //    ping-pongs sent the same way (target: median within 2.0x).
-// Each payload costs its receiver one round trip to the X server (its bytes are a property of
-// the sender's carrier window), which the raw peer does not make: two of them per request and
-// reply, on top of the peer's four hops between processes.
+// Both payloads are small, so they travel in the events themselves: eight ClientMessages
+// each way where the peer sends one, and no round trip to the X server. A payload over 256 bytes
+// would cost its receiver one, to read its carrier window's property.
 #include "Controllers/qvipc_message.h"
 #include "native_window_system.h"
 #include "x11_bench_atoms.h"
