@@ -122,11 +122,28 @@ public:
         return taken;
     }
 
+    // Sends one payload from sender and gives the transport events that carried it, caught
+    // before anybody translated them; empty when the send failed or they never came.
+    QList<xcb_client_message_event_t> send(NativeWindowBackend *sender, QByteArray &bytes,
+                                           quint64 dwData = 0, quint64 wParam = 0)
+    {
+        events.clear();
+        CopyDataStruct copy{ std::uintptr_t(dwData), std::uint32_t(bytes.size()), bytes.data() };
+        const quint64 marker = ++m_markers;
+        if (sender->sendMessage(m_window, WmCopyData, WParam(wParam),
+                                reinterpret_cast<LParam>(&copy)) != 1
+            || !sender->postMessage(m_window, MARKER, WParam(marker), 0)
+            || !QTest::qWaitFor([&] { return hasMarker(marker); }))
+            return {};
+        return before(marker);
+    }
+
     static constexpr MessageId MARKER = 0xC0DE;
 
 private:
     NativeWindowBackend *m_backend;
     WindowHandle m_window;
+    quint64 m_markers = 0;
 };
 
 struct Received
@@ -638,34 +655,29 @@ void tst_XcbBackendX11::smallPayloadsTravelInTheEvents()
     QByteArray bytes = patterned(size, size);
     const quint64 wParam = 0x0000000712345678ull;
     const quint64 dwData = 0xABCD00000000BEEFull;
-    CopyDataStruct copy{ std::uintptr_t(dwData), std::uint32_t(size), bytes.data() };
-    QCOMPARE(peer->sendMessage(receiver.winId(), WmCopyData, WParam(wParam),
-                               reinterpret_cast<LParam>(&copy)),
-             LResult(1));
+    const auto events = capture.send(peer.get(), bytes, dwData, wParam);
+    QVERIFY(!events.isEmpty());
+    // Nothing has read them yet: only a carrier waits to be read.
     QCOMPARE(sender->pendingCopies(), inEvents ? 0 : 1);
-    QVERIFY(peer->postMessage(receiver.winId(), TransportCapture::MARKER, 1, 0));
-    QTRY_VERIFY(capture.hasMarker(1));
 
     QList<Received> got;
     if (queued) {
         QVERIFY(x11->setArrivalHandler(receiver.winId(),
                                        [&](const Message &m) { got.append(received(m)); }));
         const QByteArray type("xcb_generic_event_t");
-        for (auto event : capture.events)
+        for (auto event : events)
             QVERIFY(x11->queueNativeEvent(type.constData(), std::size_t(type.size()), &event));
-        QTRY_COMPARE(got.size(), 2);
+        QTRY_COMPARE(got.size(), 1);
         QCOMPARE(x11->queuedMessages(), 0);
         QVERIFY(x11->setArrivalHandler(receiver.winId(), {}));
     } else {
-        got = translateAll(m_backend.get(), capture.events, 2);
+        got = translateAll(m_backend.get(), events, 2);
     }
-    // The marker, a plain message, is given on every look; the payload once, before it.
-    QCOMPARE(got.size(), queued ? 2 : 3);
+    QCOMPARE(got.size(), 1);
     QCOMPARE(got.at(0).message, MessageId(WmCopyData));
     QCOMPARE(got.at(0).wParam, wParam);
     QCOMPARE(got.at(0).dwData, dwData);
     QCOMPARE(got.at(0).bytes, bytes);
-    QCOMPARE(got.at(1).message, TransportCapture::MARKER);
     if (!inEvents) {
         QTRY_COMPARE((sender->processPendingEvents(), sender->pendingCopies()), 0);
     }
@@ -681,19 +693,8 @@ void tst_XcbBackendX11::piecesOfInterleavedSendersAreToldApart()
     auto second = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
     QByteArray one = patterned(100, 1);
     QByteArray two = patterned(90, 2);
-    CopyDataStruct copyOne{ 1, std::uint32_t(one.size()), one.data() };
-    CopyDataStruct copyTwo{ 2, std::uint32_t(two.size()), two.data() };
-    QCOMPARE(first->sendMessage(receiver.winId(), WmCopyData, 0, reinterpret_cast<LParam>(&copyOne)),
-             LResult(1));
-    QVERIFY(first->postMessage(receiver.winId(), TransportCapture::MARKER, 1, 0));
-    QTRY_VERIFY(capture.hasMarker(1));
-    const auto ofFirst = capture.before(1);
-    capture.events.clear();
-    QCOMPARE(second->sendMessage(receiver.winId(), WmCopyData, 0, reinterpret_cast<LParam>(&copyTwo)),
-             LResult(1));
-    QVERIFY(second->postMessage(receiver.winId(), TransportCapture::MARKER, 2, 0));
-    QTRY_VERIFY(capture.hasMarker(2));
-    const auto ofSecond = capture.before(2);
+    const auto ofFirst = capture.send(first.get(), one, 1);
+    const auto ofSecond = capture.send(second.get(), two, 2);
     QVERIFY(ofFirst.size() > 2 && ofSecond.size() > 2);
 
     QList<xcb_client_message_event_t> interleaved;
@@ -733,19 +734,9 @@ void tst_XcbBackendX11::hostilePieces()
     auto peer = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
     QByteArray p = patterned(100, 3);
     QByteArray q = patterned(60, 4);
-    CopyDataStruct copyP{ 0, std::uint32_t(p.size()), p.data() };
-    CopyDataStruct copyQ{ 0, std::uint32_t(q.size()), q.data() };
-    QCOMPARE(peer->sendMessage(receiver.winId(), WmCopyData, 0, reinterpret_cast<LParam>(&copyP)),
-             LResult(1));
-    QVERIFY(peer->postMessage(receiver.winId(), TransportCapture::MARKER, 1, 0));
-    QTRY_VERIFY(capture.hasMarker(1));
-    QList<xcb_client_message_event_t> pieces = capture.before(1);
-    capture.events.clear();
-    QCOMPARE(peer->sendMessage(receiver.winId(), WmCopyData, 0, reinterpret_cast<LParam>(&copyQ)),
-             LResult(1));
-    QVERIFY(peer->postMessage(receiver.winId(), TransportCapture::MARKER, 2, 0));
-    QTRY_VERIFY(capture.hasMarker(2));
-    const QList<xcb_client_message_event_t> honest = capture.before(2);
+    QList<xcb_client_message_event_t> pieces = capture.send(peer.get(), p);
+    const QList<xcb_client_message_event_t> honest = capture.send(peer.get(), q);
+    QVERIFY(!honest.isEmpty());
     QCOMPARE(pieces.size(), 1 + (4 + 100 + 15) / 16);
     const auto withKey = [](xcb_client_message_event_t event, std::uint32_t key) {
         event.data.data32[0] = (event.data.data32[0] & 0xE0000000u) | key;
