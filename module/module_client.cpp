@@ -293,7 +293,12 @@ bool ModuleClient::nativeEventFilter(const QByteArray &eventType, void *message,
     Message storage{};
     const Message *msg = m_backend->translateNativeEvent(
             eventType.constData(), std::size_t(eventType.size()), message, &storage);
-    if (!msg || !m_window || msg->hwnd != m_window)
+    // The backend's own transport (a piece of a payload that is not whole yet, say) is taken:
+    // Qt, not knowing it, would ask the server for the name of its type only to warn of it.
+    if (!msg)
+        return m_backend->isBackendTransport(eventType.constData(), std::size_t(eventType.size()),
+                                             message);
+    if (!m_window || msg->hwnd != m_window)
         return false;
     if (!handleMessage(*msg))
         return false;

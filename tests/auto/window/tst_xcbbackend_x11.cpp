@@ -7,6 +7,7 @@
 #include "dashboard_main_window.h"
 #include "native_window_system.h"
 #include "platforms/xcb/native_window_backend_xcb.h"
+#include "module_client.h"
 #include "printer_fixture.h"
 #include "x11_raw_client.h"
 
@@ -227,6 +228,7 @@ private Q_SLOTS:
     void hostilePieces_data();
     void hostilePieces();
     void unreadPiecesHandOverToCarriers();
+    void moduleTakesEveryPieceOfABroadcast();
     void moduleKilledInTheMiddleOfItsMessages();
     void hostileAnnouncements_data();
     void hostileAnnouncements();
@@ -805,6 +807,45 @@ void tst_XcbBackendX11::unreadPiecesHandOverToCarriers()
     QCOMPARE(peer->sendMessage(receiver.winId(), WmCopyData, 0, reinterpret_cast<LParam>(&copy)),
              LResult(1));
     QCOMPARE(sender->pendingCopies(), 0);
+}
+
+// A module hears a broadcast that came in pieces once, and takes every event that carried it:
+// left to Qt, each piece would cost the module a round trip to the server (the name of the
+// event's type, for a warning), and a module flooded with broadcasts would fall behind.
+void tst_XcbBackendX11::moduleTakesEveryPieceOfABroadcast()
+{
+    QWindow moduleWindow;
+    moduleWindow.create();
+    ModuleClient client(m_backend.get());
+    client.setWindowHandle(moduleWindow.winId());
+    QSignalSpy broadcasts(&client, &ModuleClient::broadcastReceived);
+    TransportCapture capture(m_backend.get(), moduleWindow.winId());
+    auto dashboard = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
+    const MessageId status = NativeWindowSystem::registerWindowMessage(
+            dashboard.get(), QStringLiteral("StatusChanged"));
+    MessageStruct record;
+    record.methodName = QStringLiteral("-");
+    record.dataType = QStringLiteral("-");
+    record.arguments = { 3, QStringLiteral("Ondrel M4 Line 1"), QStringLiteral("-"),
+                         QStringLiteral("-") };
+    record.data = QStringLiteral("-");
+    QByteArray bytes = QVIPCMessage::encode(record);
+    const auto events = capture.send(dashboard.get(), bytes, status);
+    QVERIFY(events.size() > 2);
+
+    const QByteArray type("xcb_generic_event_t");
+    for (auto event : events) {
+        qintptr result = 0;
+        QVERIFY(client.nativeEventFilter(type, &event, &result));
+    }
+    QCOMPARE(broadcasts.size(), 1);
+    QCOMPARE(broadcasts.constFirst().at(0).toString(), QStringLiteral("StatusChanged"));
+    QCOMPARE(broadcasts.constFirst().at(1).toList(), record.arguments);
+    // Events that are no transport of the backend's stay Qt's.
+    xcb_client_message_event_t other = events.constFirst();
+    other.type = RawClient().atom("_KORVEX_SOMETHING_ELSE");
+    qintptr result = 0;
+    QVERIFY(!client.nativeEventFilter(type, &other, &result));
 }
 
 void tst_XcbBackendX11::moduleKilledInTheMiddleOfItsMessages()
