@@ -82,6 +82,10 @@ DemoModuleWindow::DemoModuleWindow(QWidget *parent) : QWidget(parent)
     auto *broadcastLayout = new QVBoxLayout(broadcastBox);
     m_broadcasts = new QListWidget;
     m_broadcasts->setObjectName(QStringLiteral("broadcasts"));
+    // One line each in one font. Without this, the scroll to each new broadcast lays out and
+    // shapes the text of every row again: a burst of printer events kept the module busy for
+    // seconds.
+    m_broadcasts->setUniformItemSizes(true);
     broadcastLayout->addWidget(m_broadcasts);
     layout->addWidget(broadcastBox, 1);
 
