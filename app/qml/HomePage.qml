@@ -256,36 +256,15 @@ FocusScope {
                 }
             }
 
-            ComboBox {
+            ComboBoxX {
                 id: sortBox
                 objectName: "sortBox"
-                readonly property StyleFocusFollowsFrames focusFrame: StyleFocusFollowsFrames { control: sortBox }
                 Layout.preferredWidth: 200
                 textRole: "text"
                 valueRole: "value"
                 // The option under the arrows is part of the name, so that moving through the
                 // list is spoken as it goes.
                 Accessible.name: qsTr("Sort by: %1").arg(displayText)
-                // Read by the front end's accessible items: open or closed, and a press opens
-                // it. Down whenever its options show; asked first, so that their popup is made
-                // only when it opens.
-                property bool accessibleExpanded: sortBox.down && sortBox.popup.visible
-                function accessiblePressAction() {
-                    if (sortBox.popup.visible)
-                        sortBox.popup.close()
-                    else
-                        sortBox.popup.open()
-                }
-                contentItem: Text {
-                    leftPadding: Theme.spacingSmall
-                    rightPadding: sortBox.indicator.width + sortBox.spacing
-                    text: sortBox.displayText
-                    color: Theme.text
-                    font.pixelSize: Theme.fontBody
-                    verticalAlignment: Text.AlignVCenter
-                    elide: Text.ElideRight
-                    Accessible.ignored: true
-                }
                 model: [
                     { value: DashboardGlobal.LAST_VIEWED_ASCENDING, text: qsTr("Recently viewed first") },
                     { value: DashboardGlobal.LAST_VIEWED_DESCENDING, text: qsTr("Recently viewed last") },

@@ -317,10 +317,9 @@ FocusScope {
                         spacing: Theme.spacing
                         SectionTitle { text: qsTr("Language") }
                         Explanation { text: qsTr("The dashboard changes language at once; modules use it when they start next.") }
-                        ComboBox {
+                        ComboBoxX {
                             id: languageBox
                             objectName: "languageBox"
-                            readonly property StyleFocusFollowsFrames focusFrame: StyleFocusFollowsFrames { control: languageBox }
                             Layout.preferredWidth: 280
                             model: page.languageNamesInThemselves
                             currentIndex: page.languageIndex
@@ -328,27 +327,7 @@ FocusScope {
                             // back on its first entry; it shows the chosen language again.
                             onModelChanged: languageBox.currentIndex = Qt.binding(() => page.languageIndex)
                             Accessible.name: qsTr("Language: %1").arg(displayText)
-                            // Read by the front end's accessible items: open or closed, and a
-                            // press opens it. Down whenever its options show; asked first, so
-                            // that their popup is made only when it opens.
-                            property bool accessibleExpanded: languageBox.down && languageBox.popup.visible
-                            function accessiblePressAction() {
-                                if (languageBox.popup.visible)
-                                    languageBox.popup.close()
-                                else
-                                    languageBox.popup.open()
-                            }
                             onActivated: (index) => page.setLanguage(index)
-                            contentItem: Text {
-                                leftPadding: Theme.spacingSmall
-                                rightPadding: languageBox.indicator.width + languageBox.spacing
-                                text: languageBox.displayText
-                                color: Theme.text
-                                font.pixelSize: Theme.fontBody
-                                verticalAlignment: Text.AlignVCenter
-                                elide: Text.ElideRight
-                                Accessible.ignored: true
-                            }
                         }
                         Item { Layout.fillHeight: true }
                     }
