@@ -103,6 +103,7 @@ FocusScope {
 
     Timer {
         id: searchTimer
+        objectName: "searchTimer"
         interval: 180
         onTriggered: page.currentList.applySearch(searchField.text)
     }

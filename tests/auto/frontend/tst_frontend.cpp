@@ -563,6 +563,19 @@ void tst_Frontend::searchSortAndFavorite()
     for (char key : { 'e', 'x', 'i', 't' })
         QTest::keyClick(m_host->window(), key);
     QTRY_COMPARE(names(recent), QStringList { QStringLiteral("Emergency Exit.kxld") });
+    // Each list keeps its own search. Showing another list puts its text in the field, which
+    // starts no search: neither list is searched again.
+    QObject *searchTimer = find("searchTimer");
+    QVERIFY(searchTimer);
+    QTRY_VERIFY(!searchTimer->property("running").toBool());
+    click(findItem(m_host->rootItem(), QStringLiteral("tab_1")));
+    QCOMPARE(search->property("text").toString(), QString());
+    QVERIFY(!searchTimer->property("running").toBool());
+    click(findItem(m_host->rootItem(), QStringLiteral("tab_0")));
+    QCOMPARE(search->property("text").toString(), QStringLiteral("exit"));
+    QVERIFY(!searchTimer->property("running").toBool());
+    QCOMPARE(names(recent), QStringList { QStringLiteral("Emergency Exit.kxld") });
+    search->forceActiveFocus();
     QTest::keyClick(m_host->window(), Qt::Key_Escape);
     QTRY_COMPARE(names(recent).size(), 5);
 
