@@ -2091,10 +2091,10 @@ bool XcbNativeWindowBackend::queueNativeEvent(const char *eventType, std::size_t
     arrival.event = *event;
     if (event->type == d->atomPiece) {
         // Queued once whole; its pieces are this backend's business.
-        auto whole = std::make_unique<Private::Assembly>();
-        if (!d->takePiece(event, whole.get()))
+        Private::Assembly whole;
+        if (!d->takePiece(event, &whole))
             return true;
-        arrival.whole = std::move(whole);
+        arrival.whole = std::make_unique<Private::Assembly>(std::move(whole));
     }
     // A sender beyond every limit: the oldest goes first, here, rather than memory growing
     // without end.
