@@ -43,6 +43,9 @@ shared libraries, the desktop entry and the label file types.")
 # The QML front end imports these at run time; no library links them.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS
     "qml6-module-qtquick, qml6-module-qtquick-controls, qml6-module-qtquick-layouts, qml6-module-qtquick-templates, qml6-module-qtquick-window, qml6-module-qtqml-workerscript, qml6-module-qtqml-models")
+# The language list names each language in its own script, and label names may be in any;
+# Debian's default fonts draw no Japanese, Chinese or Korean.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "fonts-noto-cjk | fonts-wqy-microhei")
 
 # Each package's description starts with its own synopsis: CPack puts a summary of its own
 # above it unless the summary is CPack's default.

@@ -16,6 +16,8 @@
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
+#include <QFont>
+#include <QGlyphRun>
 #include <QJSValue>
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -28,6 +30,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextLayout>
 #include <QtQuickTest/quicktest.h>
 
 #include <algorithm>
@@ -83,6 +86,7 @@ private Q_SLOTS:
     void changeAndResetSettings();
     void germanAtOnce();
     void languagesAreNamedInThemselves();
+    void languageNamesHaveGlyphs();
     void settingsSectionByMouse_data();
     void settingsSectionByMouse();
     void aboutShowsTheLicence();
@@ -982,6 +986,39 @@ void tst_Frontend::languagesAreNamedInThemselves()
     QCOMPARE(services->languageName(QStringLiteral("fi_FI")), QStringLiteral("Suomi"));
     QCOMPARE(services->languageName(QStringLiteral("not a code")), QStringLiteral("not a code"));
     QCOMPARE(services->languageName(QString()), QString());
+}
+
+// Each name is written in its own script, so the machine needs fonts beyond Latin ones: the
+// package recommends a CJK font, and scripts/install-deps installs it. A missing glyph is
+// glyph 0, drawn as an empty box.
+void tst_Frontend::languageNamesHaveGlyphs()
+{
+    QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
+    showPage(QStringLiteral("settings"));
+    QObject *page = find("settingsPage");
+    QVERIFY(page);
+    page->setProperty("section", int(SettingsNavigationModel::NAV_LANGUAGE));
+    QQuickItem *box = findItem(page, QStringLiteral("languageBox"));
+    QVERIFY(box);
+    const QFont font = box->property("font").value<QFont>();
+    const QStringList names = box->property("model").toStringList();
+    QCOMPARE(names.size(), 12);
+    for (const QString &name : names) {
+        QTextLayout layout(name, font);
+        layout.beginLayout();
+        layout.createLine();
+        layout.endLayout();
+        int glyphs = 0;
+        for (const QGlyphRun &run : layout.glyphRuns()) {
+            const QList<quint32> indexes = run.glyphIndexes();
+            glyphs += indexes.size();
+            QVERIFY2(!indexes.contains(0u),
+                     qPrintable(QStringLiteral("no font here draws \"%1\" (%2): install a CJK font, "
+                                               "for example fonts-noto-cjk or fonts-wqy-microhei")
+                                        .arg(name, run.rawFont().familyName())));
+        }
+        QCOMPARE(glyphs, name.size());
+    }
 }
 
 void tst_Frontend::settingsSectionByMouse_data()
