@@ -5,6 +5,8 @@
 // first frame is its shell; the time to the first frame of the whole front end (the Home
 // page drawn with its labels listed) is printed beside it. A second peer, an empty QML Window loaded by a
 // QQmlApplicationEngine, shows what a QML engine costs before any of the dashboard's own work.
+// The host's time to its front end is split into the host's own phases: making the engine,
+// loading the front end's types, making its objects, and drawing them.
 
 #include "dashboard_host.h"
 
@@ -92,14 +94,22 @@ int child(int argc, char *argv[], Role role)
         syncedComplete = !dashboard || homeListed(dashboard.get());
     }, Qt::DirectConnection);
     bool first = true;
+    // From the front end's objects made to its first frame out.
+    QElapsedTimer sinceReady;
+    if (dashboard)
+        QObject::connect(dashboard.get(), &DashboardHost::ready, &app, [&] { sinceReady.start(); });
     QObject::connect(window, &QQuickWindow::frameSwapped, window, [&] {
         const bool complete = syncedComplete;
         QMetaObject::invokeMethod(&app, [&, complete] {
             if (first)
                 std::printf("frame %ld\n", residentKiB());
             first = false;
-            if (dashboard && complete)
+            if (dashboard && complete) {
+                const DashboardHost::FrontEndTimes times = dashboard->frontEndTimes();
+                std::printf("phases %.3f %.3f %.3f %.3f\n", times.engine, times.types, times.objects,
+                            sinceReady.nsecsElapsed() / 1e6);
                 std::printf("complete %ld\n", residentKiB());
+            }
             std::fflush(stdout);
             if (complete)
                 QCoreApplication::exit(0);
@@ -117,6 +127,8 @@ struct Run
     // The host's whole front end: its first frame, and the memory then.
     double completeMs = 0;
     long completeKiB = -1;
+    // Where the host's front end took its time: engine, types, objects, first frame.
+    double phases[4] = { -1, -1, -1, -1 };
 };
 
 // The number after the first "<word> " line of the output, or -1.
@@ -153,7 +165,14 @@ bool measure(const QString &role, Run *run)
     out += process.readAllStandardOutput();
     run->kib = reportedKiB(out, "frame");
     run->completeKiB = reportedKiB(out, "complete");
-    return run->kib >= 0 && (role != QLatin1String("--host") || run->completeKiB >= 0);
+    const int at = out.indexOf("phases ");
+    if (at >= 0) {
+        const QList<QByteArray> fields = out.mid(at + 7).split('\n').first().split(' ');
+        for (int i = 0; i < 4 && i < fields.size(); ++i)
+            run->phases[i] = fields.at(i).toDouble();
+    }
+    return run->kib >= 0
+            && (role != QLatin1String("--host") || (run->completeKiB >= 0 && run->phases[3] >= 0));
 }
 
 double median(QList<double> values)
@@ -182,6 +201,7 @@ int main(int argc, char *argv[])
         qputenv("QT_QPA_PLATFORM", "offscreen");
 
     QList<double> hostMs, emptyMs, hostKiB, emptyKiB, qmlMs, qmlKiB, completeMs, completeKiB;
+    QList<double> phases[4];
     // Alternate them, so a busy machine slows all alike; the first host run seeds the folder.
     for (int i = 0; i < RUNS; ++i) {
         Run run;
@@ -205,6 +225,8 @@ int main(int argc, char *argv[])
         hostKiB.append(run.kib);
         completeMs.append(run.completeMs);
         completeKiB.append(run.completeKiB);
+        for (int p = 0; p < 4; ++p)
+            phases[p].append(run.phases[p]);
     }
     const double ratio = median(hostMs) / median(emptyMs);
     QTextStream out(stdout);
@@ -214,6 +236,9 @@ int main(int argc, char *argv[])
         << "  ratio                  " << ratio << " (target 1.5)\n"
         << "  dashboard host, Home page drawn  " << median(completeMs) << " ms (ratio "
         << median(completeMs) / median(emptyMs) << ")\n"
+        << "  of which the front end's  engine " << median(phases[0]) << " ms, types "
+        << median(phases[1]) << " ms, objects " << median(phases[2]) << " ms, first frame "
+        << median(phases[3]) << " ms\n"
         << "resident memory after the first frame:\n"
         << "  empty Qt Quick window  " << median(emptyKiB) / 1024.0 << " MiB\n"
         << "  dashboard host         " << median(hostKiB) / 1024.0 << " MiB\n"

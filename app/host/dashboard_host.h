@@ -87,6 +87,17 @@ public:
     QString labelFolder() const { return m_labelFolder; }
     QStringList errors() const { return m_errors; }
 
+    // Where making the front end took its time, in milliseconds: the QML engine (0 when it
+    // was made before, for a screen reader), loading the front end's types, and making its
+    // objects. Negative until the front end is made.
+    struct FrontEndTimes
+    {
+        double engine = -1;
+        double types = -1;
+        double objects = -1;
+    };
+    FrontEndTimes frontEndTimes() const { return m_frontEndTimes; }
+
     // Installs the dashboard's and the front end's translations for a locale code ("de_DE"),
     // makes it the default locale and re-translates the loaded interface.
     void applyLanguage(const QString &code);
@@ -125,6 +136,7 @@ private:
     QString m_labelFolder;
     QStringList m_errors;
     QList<QTranslator *> m_translators;
+    FrontEndTimes m_frontEndTimes;
     QThread *m_fontWarmUp = nullptr;
     // The machine's printers are read once the front end's first frame is out.
     bool m_printersHeld = false;

@@ -15,6 +15,7 @@
 #include <QColor>
 #include <QDesktopServices>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFont>
 #include <QGlyphRun>
@@ -321,11 +322,14 @@ void tst_Frontend::shellFirst()
     DashboardHost::Options options;
     options.labelFolder = m_dir->filePath(QStringLiteral("labels"));
     QSignalSpy ready(m_host.get(), &DashboardHost::ready);
+    QElapsedTimer sinceStart;
+    sinceStart.start();
     QVERIFY(m_host->start(options));
     // The window is shown with its shell; the engine and the front end come after its first frame.
     QVERIFY(m_host->window()->isVisible());
     QVERIFY(!m_host->isReady());
     QVERIFY(!m_host->engine());
+    QVERIFY(m_host->frontEndTimes().objects < 0);
 
     // What the first frame shows.
     bool firstFrame = true;
@@ -347,9 +351,19 @@ void tst_Frontend::shellFirst()
         }
     }, Qt::DirectConnection);
     QVERIFY(ready.wait());
+    const double startToReady = sinceStart.nsecsElapsed() / 1e6;
     QVERIFY(!firstFrame);
     QVERIFY(!readyAtFirstFrame);
     QCOMPARE(shells.size(), 1);
+    // The engine was made with the front end, after the shell's frame; each phase took time,
+    // all of it between start() and ready().
+    const DashboardHost::FrontEndTimes times = m_host->frontEndTimes();
+    QVERIFY(times.engine > 0);
+    QVERIFY(times.types > 0);
+    QVERIFY(times.objects > 0);
+    QVERIFY2(times.engine + times.types + times.objects <= startToReady,
+             qPrintable(QStringLiteral("%1 + %2 + %3 ms within %4 ms")
+                                .arg(times.engine).arg(times.types).arg(times.objects).arg(startToReady)));
     const auto [shellDark, shellWindow, shellSideBar] = shells.constFirst();
     QCOMPARE(shellDark, dark);
 
