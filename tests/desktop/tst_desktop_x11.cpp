@@ -46,7 +46,7 @@ namespace {
 constexpr int START_TIMEOUT_MS = 60000;
 // How long an embedded module must stay where it is, untouched by the window manager.
 constexpr int HOLD_MS = 2000;
-const char DEFAULT_ROWS[] = "openbox,mutter";
+const char DEFAULT_ROWS[] = "openbox,xfwm4,mutter";
 constexpr int DEFAULT_CYCLES = 1;
 // What QtTest's watchdog allows a row and each cycle of all modules in it: far more than they
 // take (under a minute for a row, half a minute for a cycle), less than a hung run would.
