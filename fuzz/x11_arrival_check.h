@@ -371,7 +371,10 @@ inline const char *Harness::collect(const Message *message, std::vector<Got> *go
 // the queue of a window with a handler must hand over what translation gave, in order.
 inline const char *Harness::runPieces(const std::uint8_t *data, std::size_t size)
 {
-    constexpr std::uint32_t HONEST_KEY = 0x1ABCDEF;
+    // A resource id base, as keys are: its low bit would ask for a receipt.
+    constexpr std::uint32_t HONEST_KEY = 0x1ABC0000;
+    // A piece's key, without the bits that are not part of it.
+    constexpr std::uint32_t KEY_BITS = 0x1FFFFFFEu;
     const std::uint8_t control = data[0];
     std::vector<xcb_client_message_event_t> hostile;
     for (std::size_t at = 4; at + 20 <= size; at += 20) {
@@ -381,8 +384,8 @@ inline const char *Harness::runPieces(const std::uint8_t *data, std::size_t size
         event.type = atoms[Piece];
         std::memcpy(event.data.data8, data + at, 20);
         // The honest sender's pieces are its own: nobody else speaks with its key.
-        if ((event.data.data32[0] & 0x1FFFFFFFu) == HONEST_KEY)
-            event.data.data32[0] ^= 1;
+        if ((event.data.data32[0] & KEY_BITS) == HONEST_KEY)
+            event.data.data32[0] ^= 2;
         hostile.push_back(event);
     }
     std::vector<xcb_client_message_event_t> events;
@@ -420,7 +423,7 @@ inline const char *Harness::runPieces(const std::uint8_t *data, std::size_t size
                 return "the message is not in the storage given";
             if (const char *broken = collect(message, &translated))
                 return broken;
-            if (message && (event.data.data32[0] & 0x1FFFFFFFu) == HONEST_KEY) {
+            if (message && (event.data.data32[0] & KEY_BITS) == HONEST_KEY) {
                 ++honestHanded;
                 if (!(translated.back() == honest))
                     return "the honest payload was handed over changed";

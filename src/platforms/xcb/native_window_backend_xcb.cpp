@@ -83,8 +83,13 @@ constexpr std::uint32_t SMALL_COPY = 4096;
 // dwData low], then events [key | (index mod 4) << 29, 16 bytes], the bytes being dwData's high
 // half and then the payload's. The key, the sender's resource id base, tells apart the pieces
 // of senders that interleave; the index tells a piece translated twice from a piece lost.
+// A first piece with PIECE_RECEIPT asks for a receipt: a window of the sender follows dwData's
+// high half, and the receiver that has taken the payload sends that window a ClientMessage
+// _KORVEX_WM_COPYDATA_RECEIPT [receiving window]. A resource id base has its low 18 bits clear,
+// so the flag is never part of a key.
 constexpr std::uint32_t PIECE_FIRST = 0x80000000u;
-constexpr std::uint32_t PIECE_KEY = 0x1FFFFFFFu;
+constexpr std::uint32_t PIECE_RECEIPT = 0x1u;
+constexpr std::uint32_t PIECE_KEY = 0x1FFFFFFFu & ~PIECE_RECEIPT;
 constexpr std::uint32_t PIECE_BYTES = 16;
 
 // Names of the display-wide table of registered messages, and the longest name (Windows'
@@ -182,6 +187,7 @@ struct XcbNativeWindowBackend::Private
     xcb_atom_t atomCopyData = XCB_NONE;    // ClientMessage type announcing a payload
     xcb_atom_t atomPayload = XCB_NONE;     // property name and type of a payload
     xcb_atom_t atomPiece = XCB_NONE;       // ClientMessage type of a piece of a small payload
+    xcb_atom_t atomReceipt = XCB_NONE;     // ClientMessage type of a receipt for pieces
     xcb_atom_t atomTable = XCB_NONE;       // root property: the registered names
     xcb_atom_t atomUtf8 = XCB_NONE;
     xcb_atom_t atomProtocols = XCB_NONE;
@@ -209,8 +215,14 @@ struct XcbNativeWindowBackend::Private
 
     std::uint32_t pieceKey = 0;
     std::uint32_t inlineLimit = INLINE_COPY;
-    // Payloads sent in pieces to each window since it last read one of our carriers.
+    // Payloads sent in pieces to each window since it last confirmed reading: a receipt, or
+    // one of our carriers read.
     std::unordered_map<xcb_window_t, int> unconfirmed;
+    // Windows asked for a receipt, and the count of unconfirmed payloads that receipt confirms.
+    std::unordered_map<xcb_window_t, int> receiptsAsked;
+    // Where receipts come: a window of this connection, made with it, so that a long session
+    // does not see a window appear when a receipt is first asked for.
+    xcb_window_t receiptWindow = XCB_NONE;
     // A payload whose pieces are coming in.
     struct Assembly
     {
@@ -221,6 +233,7 @@ struct XcbNativeWindowBackend::Private
         std::uint32_t dwDataLow = 0;
         std::vector<unsigned char> body; // dwData's high half, then the payload
         std::uint64_t begun = 0;
+        bool receipt = false; // the body has the window for a receipt after dwData's high half
     };
     std::unordered_map<std::uint64_t, Assembly> assemblies; // by sender's key and window
     std::uint64_t assemblyCount = 0;
@@ -407,12 +420,26 @@ struct XcbNativeWindowBackend::Private
         windows.erase(window);
         watchedTargets.erase(window);
         unconfirmed.erase(window);
+        receiptsAsked.erase(window);
         auto it = pending.find(window);
         if (it != pending.end()) {
             // A carrier's receipt: its receiver has read it, and so every piece sent before it.
             unconfirmed.erase(it->second.target);
+            receiptsAsked.erase(it->second.target);
             settle(it);
         }
+    }
+
+    // A receiver has taken the payload that asked for a receipt, and so every one before it.
+    void confirmed(xcb_window_t target)
+    {
+        const auto asked = receiptsAsked.find(target);
+        if (asked == receiptsAsked.end())
+            return;
+        const auto count = unconfirmed.find(target);
+        if (count != unconfirmed.end())
+            count->second = std::max(0, count->second - asked->second);
+        receiptsAsked.erase(asked);
     }
 
     std::unordered_map<xcb_window_t, PendingCopy>::iterator
@@ -526,6 +553,11 @@ struct XcbNativeWindowBackend::Private
         case XCB_CLIENT_MESSAGE: {
             // XEmbed's requests of an embedded window reach the embedder at its container.
             const auto *message = reinterpret_cast<const xcb_client_message_event_t *>(event);
+            if (message->format == 32 && message->type == atomReceipt
+                && message->window == receiptWindow && receiptWindow != XCB_NONE) {
+                confirmed(message->data.data32[0]);
+                break;
+            }
             if (message->format != 32 || message->type != atomXEmbed
                 || !focusWatchers.count(message->window))
                 break;
@@ -1161,9 +1193,15 @@ struct XcbNativeWindowBackend::Private
         const auto sentInPieces = unconfirmed.find(target);
         if (copy->cbData <= inlineLimit
             && (sentInPieces == unconfirmed.end() || sentInPieces->second < INLINE_UNCONFIRMED)) {
-            if (!sendPieces(target, wParam, copy))
+            const int count = sentInPieces == unconfirmed.end() ? 0 : sentInPieces->second;
+            // Halfway to the limit, one payload asks for a receipt: a receiver that reads keeps
+            // its senders on pieces.
+            const bool ask = count + 1 >= INLINE_UNCONFIRMED / 2 && !receiptsAsked.count(target);
+            if (!sendPieces(target, wParam, copy, ask ? receiptWindow : XCB_NONE))
                 return 0;
             ++unconfirmed[target];
+            if (ask)
+                receiptsAsked[target] = count + 1;
             return 1;
         }
         if (pendingBytes + copy->cbData > MAX_PENDING_BYTES
@@ -1234,22 +1272,30 @@ struct XcbNativeWindowBackend::Private
     }
 
     // A small payload in the events themselves: its receiver reads it without a round trip.
-    bool sendPieces(xcb_window_t target, WParam wParam, const CopyDataStruct *copy)
+    // With receiptTo, the receiver is asked to tell that window once it has taken it.
+    bool sendPieces(xcb_window_t target, WParam wParam, const CopyDataStruct *copy,
+                    xcb_window_t receiptTo)
     {
         const std::uint64_t w = wParam;
         const std::uint64_t dwData = copy->dwData;
-        const std::uint32_t first[5] = { pieceKey | PIECE_FIRST, copy->cbData, std::uint32_t(w),
-                                         std::uint32_t(w >> 32), std::uint32_t(dwData) };
+        const std::uint32_t first[5] = { pieceKey | PIECE_FIRST | (receiptTo ? PIECE_RECEIPT : 0u),
+                                         copy->cbData, std::uint32_t(w), std::uint32_t(w >> 32),
+                                         std::uint32_t(dwData) };
         if (!sendToWindow(target, atomPiece, first))
             return false;
-        unsigned char body[4 + INLINE_COPY + PIECE_BYTES] = {};
+        unsigned char body[8 + INLINE_COPY + PIECE_BYTES] = {};
         putLe32(body, std::uint32_t(dwData >> 32));
+        std::uint32_t head = 4;
+        if (receiptTo) {
+            putLe32(body + 4, receiptTo);
+            head = 8;
+        }
         if (copy->cbData)
-            std::memcpy(body + 4, copy->lpData, copy->cbData);
+            std::memcpy(body + head, copy->lpData, copy->cbData);
         // Words, not bytes: the server swaps format-32 data for a receiver of the other byte
         // order, which keeps each word's value.
         std::uint32_t index = 1;
-        for (std::uint32_t done = 0; done < 4 + copy->cbData; done += PIECE_BYTES, ++index) {
+        for (std::uint32_t done = 0; done < head + copy->cbData; done += PIECE_BYTES, ++index) {
             std::uint32_t data[5] = { pieceKey | ((index & 3u) << 29) };
             for (int i = 0; i < 4; ++i)
                 data[1 + i] = getLe32(body + done + 4 * i);
@@ -1287,11 +1333,12 @@ struct XcbNativeWindowBackend::Private
             assembly.window = event->window;
             assembly.pieces = 1;
             assembly.size = size;
+            assembly.receipt = (head & PIECE_RECEIPT) != 0;
             assembly.wParam = WParam(std::uint64_t(event->data.data32[2])
                                      | (std::uint64_t(event->data.data32[3]) << 32));
             assembly.dwDataLow = event->data.data32[4];
             assembly.body.clear();
-            assembly.body.reserve(4 + size);
+            assembly.body.reserve(8 + size);
             assembly.begun = ++assemblyCount;
             return false;
         }
@@ -1309,14 +1356,36 @@ struct XcbNativeWindowBackend::Private
         unsigned char piece[PIECE_BYTES];
         for (int i = 0; i < 4; ++i)
             putLe32(piece + 4 * i, event->data.data32[1 + i]);
-        const std::size_t missing = 4 + std::size_t(assembly.size) - assembly.body.size();
+        const std::size_t length = (assembly.receipt ? 8 : 4) + std::size_t(assembly.size);
+        const std::size_t missing = length - assembly.body.size();
         assembly.body.insert(assembly.body.end(), piece,
                              piece + std::min<std::size_t>(missing, PIECE_BYTES));
-        if (assembly.body.size() < 4 + std::size_t(assembly.size))
+        if (assembly.body.size() < length)
             return false;
         *whole = std::move(assembly);
         assemblies.erase(it);
+        if (whole->receipt) {
+            sendReceipt(getLe32(whole->body.data() + 4), whole->window);
+            whole->body.erase(whole->body.begin() + 4, whole->body.begin() + 8);
+            whole->receipt = false;
+        }
         return true;
+    }
+
+    // Tells a sender that the window has taken its payload. The window named is the sender's
+    // word: at worst another client gets a ClientMessage it does not know.
+    void sendReceipt(xcb_window_t to, xcb_window_t taken)
+    {
+        if (!isXid(to))
+            return;
+        const std::uint32_t data[5] = { taken, 0, 0, 0, 0 };
+        const xcb_client_message_event_t event = clientMessage(to, atomReceipt, data);
+        xcb_send_event(connection, 0, to, XCB_EVENT_MASK_NO_EVENT,
+                       reinterpret_cast<const char *>(&event));
+        if (notifier)
+            scheduleDrain();
+        else
+            xcb_flush(connection);
     }
 
     const Message *handOver(const Assembly &whole, Message *storage)
@@ -1703,6 +1772,7 @@ XcbNativeWindowBackend::XcbNativeWindowBackend(const char *displayName) : d(new 
                 { "_KORVEX_WM_COPYDATA", &d->atomCopyData },
                 { "_KORVEX_COPYDATA_PAYLOAD", &d->atomPayload },
                 { "_KORVEX_WM_COPYDATA_PIECE", &d->atomPiece },
+                { "_KORVEX_WM_COPYDATA_RECEIPT", &d->atomReceipt },
                 { "_KORVEX_WM_REGISTERED_MESSAGES", &d->atomTable },
                 { "UTF8_STRING", &d->atomUtf8 },
                 { "WM_PROTOCOLS", &d->atomProtocols },
@@ -1710,6 +1780,11 @@ XcbNativeWindowBackend::XcbNativeWindowBackend(const char *displayName) : d(new 
                 { "_MOTIF_WM_HINTS", &d->atomMotifHints },
                 { "WM_STATE", &d->atomWmState },
                 { "_XEMBED", &d->atomXEmbed } });
+    if (d->root != XCB_NONE) {
+        d->receiptWindow = xcb_generate_id(d->connection);
+        xcb_create_window(d->connection, 0, d->receiptWindow, d->root, -1, -1, 1, 1, 0,
+                          XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+    }
     const std::string compositor = "_NET_WM_CM_S" + std::to_string(screenNumber);
     d->intern({ { compositor.c_str(), &d->atomCompositor } });
 

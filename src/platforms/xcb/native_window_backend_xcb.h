@@ -27,10 +27,13 @@ class KORVEXDASHBOARD_EXPORT XcbNativeWindowBackend final : public NativeWindowB
 public:
     // A payload of up to INLINE_COPY bytes travels in the events themselves, so its receiver
     // needs no round trip to read it. Larger ones go in a carrier window, and so does every
-    // payload after INLINE_UNCONFIRMED in a row to one window, until the receiver has read one
-    // of those: a receiver that does not read is held to what carriers allow.
+    // payload after INLINE_UNCONFIRMED in a row to one window that it has not confirmed, until
+    // it has read one of those: a receiver that does not read is held to what carriers allow.
+    // Halfway there, one payload asks for a receipt, so a receiver that reads confirms them and
+    // its senders stay on pieces, floods included. A hung receiver holds at most about 590 KB
+    // of one sender's pieces in the server.
     static constexpr std::uint32_t INLINE_COPY = 256;
-    static constexpr int INLINE_UNCONFIRMED = 64;
+    static constexpr int INLINE_UNCONFIRMED = 1024;
     // Payloads coming in pieces from this many senders to this many windows at once, at most;
     // beyond, the one begun first is dropped (its sender is gone, or hostile).
     static constexpr int MAX_ASSEMBLIES = 256;

@@ -228,6 +228,7 @@ private Q_SLOTS:
     void hostilePieces_data();
     void hostilePieces();
     void unreadPiecesHandOverToCarriers();
+    void readingReceiverKeepsItsSendersOnPieces();
     void moduleTakesEveryPieceOfABroadcast();
     void moduleKilledInTheMiddleOfItsMessages();
     void hostileAnnouncements_data();
@@ -759,15 +760,17 @@ void tst_XcbBackendX11::hostilePieces()
     } else if (what == u"first with a piece index") {
         pieces[0].data.data32[0] |= 1u << 29;
     } else if (what == u"more senders at once than kept") {
-        // Forged firsts of many senders: the one begun first is let go, the last kept.
+        // Forged firsts of many senders: the one begun first is let go, the last kept. Keys
+        // are even, as resource id bases are.
         const int senders = XcbNativeWindowBackend::MAX_ASSEMBLIES + 1;
+        const auto key = [](int k) { return std::uint32_t(0x100 + k) << 1; };
         QList<xcb_client_message_event_t> spoilt;
         for (int k = 0; k < senders; ++k)
-            spoilt.append(withKey(pieces.first(), std::uint32_t(0x100 + k)));
+            spoilt.append(withKey(pieces.first(), key(k)));
         for (qsizetype i = 1; i < pieces.size(); ++i)
-            spoilt.append(withKey(pieces.at(i), 0x100));
+            spoilt.append(withKey(pieces.at(i), key(0)));
         for (qsizetype i = 1; i < pieces.size(); ++i)
-            spoilt.append(withKey(pieces.at(i), std::uint32_t(0x100 + senders - 1)));
+            spoilt.append(withKey(pieces.at(i), key(senders - 1)));
         pieces = spoilt;
         expected = { p, q };
     } else if (what == u"piece of another window") {
@@ -812,6 +815,54 @@ void tst_XcbBackendX11::unreadPiecesHandOverToCarriers()
 // A module hears a broadcast that came in pieces once, and takes every event that carried it:
 // left to Qt, each piece would cost the module a round trip to the server (the name of the
 // event's type, for a warning), and a module flooded with broadcasts would fall behind.
+// A receiver that reads confirms what it took: halfway to INLINE_UNCONFIRMED a payload asks for
+// a receipt, so a sender to a reading window never falls back to carriers, however many it
+// sends. A receipt asked for a window that is not there changes nothing for the payload.
+void tst_XcbBackendX11::readingReceiverKeepsItsSendersOnPieces()
+{
+    RawClient raw;
+    const xcb_atom_t piece = raw.atom("_KORVEX_WM_COPYDATA_PIECE");
+    const xcb_atom_t announcement = raw.atom("_KORVEX_WM_COPYDATA");
+    QWindow receiver;
+    receiver.create();
+    TransportCapture capture(m_backend.get(), receiver.winId());
+    auto peer = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
+    const int total = 2 * XcbNativeWindowBackend::INLINE_UNCONFIRMED;
+    QList<QByteArray> sent;
+    QList<Received> got;
+    int announcements = 0;
+    int receiptsAsked = 0;
+    QList<xcb_client_message_event_t> asking;
+    QByteArray askingPayload;
+    for (int i = 0; i < total; ++i) {
+        sent.append(patterned(40, i));
+        const QList<xcb_client_message_event_t> events = capture.send(peer.get(), sent.last());
+        QVERIFY2(!events.isEmpty(), qPrintable(QStringLiteral("payload %1").arg(i)));
+        for (const auto &event : events) {
+            announcements += event.type == announcement;
+            if (event.type == piece && (event.data.data32[0] & 0x80000001u) == 0x80000001u) {
+                ++receiptsAsked;
+                asking = events;
+                askingPayload = sent.last();
+            }
+        }
+        // Read as it comes, as a module or the dashboard reads.
+        got += translateAll(m_backend.get(), events);
+    }
+    QCOMPARE(payloadsOf(got), sent);
+    QCOMPARE(announcements, 0);
+    // Asked once per half of the limit, each time the receipt before it had come.
+    QVERIFY2(receiptsAsked >= total / (XcbNativeWindowBackend::INLINE_UNCONFIRMED / 2) - 1,
+             qPrintable(QString::number(receiptsAsked)));
+
+    // The window for the receipt is the body's second word: the first piece after the first.
+    for (const std::uint32_t nowhere : { 0u, 0x1FFFFFFEu }) {
+        QList<xcb_client_message_event_t> spoilt = asking;
+        spoilt[1].data.data32[2] = nowhere;
+        QCOMPARE(payloadsOf(translateAll(m_backend.get(), spoilt)), QList<QByteArray>{ askingPayload });
+    }
+}
+
 void tst_XcbBackendX11::moduleTakesEveryPieceOfABroadcast()
 {
     QWindow moduleWindow;
