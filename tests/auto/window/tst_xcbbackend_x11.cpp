@@ -812,9 +812,6 @@ void tst_XcbBackendX11::unreadPiecesHandOverToCarriers()
     QCOMPARE(sender->pendingCopies(), 0);
 }
 
-// A module hears a broadcast that came in pieces once, and takes every event that carried it:
-// left to Qt, each piece would cost the module a round trip to the server (the name of the
-// event's type, for a warning), and a module flooded with broadcasts would fall behind.
 // A receiver that reads confirms what it took: halfway to INLINE_UNCONFIRMED a payload asks for
 // a receipt, so a sender to a reading window never falls back to carriers, however many it
 // sends. A receipt asked for a window that is not there changes nothing for the payload.
@@ -863,6 +860,9 @@ void tst_XcbBackendX11::readingReceiverKeepsItsSendersOnPieces()
     }
 }
 
+// A module hears a broadcast that came in pieces once, and takes every event that carried it:
+// left to Qt, each piece would cost the module a round trip to the server (the name of the
+// event's type, for a warning), and a module flooded with broadcasts would fall behind.
 void tst_XcbBackendX11::moduleTakesEveryPieceOfABroadcast()
 {
     QWindow moduleWindow;
