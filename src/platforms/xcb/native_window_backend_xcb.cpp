@@ -1367,7 +1367,6 @@ struct XcbNativeWindowBackend::Private
         if (whole->receipt) {
             sendReceipt(getLe32(whole->body.data() + 4), whole->window);
             whole->body.erase(whole->body.begin() + 4, whole->body.begin() + 8);
-            whole->receipt = false;
         }
         return true;
     }

@@ -128,12 +128,22 @@ public:
     QList<xcb_client_message_event_t> send(NativeWindowBackend *sender, QByteArray &bytes,
                                            quint64 dwData = 0, quint64 wParam = 0)
     {
+        return sendAll(sender, { &bytes }, dwData, wParam);
+    }
+    // The same for several payloads sent one after the other, their events in order.
+    QList<xcb_client_message_event_t> sendAll(NativeWindowBackend *sender,
+                                              const QList<QByteArray *> &payloads,
+                                              quint64 dwData = 0, quint64 wParam = 0)
+    {
         events.clear();
-        CopyDataStruct copy{ std::uintptr_t(dwData), std::uint32_t(bytes.size()), bytes.data() };
+        for (QByteArray *bytes : payloads) {
+            CopyDataStruct copy{ std::uintptr_t(dwData), std::uint32_t(bytes->size()), bytes->data() };
+            if (sender->sendMessage(m_window, WmCopyData, WParam(wParam),
+                                    reinterpret_cast<LParam>(&copy)) != 1)
+                return {};
+        }
         const quint64 marker = ++m_markers;
-        if (sender->sendMessage(m_window, WmCopyData, WParam(wParam),
-                                reinterpret_cast<LParam>(&copy)) != 1
-            || !sender->postMessage(m_window, MARKER, WParam(marker), 0)
+        if (!sender->postMessage(m_window, MARKER, WParam(marker), 0)
             || !QTest::qWaitFor([&] { return hasMarker(marker); }))
             return {};
         return before(marker);
@@ -228,6 +238,7 @@ private Q_SLOTS:
     void hostilePieces_data();
     void hostilePieces();
     void unreadPiecesHandOverToCarriers();
+    void readingReceiverKeepsItsSendersOnPieces_data();
     void readingReceiverKeepsItsSendersOnPieces();
     void moduleTakesEveryPieceOfABroadcast();
     void moduleKilledInTheMiddleOfItsMessages();
@@ -812,11 +823,20 @@ void tst_XcbBackendX11::unreadPiecesHandOverToCarriers()
     QCOMPARE(sender->pendingCopies(), 0);
 }
 
+void tst_XcbBackendX11::readingReceiverKeepsItsSendersOnPieces_data()
+{
+    QTest::addColumn<bool>("queued");
+    QTest::newRow("translated") << false;
+    QTest::newRow("queued") << true;
+}
+
 // A receiver that reads confirms what it took: halfway to INLINE_UNCONFIRMED a payload asks for
 // a receipt, so a sender to a reading window never falls back to carriers, however many it
-// sends. A receipt asked for a window that is not there changes nothing for the payload.
+// sends; on both receiving paths (a module translates, the dashboard queues). A receipt asked
+// for a window that is not there changes nothing for the payload.
 void tst_XcbBackendX11::readingReceiverKeepsItsSendersOnPieces()
 {
+    QFETCH(bool, queued);
     RawClient raw;
     const xcb_atom_t piece = raw.atom("_KORVEX_WM_COPYDATA_PIECE");
     const xcb_atom_t announcement = raw.atom("_KORVEX_WM_COPYDATA");
@@ -831,20 +851,51 @@ void tst_XcbBackendX11::readingReceiverKeepsItsSendersOnPieces()
     int receiptsAsked = 0;
     QList<xcb_client_message_event_t> asking;
     QByteArray askingPayload;
-    for (int i = 0; i < total; ++i) {
-        sent.append(patterned(40, i));
-        const QList<xcb_client_message_event_t> events = capture.send(peer.get(), sent.last());
-        QVERIFY2(!events.isEmpty(), qPrintable(QStringLiteral("payload %1").arg(i)));
+    auto *x11 = static_cast<XcbNativeWindowBackend *>(m_backend.get());
+    const QByteArray type("xcb_generic_event_t");
+    if (queued)
+        QVERIFY(x11->setArrivalHandler(receiver.winId(), [&](const Message &m) { got.append(received(m)); }));
+    // A few at a time, far fewer than the receipt has to come back in.
+    constexpr int batch = 16;
+    for (int i = 0; i < total; i += batch) {
+        QList<QByteArray> payloads;
+        for (int k = 0; k < batch; ++k)
+            payloads.append(patterned(40, i + k));
+        QList<QByteArray *> sending;
+        for (QByteArray &bytes : payloads)
+            sending.append(&bytes);
+        sent += payloads;
+        const QList<xcb_client_message_event_t> events = capture.sendAll(peer.get(), sending);
+        QVERIFY2(!events.isEmpty(), qPrintable(QStringLiteral("payloads from %1").arg(i)));
+        // Which payload of the batch each piece belongs to: a first piece begins the next.
+        qsizetype payload = -1;
+        qsizetype askingHere = -1;
         for (const auto &event : events) {
             announcements += event.type == announcement;
-            if (event.type == piece && (event.data.data32[0] & 0x80000001u) == 0x80000001u) {
+            if (event.type != piece)
+                continue;
+            if (event.data.data32[0] & 0x80000000u)
+                ++payload;
+            if ((event.data.data32[0] & 0x80000001u) == 0x80000001u) {
                 ++receiptsAsked;
-                asking = events;
-                askingPayload = sent.last();
+                askingHere = payload;
+                asking.clear();
+                askingPayload = payloads.at(payload);
             }
+            if (payload == askingHere)
+                asking.append(event);
         }
         // Read as it comes, as a module or the dashboard reads.
-        got += translateAll(m_backend.get(), events);
+        if (queued) {
+            for (auto event : events)
+                QVERIFY(x11->queueNativeEvent(type.constData(), std::size_t(type.size()), &event));
+        } else {
+            got += translateAll(m_backend.get(), events);
+        }
+    }
+    if (queued) {
+        QTRY_COMPARE(got.size(), total);
+        QVERIFY(x11->setArrivalHandler(receiver.winId(), {}));
     }
     QCOMPARE(payloadsOf(got), sent);
     QCOMPARE(announcements, 0);
