@@ -357,9 +357,9 @@ struct XcbNativeWindowBackend::Private
             return nullptr;
         WindowRecord fresh;
         fresh.style = derivedStyle(window);
-        const std::uint32_t mask[] = { XCB_EVENT_MASK_STRUCTURE_NOTIFY };
-        // Only our connection's own selection on the window changes; the owner's stays.
-        xcb_change_window_attributes(connection, window, XCB_CW_EVENT_MASK, mask);
+        // Added to what this connection watches there already (the keyboard on the window
+        // holding a module, say); the owner's selection is its own.
+        selectEvents(window, XCB_EVENT_MASK_STRUCTURE_NOTIFY);
         return &windows.emplace(window, fresh).first->second;
     }
 
@@ -965,9 +965,7 @@ struct XcbNativeWindowBackend::Private
         Hold hold = holdOf(window, false);
         if (hold != Hold::Held)
             return hold == Hold::Released;
-        const std::uint32_t mask[] = { XCB_EVENT_MASK_STRUCTURE_NOTIFY
-                                       | XCB_EVENT_MASK_PROPERTY_CHANGE };
-        xcb_change_window_attributes(connection, window, XCB_CW_EVENT_MASK, mask);
+        selectEvents(window, XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE);
         xcb_unmap_window(connection, window);
         xcb_unmap_notify_event_t unmap;
         std::memset(&unmap, 0, sizeof unmap);

@@ -138,6 +138,7 @@ private Q_SLOTS:
     void clickIntoTheContainerIsReportedAndPassedOn();
     void handOnKeysAreReported();
     void keyboardHeldByTheEmbedderIsHandedOn();
+    void keyboardWatchOutlivesAStyleRead();
     void windowImageIsTheWindowsOwnPicture();
     void drawnAgainOnceStillUnderACompositor();
     void notDrawnAgainWithoutACompositor();
@@ -529,6 +530,46 @@ void tst_XcbEmbeddingX11::keyboardHeldByTheEmbedderIsHandedOn()
                  return (event->response_type & 0x7f) == XCB_KEY_PRESS;
              }),
              "a key of the dashboard's reached the module");
+}
+
+// The dashboard's own window belongs to another connection (the toolkit's): the backend's
+// watch on it for the keyboard must survive the backend first reading that window's style,
+// or the keys a window manager sends there would no longer reach the module.
+void tst_XcbEmbeddingX11::keyboardWatchOutlivesAStyleRead()
+{
+    const xcb_window_t top = m_raw->topLevel();
+    xcb_map_window(m_raw->c(), top);
+    m_raw->sync();
+    const WindowHandle container = m_backend->createWindowEx(0, u"STATIC", u"", WsChild | WsVisible, 0, 0,
+                                                             200, 100, top, 0, nullptr, nullptr);
+    QVERIFY(container);
+    const xcb_window_t window = m_raw->topLevel(XCB_EVENT_MASK_KEY_PRESS);
+    m_raw->sync();
+    QVERIFY(m_backend->setParent(window, container));
+    QVERIFY(m_backend->setWindowPos(window, 0, 0, 0, 200, 100, SwpShowWindow));
+    QVERIFY(m_backend->focusEmbeddedWindow(window, EmbeddedFocus::Current));
+    QVERIFY(m_backend->getWindowLongPtr(top, GwlStyle) & WsVisible);
+    m_raw->discardEvents();
+
+    // The manager's move: the module is told it has the keyboard again.
+    xcb_set_input_focus(m_raw->c(), XCB_INPUT_FOCUS_PARENT, top, XCB_CURRENT_TIME);
+    m_raw->sync();
+    const xcb_atom_t xembed = m_raw->atom("_XEMBED");
+    QVERIFY(m_raw->waitForEvent([&](const xcb_generic_event_t *event) {
+        const auto *message = reinterpret_cast<const xcb_client_message_event_t *>(event);
+        return (event->response_type & 0x7f) == XCB_CLIENT_MESSAGE && message->window == window
+                && message->type == xembed && message->data.data32[1] == 4 /* XEMBED_FOCUS_IN */;
+    }));
+    // With the pointer away, keys go by the focus: to the dashboard's window, and on from there.
+    QVERIFY(xdotool({ QStringLiteral("mousemove"), QStringLiteral("--sync"), QStringLiteral("700"),
+                      QStringLiteral("500") }));
+    QVERIFY(xdotool({ QStringLiteral("key"), QStringLiteral("a") }));
+    QVERIFY(m_raw->waitForEvent([&](const xcb_generic_event_t *event) {
+        return event->response_type == (XCB_KEY_PRESS | 0x80)
+                && reinterpret_cast<const xcb_key_press_event_t *>(event)->event == window;
+    }));
+    xcb_destroy_window(m_raw->c(), top);
+    m_raw->sync();
 }
 
 // What a module's container shows, read from the window itself: its own pixels and those of
