@@ -14,7 +14,7 @@ Item {
     // A DashboardPage.Page.
     property int page: DashboardPage.Home
     readonly property int moduleBarHeight: 44
-    property var dashMain: dashMainComponent.createObject(root)
+    readonly property DashboardMain dashMain: DashboardMain {}
     readonly property alias navigationBar: navBar
     readonly property alias homePage: homePage
     // Pages other than Home are made the first time they are shown, so the first frame does
@@ -139,10 +139,7 @@ Item {
     }
     // Texts the library translated when it built its lists are built again.
     function retranslate() {
-        const old = root.dashMain
-        root.dashMain = dashMainComponent.createObject(root)
-        if (old)
-            old.destroy()
+        root.host.retranslateNavigation(root.dashMain)
         meatballs.populateMeatballsNavItemsList()
         settingsNav.populateSettingsNavItemsList()
         contents.populateLanguagesModelList()
@@ -160,10 +157,6 @@ Item {
             homePage.favoriteList.reload(true)
     }
 
-    Component {
-        id: dashMainComponent
-        DashboardMain {}
-    }
     RecentlyViewedController { id: recents }
     MyLabelsController { id: myLabels }
     FavoritesController { id: favorites }

@@ -119,6 +119,14 @@ void HostServices::applyLanguage(const QString &code)
     }
 }
 
+void HostServices::retranslateNavigation(DashboardMain *navigation) const
+{
+    if (!navigation)
+        return;
+    navigation->populateNavigation();
+    navigation->populateResourcesNavigation();
+}
+
 void HostServices::applyPalette(const QVariantMap &colors)
 {
     QPalette palette = QGuiApplication::palette();

@@ -9,6 +9,8 @@
 
 #include "module_registry.h"
 
+#include <models/dashboard_main.h>
+
 #include <functional>
 
 class DashboardMainWindow;
@@ -68,6 +70,9 @@ public:
     Q_INVOKABLE QString languageName(const QString &code) const;
     // Installs the translations of a locale code ("de_DE") and re-translates the interface.
     Q_INVOKABLE void applyLanguage(const QString &code);
+    // Builds a navigation object's lists again in the language now installed. On the same
+    // object: a new one would add the icon fonts to the font database once more.
+    Q_INVOKABLE void retranslateNavigation(DashboardMain *navigation) const;
     // The application palette, so Qt Quick Controls and their popups follow the theme; keys
     // are QPalette role names in lower camel case ("window", "buttonText", ...).
     Q_INVOKABLE void applyPalette(const QVariantMap &colors);

@@ -18,6 +18,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFont>
+#include <QFontDatabase>
 #include <QGlyphRun>
 #include <QJSValue>
 #include <QQmlComponent>
@@ -38,6 +39,15 @@
 #include <atomic>
 #include <memory>
 
+
+// The application fonts in the font database: each one added stays until it is removed.
+int applicationFontCount()
+{
+    int count = 0;
+    for (int id = 0; id < 1024; ++id)
+        count += QFontDatabase::applicationFontFamilies(id).isEmpty() ? 0 : 1;
+    return count;
+}
 
 // Collects every warning (and worse) written while it lives: the front end must load and run
 // without any.
@@ -883,6 +893,15 @@ void tst_Frontend::germanAtOnce()
 {
     QVERIFY(startHost(m_dir->filePath(QStringLiteral("labels"))));
     QObject *settings = rootObject("settings");
+    // Switching the language builds the lists again; the icon fonts are added once, at start.
+    const int fonts = applicationFontCount();
+    QVERIFY(fonts >= 2);
+    const auto firstResource = [this] {
+        const QVariantList items = rootObject("dashMain")->property("resourcesNavItems").toList();
+        return items.isEmpty() ? QString() : items.first().value<ResourceItem>().resName;
+    };
+    const QString englishResource = firstResource();
+    QVERIFY(!englishResource.isEmpty());
     // The settings page and the About box are made when first shown.
     showPage(QStringLiteral("settings"));
     QObject *page = find("settingsPage");
@@ -948,6 +967,8 @@ void tst_Frontend::germanAtOnce()
     expectShown(true);
     if (QTest::currentTestFailed())
         return;
+    QVERIFY(firstResource() != englishResource);
+    QCOMPARE(applicationFontCount(), fonts);
     // The long German names are shown whole: the side bar widens for them, a settings section
     // takes two lines.
     using G = DashboardGlobal;
@@ -974,6 +995,8 @@ void tst_Frontend::germanAtOnce()
     if (QTest::currentTestFailed())
         return;
     expectShown(false);
+    QCOMPARE(firstResource(), englishResource);
+    QCOMPARE(applicationFontCount(), fonts);
 }
 
 QQuickItem *tst_Frontend::showLanguageBox()
