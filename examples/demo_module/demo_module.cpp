@@ -63,6 +63,9 @@ DemoModule::DemoModule(const ModuleCommandLine &commandLine,
             : m_commandLine.printerArgument.isEmpty()
             //: Demo module: the printer argument was empty
             ? tr("(empty)")
+            : m_commandLine.printerName.isEmpty()
+            //: Demo module: the dashboard has no printer chosen
+            ? tr("none chosen")
             : QStringLiteral("%1 (%2)").arg(m_commandLine.printerName,
                                            m_commandLine.printerIsSuitePrinter
                                                    ? tr("suite printer")

@@ -30,6 +30,8 @@ private Q_SLOTS:
 
     void startRegistersAndReportsReady_data();
     void startRegistersAndReportsReady();
+    void printerIsShownAsGiven_data();
+    void printerIsShownAsGiven();
     void fileIsRecordedInTheModulesHistory_data();
     void fileIsRecordedInTheModulesHistory();
     void missingFileIsNotRecorded();
@@ -151,6 +153,29 @@ void tst_DemoModule::startRegistersAndReportsReady()
     QCOMPARE(printerNames.size(), printer.isEmpty() ? 0 : 1);
     if (!printer.isEmpty())
         QCOMPARE(printerNames.at(0).at(0).toString(), printer);
+}
+
+void tst_DemoModule::printerIsShownAsGiven_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("not given") << QStringList() << QStringLiteral("not given");
+    // What a dashboard with no printer chosen passes.
+    QTest::newRow("none chosen") << QStringList{ QStringLiteral("--p ,0") } << QStringLiteral("none chosen");
+    QTest::newRow("suite printer") << QStringList{ QStringLiteral("--p P1,1") }
+                                   << QStringLiteral("P1 (suite printer)");
+    QTest::newRow("other printer") << QStringList{ QStringLiteral("--p P2,0") }
+                                   << QStringLiteral("P2 (other printer)");
+}
+
+void tst_DemoModule::printerIsShownAsGiven()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, shown);
+    auto module = startModule(QStringLiteral("/opt/korvex/bin/QVLabelEditor.exe"), arguments);
+    const auto *printer = module->window()->findChild<QLabel *>(QStringLiteral("printer"));
+    QVERIFY(printer);
+    QCOMPARE(printer->text(), shown);
 }
 
 void tst_DemoModule::fileIsRecordedInTheModulesHistory_data()
