@@ -1815,9 +1815,26 @@ XcbNativeWindowBackend::~XcbNativeWindowBackend()
     }
     std::free(std::exchange(d->early, nullptr));
     if (d->connection) {
-        // Receipts still in the buffer: their senders stop waiting for a reader.
-        if (d->ok())
+        // What is still in the buffer (the last messages, receipts) goes out, and the server
+        // has done all of it before the connection closes: a server that finds the connection
+        // closed while it writes to it (an event, an error) drops the requests it has not read.
+        // A round trip tells, bounded as the wait above.
+        if (d->ok()) {
+            const unsigned int done = xcb_get_input_focus(d->connection).sequence;
             xcb_flush(d->connection);
+            const Clock::time_point until = Clock::now() + std::chrono::milliseconds(EXIT_GRACE_MS);
+            void *reply = nullptr;
+            while (d->ok() && !xcb_poll_for_reply(d->connection, done, &reply, nullptr)) {
+                const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                        until - Clock::now()).count();
+                if (left <= 0)
+                    break;
+                pollfd fd{ xcb_get_file_descriptor(d->connection), POLLIN, 0 };
+                ::poll(&fd, 1, int(std::min<long long>(left, 50)));
+                d->drain(); // reads what came, the reply among it
+            }
+            std::free(reply);
+        }
         xcb_disconnect(d->connection);
     }
 }

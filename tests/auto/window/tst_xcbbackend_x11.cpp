@@ -24,9 +24,15 @@
 #include <xcb/xcb.h>
 
 #include <algorithm>
+#include <atomic>
+#include <condition_variable>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
+#include <sys/syscall.h>
+#include <thread>
+#include <unistd.h>
 
 using namespace KorvexNative;
 
@@ -242,6 +248,7 @@ private Q_SLOTS:
     void readingReceiverKeepsItsSendersOnPieces();
     void moduleTakesEveryPieceOfABroadcast();
     void moduleKilledInTheMiddleOfItsMessages();
+    void quittingSenderIsHeardInFull();
     void hostileAnnouncements_data();
     void hostileAnnouncements();
     void transportIsConsumedOnlyWhenItIsOurs();
@@ -970,6 +977,117 @@ void tst_XcbBackendX11::moduleKilledInTheMiddleOfItsMessages()
              LResult(1));
     QTRY_COMPARE(focused.size(), 1);
     QCOMPARE(focused.constFirst().at(1).toUInt(), 31u);
+}
+
+// Whether a thread of this process is blocked in poll: a backend waiting for the server.
+static bool blockedInPoll(pid_t thread)
+{
+    QFile file(QStringLiteral("/proc/self/task/%1/syscall").arg(thread));
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const long number = file.readAll().split(' ').constFirst().toLong();
+#ifdef SYS_poll
+    if (number == SYS_poll)
+        return true;
+#endif
+    return number == SYS_ppoll;
+}
+
+// A module that reports and quits at once is heard in full. The server reads a client's
+// requests in its own time; if it finds the connection closed when it writes to it (a
+// receipt for an earlier report, say), it drops the requests it has not read. Eight modules
+// flooding and quitting lost the last few dozen reports of one of them that way. Here the
+// server is held (a grab) while the module sends and quits, and then writes to it.
+void tst_XcbBackendX11::quittingSenderIsHeardInFull()
+{
+    // Few enough that the module's writes fit in the socket while the server is held: each
+    // send is written at once, and every write takes room of its own there.
+    constexpr int REPORTS = 30;
+    RawClient receiver;
+    const xcb_window_t window = receiver.createWindow();
+    receiver.sync();
+
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool ready = false;
+    bool go = false;
+    std::atomic<bool> quitting = false;
+    std::atomic<bool> gone = false;
+    std::atomic<pid_t> thread = 0;
+    // The module: a backend of its own thread (so without the event loop's help), whose first
+    // report makes it watch the window and so hear of the window's changes.
+    std::thread module([&] {
+        thread = pid_t(::syscall(SYS_gettid));
+        auto sender = NativeWindowSystem::createBackend(QStringLiteral("xcb"));
+        const auto report = [&](int i) {
+            QByteArray bytes = focusReport(uint(i));
+            CopyDataStruct copy{ 0, std::uint32_t(bytes.size()), bytes.data() };
+            sender->sendMessage(window, WmCopyData, 0, reinterpret_cast<LParam>(&copy));
+        };
+        report(0);
+        std::unique_lock<std::mutex> lock(mutex);
+        ready = true;
+        changed.notify_all();
+        changed.wait(lock, [&] { return go; });
+        lock.unlock();
+        for (int i = 1; i < REPORTS; ++i)
+            report(i);
+        quitting = true;
+        sender.reset();
+        gone = true;
+    });
+    // However the test ends, the module is let go and the server too.
+    const auto joined = qScopeGuard([&] {
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            go = true;
+        }
+        changed.notify_all();
+        xcb_ungrab_server(receiver.c());
+        receiver.sync();
+        module.join();
+    });
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        QVERIFY(changed.wait_for(lock, std::chrono::seconds(20), [&] { return ready; }));
+    }
+    xcb_grab_server(receiver.c());
+    receiver.sync();
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        go = true;
+    }
+    changed.notify_all();
+    // The module has quit, or waits for the server before it does.
+    QVERIFY(QTest::qWaitFor([&] { return gone || (quitting && blockedInPoll(thread)); }, 20000));
+    // The server writes to the module: the window it watches moved.
+    const std::uint32_t place[] = { 10, 10 };
+    xcb_configure_window(receiver.c(), window, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, place);
+    receiver.sync();
+    xcb_ungrab_server(receiver.c());
+    receiver.sync();
+
+    QList<uint> heard;
+    const QByteArray type("xcb_generic_event_t");
+    // What came is counted below, whether all of it came or not.
+    static_cast<void>(QTest::qWaitFor([&] {
+        receiver.sync();
+        while (xcb_generic_event_t *event = xcb_poll_for_event(receiver.c())) {
+            Message storage{};
+            const Message *message = m_backend->translateNativeEvent(type.constData(), std::size_t(type.size()),
+                                                                     event, &storage);
+            const auto *copy = message && message->message == WmCopyData
+                    ? reinterpret_cast<const CopyDataStruct *>(message->lParam) : nullptr;
+            MessageStruct decoded;
+            if (copy && QVIPCMessage::decode(copy->lpData, copy->cbData, &decoded))
+                heard.append(decoded.arguments.value(1).toUInt());
+            std::free(event);
+        }
+        return heard.size() >= REPORTS;
+    }, 10000));
+    QCOMPARE(heard.size(), REPORTS);
+    for (int i = 0; i < REPORTS; ++i)
+        QCOMPARE(heard.at(i), uint(i));
 }
 
 void tst_XcbBackendX11::hostileAnnouncements_data()
