@@ -7,6 +7,9 @@
 //  - one module process sending 2 MiB reports back to back;
 //  - eight module processes each sending 10,000 small reports at once.
 // Target: p99 frame interval within 33 ms (two frames at 60 Hz) while any module floods.
+// Eight modules' flood is over in well under a second, some 40 frames: alone, its p99 would be
+// its single worst frame. It is run in rounds, and the figures are those of all rounds' frames,
+// with each round's worst beside them.
 // Beside the worst frame interval stand the time the GUI thread ran in it and the time it was
 // ready to run but waited for a CPU (the kernel's schedstat): the rest it waited for events.
 #include "Controllers/qvipchelper_win32.h"
@@ -37,6 +40,7 @@ constexpr int IDLE_MS = 3000;
 constexpr int BIG_REPORTS = 1000;      // 2000 MiB in all
 constexpr int SMALL_MODULES = 8;
 constexpr int SMALL_REPORTS = 10000;   // per module
+constexpr int SMALL_ROUNDS = 5;
 constexpr int FLOOD_TIMEOUT_MS = 60000;
 
 struct Figures
@@ -58,22 +62,26 @@ struct Schedule
     qint64 queued = 0;
 };
 
-Figures figures(std::vector<qint64> intervalsNs, const std::vector<Schedule> &at = {})
+// One interval between frames (or timer ticks), and the GUI thread's schedule in it.
+struct Interval
+{
+    qint64 ns = 0;
+    Schedule spent;
+};
+
+Figures figures(std::vector<Interval> intervals)
 {
     Figures f;
-    if (!intervalsNs.empty() && at.size() == intervalsNs.size() + 1) {
-        const auto worst = std::size_t(std::max_element(intervalsNs.cbegin(), intervalsNs.cend())
-                                       - intervalsNs.cbegin());
-        f.worstRan = (at[worst + 1].ran - at[worst].ran) / 1e6;
-        f.worstQueued = (at[worst + 1].queued - at[worst].queued) / 1e6;
-    }
-    f.frames = int(intervalsNs.size());
-    if (intervalsNs.empty())
+    f.frames = int(intervals.size());
+    if (intervals.empty())
         return f;
-    std::sort(intervalsNs.begin(), intervalsNs.end());
-    f.median = intervalsNs[intervalsNs.size() / 2] / 1e6;
-    f.p99 = intervalsNs[std::min(intervalsNs.size() - 1, intervalsNs.size() * 99 / 100)] / 1e6;
-    f.worst = intervalsNs.back() / 1e6;
+    std::sort(intervals.begin(), intervals.end(),
+              [](const Interval &a, const Interval &b) { return a.ns < b.ns; });
+    f.median = intervals[intervals.size() / 2].ns / 1e6;
+    f.p99 = intervals[std::min(intervals.size() - 1, intervals.size() * 99 / 100)].ns / 1e6;
+    f.worst = intervals.back().ns / 1e6;
+    f.worstRan = intervals.back().spent.ran / 1e6;
+    f.worstQueued = intervals.back().spent.queued / 1e6;
     return f;
 }
 
@@ -103,21 +111,33 @@ struct Recorder
         ticks.clear();
         on = true;
     }
-    static std::vector<qint64> intervals(const std::vector<qint64> &at)
+    static std::vector<Interval> intervals(const std::vector<qint64> &at,
+                                           const std::vector<Schedule> &schedules = {})
     {
-        std::vector<qint64> out;
-        for (std::size_t i = 1; i < at.size(); ++i)
-            out.push_back(at[i] - at[i - 1]);
+        std::vector<Interval> out;
+        for (std::size_t i = 1; i < at.size(); ++i) {
+            Interval interval;
+            interval.ns = at[i] - at[i - 1];
+            if (schedules.size() == at.size()) {
+                interval.spent.ran = schedules[i].ran - schedules[i - 1].ran;
+                interval.spent.queued = schedules[i].queued - schedules[i - 1].queued;
+            }
+            out.push_back(interval);
+        }
         return out;
     }
 };
 
-// The reports the modules' backends accepted, from their "sent <n>" lines.
+void waitUntil(const std::function<bool()> &done, int timeoutMs);
+
+// The reports the modules' backends accepted, from their "sent <n>" lines. Waits in the event
+// loop: a module that quits waits for the dashboard to confirm its last payloads, and a
+// dashboard blocked here would hold their receipts back.
 int acceptedBy(std::vector<std::unique_ptr<QProcess>> &children)
 {
     int accepted = 0;
     for (auto &child : children) {
-        child->waitForFinished(30000);
+        waitUntil([&] { return child->state() == QProcess::NotRunning; }, 30000);
         const QList<QByteArray> lines = child->readAllStandardOutput().split('\n');
         for (const QByteArray &line : lines) {
             if (line.startsWith("sent "))
@@ -131,6 +151,10 @@ struct Condition
 {
     explicit Condition(const char *what) : name(what) { }
     const char *name;
+    // Every round's intervals, and each round's worst frame interval in ms.
+    std::vector<Interval> frameIntervals;
+    std::vector<Interval> tickIntervals;
+    std::vector<double> roundWorst;
     Figures frames;
     Figures ticks;
     double seconds = 0;
@@ -181,6 +205,12 @@ void print(const Condition &c, const Condition &peer)
     std::printf("%-34s worst interval: the GUI thread ran %.1f ms, waited %.1f ms for a CPU and %.1f ms "
                 "for events or the X server\n", "", c.frames.worstRan, c.frames.worstQueued,
                 std::max(0.0, c.frames.worst - c.frames.worstRan - c.frames.worstQueued));
+    if (c.roundWorst.size() > 1) {
+        std::printf("%-34s %zu rounds, worst interval of each:", "", c.roundWorst.size());
+        for (double worst : c.roundWorst)
+            std::printf(" %.1f", worst);
+        std::printf(" ms\n");
+    }
     if (&c != &peer)
         std::printf("%-34s p99 %.1fx idle; target p99 within 33 ms: %s\n", "", c.frames.p99 / peer.frames.p99,
                     c.frames.p99 <= 33.0 && c.complete ? "met" : "NOT met");
@@ -261,8 +291,8 @@ int main(int argc, char **argv)
         const Schedule startedAt = rec.schedule();
         go();
         waitUntil(done, timeoutMs);
-        c.complete = done();
-        c.seconds = elapsed.elapsed() / 1000.0;
+        c.complete = c.complete && done();
+        c.seconds += elapsed.elapsed() / 1000.0;
         rec.on = false;
         // The condition's start and end count as frames: a flood that stops every frame shows
         // as one interval as long as the flood, not as no interval at all.
@@ -273,8 +303,13 @@ int main(int argc, char **argv)
         }
         rec.framesAt.insert(rec.framesAt.begin(), startedAt);
         rec.framesAt.push_back(rec.schedule());
-        c.frames = figures(Recorder::intervals(rec.frames), rec.framesAt);
-        c.ticks = figures(Recorder::intervals(rec.ticks));
+        const std::vector<Interval> frames = Recorder::intervals(rec.frames, rec.framesAt);
+        c.roundWorst.push_back(figures(frames).worst);
+        c.frameIntervals.insert(c.frameIntervals.end(), frames.cbegin(), frames.cend());
+        const std::vector<Interval> ticks = Recorder::intervals(rec.ticks);
+        c.tickIntervals.insert(c.tickIntervals.end(), ticks.cbegin(), ticks.cend());
+        c.frames = figures(c.frameIntervals);
+        c.ticks = figures(c.tickIntervals);
     };
 
     Condition idle("idle (peer)");
@@ -293,7 +328,7 @@ int main(int argc, char **argv)
     }
 
     Condition small("8 modules x 10,000 small reports");
-    {
+    for (int round = 1; round <= SMALL_ROUNDS; ++round) {
         std::vector<std::unique_ptr<QProcess>> children;
         for (int i = 0; i < SMALL_MODULES; ++i) {
             children.push_back(startModule(dashboard.winId(), "small", SMALL_REPORTS));
@@ -305,8 +340,8 @@ int main(int argc, char **argv)
         measure(small, [&] {
             for (auto &child : children)
                 child->write("go\n");
-        }, [&] { return focused >= SMALL_MODULES * SMALL_REPORTS; }, FLOOD_TIMEOUT_MS);
-        small.accepted = acceptedBy(children);
+        }, [&] { return focused >= round * SMALL_MODULES * SMALL_REPORTS; }, FLOOD_TIMEOUT_MS);
+        small.accepted += acceptedBy(children);
     }
 
     std::printf("Dashboard frames while modules flood it (frames: QQuickWindow::frameSwapped of the "
@@ -319,6 +354,6 @@ int main(int argc, char **argv)
                 BIG_REPORTS, big.accepted);
     print(small, idle);
     std::printf("%-34s %d of %d reports arrived (%d accepted by the modules' backends)\n", "", focused,
-                SMALL_MODULES * SMALL_REPORTS, small.accepted);
+                SMALL_ROUNDS * SMALL_MODULES * SMALL_REPORTS, small.accepted);
     return big.complete && small.complete ? 0 : 1;
 }
