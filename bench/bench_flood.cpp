@@ -128,25 +128,6 @@ struct Recorder
     }
 };
 
-void waitUntil(const std::function<bool()> &done, int timeoutMs);
-
-// The reports the modules' backends accepted, from their "sent <n>" lines. Waits in the event
-// loop: a module that quits waits for the dashboard to confirm its last payloads, and a
-// dashboard blocked here would hold their receipts back.
-int acceptedBy(std::vector<std::unique_ptr<QProcess>> &children)
-{
-    int accepted = 0;
-    for (auto &child : children) {
-        waitUntil([&] { return child->state() == QProcess::NotRunning; }, 30000);
-        const QList<QByteArray> lines = child->readAllStandardOutput().split('\n');
-        for (const QByteArray &line : lines) {
-            if (line.startsWith("sent "))
-                accepted += line.mid(5).trimmed().toInt();
-        }
-    }
-    return accepted;
-}
-
 struct Condition
 {
     explicit Condition(const char *what) : name(what) { }
@@ -173,6 +154,23 @@ void waitUntil(const std::function<bool()> &done, int timeoutMs)
     wake.start(50);
     while (!done() && limit.elapsed() < timeoutMs)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+// The reports the modules' backends accepted, from their "sent <n>" lines. Waits in the event
+// loop: a module that quits waits for the dashboard to confirm its last payloads, and a
+// dashboard blocked here would hold their receipts back.
+int acceptedBy(std::vector<std::unique_ptr<QProcess>> &children)
+{
+    int accepted = 0;
+    for (auto &child : children) {
+        waitUntil([&] { return child->state() == QProcess::NotRunning; }, 30000);
+        const QList<QByteArray> lines = child->readAllStandardOutput().split('\n');
+        for (const QByteArray &line : lines) {
+            if (line.startsWith("sent "))
+                accepted += line.mid(5).trimmed().toInt();
+        }
+    }
+    return accepted;
 }
 
 std::unique_ptr<QProcess> startModule(WId dashboard, const char *kind, int count)

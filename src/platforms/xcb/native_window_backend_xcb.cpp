@@ -463,21 +463,29 @@ struct XcbNativeWindowBackend::Private
                     || it->second.bytes + more > MAX_PENDING_BYTES_PER_WINDOW);
     }
 
-    // Waits, at most BACKPRESSURE_WAIT_MS, for a receiver with a full backlog to read.
-    bool waitForRoom(xcb_window_t target, std::uint32_t more)
+    // Waits until done() or the deadline, reading and handling what this connection gets in
+    // the meantime; true when done. The socket is looked at again at least every 50 ms: a
+    // round trip elsewhere may have read what done() waits for into xcb's queue.
+    template <typename Done>
+    bool waitOnConnection(Clock::time_point deadline, Done done)
     {
-        const Clock::time_point deadline =
-                Clock::now() + std::chrono::milliseconds(BACKPRESSURE_WAIT_MS);
-        while (backlogFull(target, more)) {
+        while (!done()) {
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
                     deadline - Clock::now()).count();
             if (left <= 0 || !ok())
                 return false;
             pollfd fd{ xcb_get_file_descriptor(connection), POLLIN, 0 };
-            ::poll(&fd, 1, int(left));
+            ::poll(&fd, 1, int(std::min<long long>(left, 50)));
             drain();
         }
         return true;
+    }
+
+    // Waits, at most BACKPRESSURE_WAIT_MS, for a receiver with a full backlog to read.
+    bool waitForRoom(xcb_window_t target, std::uint32_t more)
+    {
+        return waitOnConnection(Clock::now() + std::chrono::milliseconds(BACKPRESSURE_WAIT_MS),
+                                [&] { return !backlogFull(target, more); });
     }
 
     void handleEvent(const xcb_generic_event_t *event)
@@ -1803,16 +1811,9 @@ XcbNativeWindowBackend::~XcbNativeWindowBackend()
     d->notifier.reset();
     // Disconnecting frees every window of this connection, payloads included: a module that
     // reports and quits would lose its last words. They get a short, bounded time to be read.
-    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(EXIT_GRACE_MS);
-    while (d->ok() && !d->pending.empty()) {
-        d->drain();
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-                deadline - Clock::now()).count();
-        if (d->pending.empty() || left <= 0)
-            break;
-        pollfd fd{ xcb_get_file_descriptor(d->connection), POLLIN, 0 };
-        ::poll(&fd, 1, int(std::min<long long>(left, 50)));
-    }
+    d->drain();
+    d->waitOnConnection(Clock::now() + std::chrono::milliseconds(EXIT_GRACE_MS),
+                        [this] { return d->pending.empty(); });
     std::free(std::exchange(d->early, nullptr));
     if (d->connection) {
         // What is still in the buffer (the last messages, receipts) goes out, and the server
@@ -1822,17 +1823,10 @@ XcbNativeWindowBackend::~XcbNativeWindowBackend()
         if (d->ok()) {
             const unsigned int done = xcb_get_input_focus(d->connection).sequence;
             xcb_flush(d->connection);
-            const Clock::time_point until = Clock::now() + std::chrono::milliseconds(EXIT_GRACE_MS);
             void *reply = nullptr;
-            while (d->ok() && !xcb_poll_for_reply(d->connection, done, &reply, nullptr)) {
-                const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-                        until - Clock::now()).count();
-                if (left <= 0)
-                    break;
-                pollfd fd{ xcb_get_file_descriptor(d->connection), POLLIN, 0 };
-                ::poll(&fd, 1, int(std::min<long long>(left, 50)));
-                d->drain(); // reads what came, the reply among it
-            }
+            d->waitOnConnection(Clock::now() + std::chrono::milliseconds(EXIT_GRACE_MS), [&] {
+                return xcb_poll_for_reply(d->connection, done, &reply, nullptr) != 0;
+            });
             std::free(reply);
         }
         xcb_disconnect(d->connection);

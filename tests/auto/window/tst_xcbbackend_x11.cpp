@@ -65,6 +65,20 @@ QByteArray focusReport(uint windowId)
     return QVIPCMessage::encode(record);
 }
 
+// Whether a thread of this process is blocked in poll: a backend waiting for the server.
+bool blockedInPoll(pid_t thread)
+{
+    QFile file(QStringLiteral("/proc/self/task/%1/syscall").arg(thread));
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const long number = file.readAll().split(' ').constFirst().toLong();
+#ifdef SYS_poll
+    if (number == SYS_poll)
+        return true;
+#endif
+    return number == SYS_ppoll;
+}
+
 // A window that paints itself in one colour with a caption, so a screenshot shows whose
 // pixels are where.
 class PaintedWindow : public QRasterWindow
@@ -977,20 +991,6 @@ void tst_XcbBackendX11::moduleKilledInTheMiddleOfItsMessages()
              LResult(1));
     QTRY_COMPARE(focused.size(), 1);
     QCOMPARE(focused.constFirst().at(1).toUInt(), 31u);
-}
-
-// Whether a thread of this process is blocked in poll: a backend waiting for the server.
-static bool blockedInPoll(pid_t thread)
-{
-    QFile file(QStringLiteral("/proc/self/task/%1/syscall").arg(thread));
-    if (!file.open(QIODevice::ReadOnly))
-        return false;
-    const long number = file.readAll().split(' ').constFirst().toLong();
-#ifdef SYS_poll
-    if (number == SYS_poll)
-        return true;
-#endif
-    return number == SYS_ppoll;
 }
 
 // A module that reports and quits at once is heard in full. The server reads a client's
