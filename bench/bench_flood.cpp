@@ -12,16 +12,22 @@
 // with each round's worst beside them.
 // Beside the worst frame interval stand the time the GUI thread ran in it and the time it was
 // ready to run but waited for a CPU (the kernel's schedstat): the rest it waited for events.
+// A bystander, this program again in a process of its own, animates a window of its own the
+// same way and takes no part in the messages: its frames in the same conditions are what the
+// machine (the CPUs and the X server the modules keep busy) leaves any window.
 #include "Controllers/qvipchelper_win32.h"
 #include "dashboard_main_window.h"
 #include "native_window_system.h"
 
+#include <QAbstractEventDispatcher>
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QProcess>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
+#include <QQuickWindow>
+#include <QSocketNotifier>
 #include <QStandardPaths>
 #include <QTimer>
 
@@ -31,6 +37,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -53,6 +60,7 @@ struct Figures
     // but had no CPU.
     double worstRan = 0;
     double worstQueued = 0;
+    double worstIdle = 0;
 };
 
 // The GUI thread's time on a CPU and waiting for one, in ns, since it started.
@@ -60,6 +68,9 @@ struct Schedule
 {
     qint64 ran = 0;
     qint64 queued = 0;
+    // Waiting for events in the event loop; the rest of its waits were in calls (the X server's
+    // answers).
+    qint64 idle = 0;
 };
 
 // One interval between frames (or timer ticks), and the GUI thread's schedule in it.
@@ -82,6 +93,7 @@ Figures figures(std::vector<Interval> intervals)
     f.worst = intervals.back().ns / 1e6;
     f.worstRan = intervals.back().spent.ran / 1e6;
     f.worstQueued = intervals.back().spent.queued / 1e6;
+    f.worstIdle = intervals.back().spent.idle / 1e6;
     return f;
 }
 
@@ -92,6 +104,12 @@ struct Recorder
     QElapsedTimer clock;
     int schedstat = -1; // the GUI thread's /proc/<pid>/task/<tid>/schedstat
     bool on = false;
+    // The GUI thread's time waiting in the event loop, and when its current wait began. Only
+    // Qt's own event dispatcher (QT_NO_GLIB=1) tells exactly when it waits: GLib's also counts
+    // the work it dispatches after the wait (X events, socket notifiers).
+    bool idleMeasured = false;
+    qint64 idle = 0;
+    qint64 idleSince = -1;
     std::vector<qint64> frames;
     std::vector<Schedule> framesAt;
     std::vector<qint64> ticks;
@@ -102,6 +120,7 @@ struct Recorder
         Schedule now;
         if (schedstat >= 0 && ::pread(schedstat, text, sizeof text - 1, 0) > 0)
             std::sscanf(text, "%lld %lld", &now.ran, &now.queued);
+        now.idle = idle;
         return now;
     }
     void start()
@@ -110,6 +129,19 @@ struct Recorder
         framesAt.clear();
         ticks.clear();
         on = true;
+    }
+    // Stops recording. The start and end count as frames: a flood that stops every frame shows
+    // as one interval as long as the flood, not as no interval at all.
+    void stop(qint64 started, const Schedule &startedAt)
+    {
+        on = false;
+        const qint64 end = clock.nsecsElapsed();
+        for (std::vector<qint64> *at : { &frames, &ticks }) {
+            at->insert(at->begin(), started);
+            at->push_back(end);
+        }
+        framesAt.insert(framesAt.begin(), startedAt);
+        framesAt.push_back(schedule());
     }
     static std::vector<Interval> intervals(const std::vector<qint64> &at,
                                            const std::vector<Schedule> &schedules = {})
@@ -121,26 +153,12 @@ struct Recorder
             if (schedules.size() == at.size()) {
                 interval.spent.ran = schedules[i].ran - schedules[i - 1].ran;
                 interval.spent.queued = schedules[i].queued - schedules[i - 1].queued;
+                interval.spent.idle = schedules[i].idle - schedules[i - 1].idle;
             }
             out.push_back(interval);
         }
         return out;
     }
-};
-
-struct Condition
-{
-    explicit Condition(const char *what) : name(what) { }
-    const char *name;
-    // Every round's intervals, and each round's worst frame interval in ms.
-    std::vector<Interval> frameIntervals;
-    std::vector<Interval> tickIntervals;
-    std::vector<double> roundWorst;
-    Figures frames;
-    Figures ticks;
-    double seconds = 0;
-    bool complete = true;
-    int accepted = 0;
 };
 
 // Waits in the event loop as the dashboard does. processEvents() with a time limit never waits
@@ -155,6 +173,85 @@ void waitUntil(const std::function<bool()> &done, int timeoutMs)
     while (!done() && limit.elapsed() < timeoutMs)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
+
+// A window animated as a running animation does: a square turned from a 16 ms timer. Its
+// frames, the GUI thread's schedule at each, and the timer's ticks are recorded while the
+// recorder is on.
+struct Animation
+{
+    QQmlEngine engine;
+    std::unique_ptr<QQuickItem> square;
+    QTimer timer;
+    Recorder rec;
+    qreal angle = 0;
+    int shown = 0;
+
+    // Shows the window and waits for it to show frames.
+    bool start(QQuickWindow *window)
+    {
+        QQmlComponent component(&engine);
+        component.setData("import QtQuick\nRectangle { x: 270; y: 190; width: 100; height: 100; color: \"teal\" }",
+                          QUrl());
+        square.reset(qobject_cast<QQuickItem *>(component.create()));
+        if (!square) {
+            std::fprintf(stderr, "cannot create the animated item: %s\n", qPrintable(component.errorString()));
+            return false;
+        }
+        square->setParentItem(window->contentItem());
+        rec.clock.start();
+        // Frames may be swapped on a render thread: the GUI thread is read by its id.
+        rec.schedstat = ::open(QByteArray("/proc/self/task/" + QByteArray::number(qint64(::syscall(SYS_gettid)))
+                                          + "/schedstat").constData(), O_RDONLY | O_CLOEXEC);
+        QAbstractEventDispatcher *dispatcher = QAbstractEventDispatcher::instance();
+        rec.idleMeasured = !dispatcher->inherits("QEventDispatcherGlib");
+        if (rec.idleMeasured) {
+            QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, window,
+                             [this] { rec.idleSince = rec.clock.nsecsElapsed(); }, Qt::DirectConnection);
+            QObject::connect(dispatcher, &QAbstractEventDispatcher::awake, window, [this] {
+                if (rec.idleSince >= 0)
+                    rec.idle += rec.clock.nsecsElapsed() - std::exchange(rec.idleSince, -1);
+            }, Qt::DirectConnection);
+        }
+        QObject::connect(window, &QQuickWindow::frameSwapped, window, [this] {
+            ++shown;
+            if (rec.on) {
+                rec.frames.push_back(rec.clock.nsecsElapsed());
+                rec.framesAt.push_back(rec.schedule());
+            }
+        }, Qt::DirectConnection);
+        timer.setTimerType(Qt::PreciseTimer);
+        timer.setInterval(FRAME_MS);
+        QObject::connect(&timer, &QTimer::timeout, window, [this] {
+            if (rec.on)
+                rec.ticks.push_back(rec.clock.nsecsElapsed());
+            angle += 6;
+            square->setRotation(angle);
+        });
+        window->show();
+        timer.start();
+        waitUntil([this] { return shown >= 30; }, 30000);
+        if (shown < 30)
+            std::fprintf(stderr, "the window shows no frames\n");
+        return shown >= 30;
+    }
+};
+
+struct Condition
+{
+    explicit Condition(const char *what) : name(what) { }
+    const char *name;
+    // Every round's intervals, and each round's worst frame interval in ms.
+    std::vector<Interval> frameIntervals;
+    std::vector<Interval> tickIntervals;
+    std::vector<double> roundWorst;
+    std::vector<Interval> bystanderIntervals;
+    Figures frames;
+    Figures ticks;
+    Figures bystander;
+    double seconds = 0;
+    bool complete = true;
+    int accepted = 0;
+};
 
 // The reports the modules' backends accepted, from their "sent <n>" lines. Waits in the event
 // loop: a module that quits waits for the dashboard to confirm its last payloads, and a
@@ -194,15 +291,23 @@ bool allReady(std::vector<std::unique_ptr<QProcess>> &children)
     return true;
 }
 
-void print(const Condition &c, const Condition &peer)
+void print(const Condition &c, const Condition &peer, bool idleMeasured)
 {
     std::printf("%-34s %6d intervals  median %6.1f ms  p99 %6.1f ms  worst %7.1f ms | timer median "
                 "%5.1f p99 %6.1f ms | %5.1f s%s\n",
                 c.name, c.frames.frames, c.frames.median, c.frames.p99, c.frames.worst,
                 c.ticks.median, c.ticks.p99, c.seconds, c.complete ? "" : "  (INCOMPLETE)");
-    std::printf("%-34s worst interval: the GUI thread ran %.1f ms, waited %.1f ms for a CPU and %.1f ms "
-                "for events or the X server\n", "", c.frames.worstRan, c.frames.worstQueued,
-                std::max(0.0, c.frames.worst - c.frames.worstRan - c.frames.worstQueued));
+    const double waited = std::max(0.0, c.frames.worst - c.frames.worstRan - c.frames.worstQueued);
+    if (idleMeasured)
+        std::printf("%-34s worst interval: the GUI thread ran %.1f ms, waited %.1f ms for a CPU, %.1f ms for "
+                    "events and %.1f ms in calls (the X server)\n", "", c.frames.worstRan, c.frames.worstQueued,
+                    std::min(waited, c.frames.worstIdle), std::max(0.0, waited - c.frames.worstIdle));
+    else
+        std::printf("%-34s worst interval: the GUI thread ran %.1f ms, waited %.1f ms for a CPU and %.1f ms "
+                    "for events or in calls (QT_NO_GLIB=1 tells them apart)\n", "", c.frames.worstRan,
+                    c.frames.worstQueued, waited);
+    std::printf("%-34s another window, in a process of its own: median %.1f ms, p99 %.1f ms, worst %.1f ms\n",
+                "", c.bystander.median, c.bystander.p99, c.bystander.worst);
     if (c.roundWorst.size() > 1) {
         std::printf("%-34s %zu rounds, worst interval of each:", "", c.roundWorst.size());
         for (double worst : c.roundWorst)
@@ -214,10 +319,59 @@ void print(const Condition &c, const Condition &peer)
                     c.frames.p99 <= 33.0 && c.complete ? "met" : "NOT met");
 }
 
+// The bystander: its own window animated, recording from "start" to "stop" on its input and
+// then printing the frame intervals, in ns, on one "intervals" line.
+int bystander(int argc, char **argv)
+{
+    QGuiApplication app(argc, argv);
+    QQuickWindow window;
+    window.setTitle(QStringLiteral("bystander"));
+    window.setGeometry(700, 0, 640, 480);
+    Animation animation;
+    if (!animation.start(&window))
+        return 1;
+    std::printf("ready\n");
+    std::fflush(stdout);
+    Recorder &rec = animation.rec;
+    qint64 started = 0;
+    Schedule startedAt;
+    QByteArray input;
+    QSocketNotifier reader(STDIN_FILENO, QSocketNotifier::Read);
+    QObject::connect(&reader, &QSocketNotifier::activated, &app, [&] {
+        char chunk[256];
+        const ssize_t got = ::read(STDIN_FILENO, chunk, sizeof chunk);
+        if (got <= 0) {
+            reader.setEnabled(false);
+            QCoreApplication::quit();
+            return;
+        }
+        input.append(chunk, got);
+        for (int end = input.indexOf('\n'); end >= 0; end = input.indexOf('\n')) {
+            const QByteArray line = input.left(end);
+            input.remove(0, end + 1);
+            if (line == "start") {
+                started = rec.clock.nsecsElapsed();
+                startedAt = rec.schedule();
+                rec.start();
+            } else if (line == "stop") {
+                rec.stop(started, startedAt);
+                std::printf("intervals");
+                for (const Interval &interval : Recorder::intervals(rec.frames))
+                    std::printf(" %lld", static_cast<long long>(interval.ns));
+                std::printf("\n");
+                std::fflush(stdout);
+            }
+        }
+    });
+    return app.exec();
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
+    if (argc > 1 && qstrcmp(argv[1], "--bystander") == 0)
+        return bystander(argc, argv);
     // The printing library's stand-in, and settings out of the user's way.
     qputenv("KORVEX_REAL_PRINTERS", "0");
     if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND"))
@@ -231,45 +385,17 @@ int main(int argc, char **argv)
 
     DashboardMainWindow dashboard;
     dashboard.resize(640, 480);
-    QQmlEngine engine;
-    QQmlComponent component(&engine);
-    component.setData("import QtQuick\nRectangle { x: 270; y: 190; width: 100; height: 100; color: \"teal\" }",
-                      QUrl());
-    std::unique_ptr<QQuickItem> square(qobject_cast<QQuickItem *>(component.create()));
-    if (!square) {
-        std::fprintf(stderr, "cannot create the animated item: %s\n", qPrintable(component.errorString()));
+    Animation animation;
+    if (!animation.start(&dashboard))
         return 1;
-    }
-    square->setParentItem(dashboard.contentItem());
+    Recorder &rec = animation.rec;
 
-    Recorder rec;
-    rec.clock.start();
-    // Frames may be swapped on a render thread: the GUI thread is read by its id.
-    rec.schedstat = ::open(QByteArray("/proc/self/task/" + QByteArray::number(qint64(::syscall(SYS_gettid)))
-                                      + "/schedstat").constData(), O_RDONLY | O_CLOEXEC);
-    QObject::connect(&dashboard, &QQuickWindow::frameSwapped, &dashboard, [&] {
-        if (rec.on) {
-            rec.frames.push_back(rec.clock.nsecsElapsed());
-            rec.framesAt.push_back(rec.schedule());
-        }
-    }, Qt::DirectConnection);
-    QTimer animation;
-    animation.setTimerType(Qt::PreciseTimer);
-    animation.setInterval(FRAME_MS);
-    qreal angle = 0;
-    QObject::connect(&animation, &QTimer::timeout, &dashboard, [&] {
-        if (rec.on)
-            rec.ticks.push_back(rec.clock.nsecsElapsed());
-        angle += 6;
-        square->setRotation(angle);
-    });
-    dashboard.show();
-    animation.start();
-    int shown = 0;
-    QObject::connect(&dashboard, &QQuickWindow::frameSwapped, &dashboard, [&] { ++shown; });
-    waitUntil([&] { return shown >= 30; }, 30000);
-    if (shown < 30) {
-        std::fprintf(stderr, "the window shows no frames\n");
+    QProcess bystander;
+    bystander.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    bystander.start(QCoreApplication::applicationFilePath(), { QStringLiteral("--bystander") });
+    waitUntil([&] { return bystander.canReadLine(); }, 30000);
+    if (bystander.readLine().trimmed() != "ready") {
+        std::fprintf(stderr, "the bystander window shows no frames\n");
         return 1;
     }
 
@@ -287,20 +413,13 @@ int main(int argc, char **argv)
         elapsed.start();
         const qint64 started = rec.clock.nsecsElapsed();
         const Schedule startedAt = rec.schedule();
+        bystander.write("start\n");
         go();
         waitUntil(done, timeoutMs);
+        bystander.write("stop\n");
         c.complete = c.complete && done();
         c.seconds += elapsed.elapsed() / 1000.0;
-        rec.on = false;
-        // The condition's start and end count as frames: a flood that stops every frame shows
-        // as one interval as long as the flood, not as no interval at all.
-        const qint64 end = rec.clock.nsecsElapsed();
-        for (std::vector<qint64> *at : { &rec.frames, &rec.ticks }) {
-            at->insert(at->begin(), started);
-            at->push_back(end);
-        }
-        rec.framesAt.insert(rec.framesAt.begin(), startedAt);
-        rec.framesAt.push_back(rec.schedule());
+        rec.stop(started, startedAt);
         const std::vector<Interval> frames = Recorder::intervals(rec.frames, rec.framesAt);
         c.roundWorst.push_back(figures(frames).worst);
         c.frameIntervals.insert(c.frameIntervals.end(), frames.cbegin(), frames.cend());
@@ -308,6 +427,11 @@ int main(int argc, char **argv)
         c.tickIntervals.insert(c.tickIntervals.end(), ticks.cbegin(), ticks.cend());
         c.frames = figures(c.frameIntervals);
         c.ticks = figures(c.tickIntervals);
+        waitUntil([&] { return bystander.canReadLine(); }, 30000);
+        const QList<QByteArray> fields = bystander.readLine().trimmed().split(' ');
+        for (qsizetype i = 1; i < fields.size(); ++i)
+            c.bystanderIntervals.push_back(Interval { fields.at(i).toLongLong(), {} });
+        c.bystander = figures(c.bystanderIntervals);
     };
 
     Condition idle("idle (peer)");
@@ -346,12 +470,14 @@ int main(int argc, char **argv)
                 "dashboard window, %s scene graph, animated from a %d ms timer; timer: that timer's "
                 "actual intervals)\n",
                 qgetenv("QT_QUICK_BACKEND").constData(), FRAME_MS);
-    print(idle, idle);
-    print(big, idle);
+    print(idle, idle, rec.idleMeasured);
+    print(big, idle, rec.idleMeasured);
     std::printf("%-34s %d of %d reports arrived (%d accepted by the module's backend)\n", "", clicked,
                 BIG_REPORTS, big.accepted);
-    print(small, idle);
+    print(small, idle, rec.idleMeasured);
     std::printf("%-34s %d of %d reports arrived (%d accepted by the modules' backends)\n", "", focused,
                 SMALL_ROUNDS * SMALL_MODULES * SMALL_REPORTS, small.accepted);
+    bystander.closeWriteChannel();
+    bystander.waitForFinished(30000);
     return big.complete && small.complete ? 0 : 1;
 }
