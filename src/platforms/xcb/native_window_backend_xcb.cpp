@@ -1508,9 +1508,11 @@ struct XcbNativeWindowBackend::Private
 
     // Asks the server for the payloads of the next announcements, so that their replies
     // travel while earlier messages are handled.
+    // The requests stay in the buffer: whoever waits for an answer sends them (deliverArrivals,
+    // or xcb_get_property_reply itself). Sent one by one, a request per message, they filled the
+    // socket while the server was busy with the senders, and a send then blocked this thread.
     void readAhead()
     {
-        bool asked = false;
         while (requestedAhead < arrivals.size() && requestedAhead < std::size_t(READ_AHEAD)) {
             Arrival &next = arrivals[requestedAhead];
             const bool payload = next.event.type == atomCopyData && readable(&next.event);
@@ -1521,13 +1523,10 @@ struct XcbNativeWindowBackend::Private
             if (payload) {
                 next.cookie = requestPayload(&next.event);
                 next.requested = true;
-                asked = true;
             }
             requestedBytes += size;
             ++requestedAhead;
         }
-        if (asked)
-            xcb_flush(connection);
     }
 
     // True once the server's answer to an arrival's read is here, or when it needs none;
@@ -1626,6 +1625,7 @@ struct XcbNativeWindowBackend::Private
                     awaitingAnswer = true;
                     break;
                 }
+                xcb_flush(connection);
                 pollfd fd{ xcb_get_file_descriptor(connection), POLLIN, 0 };
                 const timespec wait{ 0, long(left) * 1000 };
                 ::ppoll(&fd, 1, &wait, nullptr);
@@ -1638,6 +1638,8 @@ struct XcbNativeWindowBackend::Private
         }
         if (!arrivals.empty() && !awaitingAnswer)
             scheduleDelivery();
+        // What was asked ahead goes out in one write.
+        xcb_flush(connection);
         // The replies read events of this connection into xcb's queue.
         scheduleDrain();
     }
