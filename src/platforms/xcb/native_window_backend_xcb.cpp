@@ -2112,11 +2112,19 @@ bool XcbNativeWindowBackend::postMessage(WindowHandle window, MessageId message,
 
 MessageId XcbNativeWindowBackend::registerWindowMessage(const char16_t *name)
 {
-    d->drain();
-    const Private::DrainLater later{ d.get() };
     if (!d->ok() || !name)
         return 0;
-    return d->registerName(std::u16string(name));
+    // A name asked before needs no look at the connection (ids never change while the server
+    // runs): receivers ask for their names with every message.
+    std::u16string key(name);
+    const auto cached = d->registered.find(key);
+    if (cached != d->registered.end())
+        return cached->second;
+    d->drain();
+    const Private::DrainLater later{ d.get() };
+    if (!d->ok())
+        return 0;
+    return d->registerName(key);
 }
 
 const Message *XcbNativeWindowBackend::translateNativeEvent(const char *eventType,
