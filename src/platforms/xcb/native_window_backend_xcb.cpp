@@ -1625,7 +1625,10 @@ struct XcbNativeWindowBackend::Private
                     awaitingAnswer = true;
                     break;
                 }
+                // Sending may read the answer in already, out of the socket's sight.
                 xcb_flush(connection);
+                if (answered(arrivals.front()))
+                    continue;
                 pollfd fd{ xcb_get_file_descriptor(connection), POLLIN, 0 };
                 const timespec wait{ 0, long(left) * 1000 };
                 ::ppoll(&fd, 1, &wait, nullptr);
