@@ -988,7 +988,8 @@ struct XcbNativeWindowBackend::Private
         const Clock::time_point deadline =
                 Clock::now() + std::chrono::milliseconds(WITHDRAW_TIMEOUT_MS);
         // Every change the manager makes (unframing, WM_STATE) is an event of this connection;
-        // the state is read again after each batch of them.
+        // the state is read again after each batch of them. Not waitOnConnection: its drain
+        // retakes escaped windows, which would come back here.
         for (;;) {
             hold = holdOf(window, true);
             if (hold != Hold::Held)
