@@ -622,12 +622,14 @@ struct XcbNativeWindowBackend::Private
     void scheduleDrain() { postOnce(drainScheduled, &Private::drainAndFlush); }
 
     // From the event loop: also sends what calls left in the buffer (receipts, see
-    // acceptCopyData) if nothing sent it meanwhile.
+    // acceptCopyData) if nothing sent it meanwhile. Sending, here or in the drain, may read
+    // events into xcb's queue, as a round trip does.
     void drainAndFlush()
     {
         drain();
         if (ok())
             xcb_flush(connection);
+        afterCall();
     }
 
     // The end of a call: the event loop is asked to drain only when the call left it
@@ -732,6 +734,7 @@ struct XcbNativeWindowBackend::Private
         xcb_clear_area(connection, 1, window, 0, 0, 0, 0);
         xcb_damage_destroy(connection, it->second.damage);
         xcb_flush(connection);
+        afterCall();
         // Last: the timer that runs this goes with the entry.
         it->second.quiet.release()->deleteLater();
         settling.erase(it);
