@@ -11,7 +11,8 @@
 // its single worst frame. It is run in rounds, and the figures are those of all rounds' frames,
 // with each round's worst beside them.
 // Beside the worst frame interval stand the time the GUI thread ran in it and the time it was
-// ready to run but waited for a CPU (the kernel's schedstat): the rest it waited for events.
+// ready to run but waited for a CPU (the kernel's schedstat); the rest it waited, for events or
+// in calls (the X server's answers), told apart with Qt's own event dispatcher (QT_NO_GLIB=1).
 // A bystander, this program again in a process of its own, animates a window of its own the
 // same way and takes no part in the messages: its frames in the same conditions are what the
 // machine (the CPUs and the X server the modules keep busy) leaves any window.
@@ -113,6 +114,9 @@ struct Recorder
     std::vector<qint64> frames;
     std::vector<Schedule> framesAt;
     std::vector<qint64> ticks;
+    // Where the recording began.
+    qint64 started = 0;
+    Schedule startedAt;
 
     Schedule schedule() const
     {
@@ -125,6 +129,8 @@ struct Recorder
     }
     void start()
     {
+        started = clock.nsecsElapsed();
+        startedAt = schedule();
         frames.clear();
         framesAt.clear();
         ticks.clear();
@@ -132,7 +138,7 @@ struct Recorder
     }
     // Stops recording. The start and end count as frames: a flood that stops every frame shows
     // as one interval as long as the flood, not as no interval at all.
-    void stop(qint64 started, const Schedule &startedAt)
+    void stop()
     {
         on = false;
         const qint64 end = clock.nsecsElapsed();
@@ -333,8 +339,6 @@ int bystander(int argc, char **argv)
     std::printf("ready\n");
     std::fflush(stdout);
     Recorder &rec = animation.rec;
-    qint64 started = 0;
-    Schedule startedAt;
     QByteArray input;
     QSocketNotifier reader(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&reader, &QSocketNotifier::activated, &app, [&] {
@@ -350,11 +354,9 @@ int bystander(int argc, char **argv)
             const QByteArray line = input.left(end);
             input.remove(0, end + 1);
             if (line == "start") {
-                started = rec.clock.nsecsElapsed();
-                startedAt = rec.schedule();
                 rec.start();
             } else if (line == "stop") {
-                rec.stop(started, startedAt);
+                rec.stop();
                 std::printf("intervals");
                 for (const Interval &interval : Recorder::intervals(rec.frames))
                     std::printf(" %lld", static_cast<long long>(interval.ns));
@@ -411,15 +413,13 @@ int main(int argc, char **argv)
         QElapsedTimer elapsed;
         rec.start();
         elapsed.start();
-        const qint64 started = rec.clock.nsecsElapsed();
-        const Schedule startedAt = rec.schedule();
         bystander.write("start\n");
         go();
         waitUntil(done, timeoutMs);
         bystander.write("stop\n");
         c.complete = c.complete && done();
         c.seconds += elapsed.elapsed() / 1000.0;
-        rec.stop(started, startedAt);
+        rec.stop();
         const std::vector<Interval> frames = Recorder::intervals(rec.frames, rec.framesAt);
         c.roundWorst.push_back(figures(frames).worst);
         c.frameIntervals.insert(c.frameIntervals.end(), frames.cbegin(), frames.cend());

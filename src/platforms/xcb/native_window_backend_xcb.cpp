@@ -1722,11 +1722,9 @@ struct XcbNativeWindowBackend::Private
         return FIRST_REGISTERED_ID + MessageId(place);
     }
 
+    // A name not in the cache (registerWindowMessage looks there first).
     MessageId registerName(const std::u16string &name)
     {
-        const auto cached = registered.find(name);
-        if (cached != registered.end())
-            return cached->second;
         const QByteArray utf8 = QString::fromUtf16(name.data(), qsizetype(name.size())).toUtf8();
         if (utf8.isEmpty() || std::size_t(utf8.size()) > MAX_NAME_BYTES
             || utf8.contains('\0'))
